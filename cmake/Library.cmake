@@ -1,0 +1,60 @@
+# The library: its objects once, linked into the shared library and, with all symbols in reach, into the tests.
+set(REELHAUL_ROOMS foundation model options task control tools cookies)
+include(${CMAKE_CURRENT_LIST_DIR}/PublicHeaders.cmake)
+
+set(sources)
+foreach(room IN LISTS REELHAUL_ROOMS)
+  file(GLOB found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.cpp)
+  list(APPEND sources ${found})
+endforeach()
+include(${CMAKE_CURRENT_LIST_DIR}/Providers.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/CookiesGuard.cmake)
+if(APPLE)
+  list(FILTER sources EXCLUDE REGEX "\\.linux\\.cpp$")
+else()
+  list(FILTER sources EXCLUDE REGEX "\\.macos\\.cpp$")
+endif()
+
+# Public headers seen the way an application sees them: one folder, <Reelhaul/...>.
+set(REELHAUL_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
+file(MAKE_DIRECTORY ${REELHAUL_INCLUDE_DIR}/Reelhaul)
+set(REELHAUL_PUBLIC_HEADER_FILES)
+foreach(header IN LISTS REELHAUL_PUBLIC_HEADERS)
+  get_filename_component(name ${header} NAME)
+  file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${header} ${REELHAUL_INCLUDE_DIR}/Reelhaul/${name} SYMBOLIC)
+  list(APPEND REELHAUL_PUBLIC_HEADER_FILES ${PROJECT_SOURCE_DIR}/${header})
+endforeach()
+
+add_library(reelhaul_objects OBJECT ${sources})
+set_target_properties(reelhaul_objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
+foreach(room IN LISTS REELHAUL_ROOMS)
+  target_include_directories(reelhaul_objects PUBLIC ${PROJECT_SOURCE_DIR}/${room})
+endforeach()
+target_include_directories(reelhaul_objects SYSTEM PRIVATE ${RAPIDJSON_INCLUDE_DIR})
+target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION="${PROJECT_VERSION}")
+target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}
+                      PRIVATE CURL::libcurl)
+
+add_library(reelhaul SHARED)
+add_library(Reelhaul::Reelhaul ALIAS reelhaul)
+target_sources(reelhaul PRIVATE $<TARGET_OBJECTS:reelhaul_objects>)
+target_link_libraries(reelhaul PRIVATE reelhaul_flags CURL::libcurl ${CMAKE_DL_LIBS} Threads::Threads)
+target_compile_features(reelhaul INTERFACE cxx_std_17)
+target_include_directories(reelhaul INTERFACE $<BUILD_INTERFACE:${REELHAUL_INCLUDE_DIR}>)
+set_target_properties(reelhaul PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+  LINKER_LANGUAGE CXX)
+
+# Templates of the standard library are visible by their own headers' wish; they are no interface of ours.
+if(NOT APPLE)
+  target_link_options(reelhaul PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+  set_property(TARGET reelhaul APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+endif()
+
+# The built-in copies of the tools stand beside the library.
+if(REELHAUL_TOOLS_DIR)
+  add_custom_target(reelhaul_tools ALL
+    COMMAND ${CMAKE_COMMAND} -DFROM=${REELHAUL_TOOLS_DIR} -DTO=$<TARGET_FILE_DIR:reelhaul>
+            -P ${PROJECT_SOURCE_DIR}/cmake/SetUpTools.cmake
+    VERBATIM)
+endif()

@@ -1,0 +1,50 @@
+# What a user may set. Everything for developers is off when Reelhaul is part of another project.
+string(COMPARE EQUAL "${CMAKE_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}" REELHAUL_TOP_LEVEL)
+option(REELHAUL_COMMAND "Build the reelhaul command" ${REELHAUL_TOP_LEVEL})
+option(REELHAUL_INSTALL "Make the rules for installation" ${REELHAUL_TOP_LEVEL})
+option(REELHAUL_EXAMPLES "Build the examples" ${REELHAUL_TOP_LEVEL})
+option(REELHAUL_TESTS "Build the tests" ${REELHAUL_TOP_LEVEL})
+option(REELHAUL_BENCH "Build the measurements" OFF)
+option(REELHAUL_FUZZ "Build the fuzz targets for libFuzzer (clang)" OFF)
+option(REELHAUL_WERROR "Treat warnings as errors" ${REELHAUL_TOP_LEVEL})
+set(REELHAUL_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
+set(REELHAUL_TOOLS_DIR "" CACHE PATH
+    "Folder with yt-dlp, ffmpeg, ffprobe and deno to set up beside the library (scripts/get-tools.sh makes one)")
+
+if(REELHAUL_TOP_LEVEL)
+  if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+  endif()
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+  set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  find_program(REELHAUL_CCACHE ccache)
+  if(REELHAUL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${REELHAUL_CCACHE})
+  endif()
+endif()
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+find_package(CURL REQUIRED)
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
+
+# One place for what every target of ours is compiled with.
+add_library(reelhaul_flags INTERFACE)
+target_compile_features(reelhaul_flags INTERFACE cxx_std_20)
+target_compile_options(reelhaul_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-qual
+  -Wformat-security -Wunused -Wextra-semi
+  $<$<BOOL:${REELHAUL_WERROR}>:-Werror>)
+if(REELHAUL_SANITIZE)
+  target_compile_options(reelhaul_flags INTERFACE -fsanitize=${REELHAUL_SANITIZE} -fno-omit-frame-pointer
+                         -fno-sanitize-recover=all)
+  target_link_options(reelhaul_flags INTERFACE -fsanitize=${REELHAUL_SANITIZE})
+endif()
+if(REELHAUL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(reelhaul_flags INTERFACE
+    -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignore.txt)
+endif()
+if(REELHAUL_FUZZ)
+  target_compile_options(reelhaul_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,31 @@
+# The interface, and nothing else: what an application may include.
+set(REELHAUL_PUBLIC_HEADERS
+  foundation/Reelhaul.h
+  foundation/HVExport.h
+  foundation/HVConstants.h
+  foundation/IHVError.h
+  foundation/IHVLogConfig.h
+  foundation/HVDownloadBrowser.h
+  foundation/IHVBrowserState.h
+  model/IHVDownloadFormat.h
+  model/IHVDownloadItem.h
+  model/IHVDownloadSubtitle.h
+  model/IHVDownloadThumbnail.h
+  model/IHVPlayList.h
+  options/HVArgsBuilder.h
+  options/IHVAdobePassAuthentication.h
+  options/IHVAuthenticationOptions.h
+  options/IHVCertificateAuthentication.h
+  options/IHVDownloadOptions.h
+  options/IHVGeneralAuthentication.h
+  options/IHVGeneralOptions.h
+  options/IHVGeoRestrictionOptions.h
+  options/IHVNetrcAuthentication.h
+  options/IHVNetworkOptions.h
+  options/IHVProxy.h
+  task/IHVDownloadTask.h
+  task/IHVDownloadTaskDelegate.h
+  control/IHVDownloadController.h
+  control/IHVDownloadControllers.h
+  tools/IHVDownloadPlugin.h
+  cookies/IHVDownloadCookies.h)

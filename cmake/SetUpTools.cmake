@@ -1,0 +1,12 @@
+# Sets up the built-in copies of the tools: yt-dlp as a file of its own, the others as links.
+foreach(tool yt-dlp ffmpeg ffprobe deno)
+  if(NOT EXISTS ${FROM}/${tool})
+    message(FATAL_ERROR "${FROM} has no ${tool}: run scripts/get-tools.sh and name its folder as REELHAUL_TOOLS_DIR")
+  endif()
+endforeach()
+file(MAKE_DIRECTORY ${TO})
+execute_process(COMMAND ${CMAKE_COMMAND} -E copy_if_different ${FROM}/yt-dlp ${TO}/yt-dlp COMMAND_ERROR_IS_FATAL ANY)
+foreach(tool ffmpeg ffprobe deno)
+  file(REAL_PATH ${FROM}/${tool} real)
+  file(CREATE_LINK ${real} ${TO}/${tool} SYMBOLIC)
+endforeach()

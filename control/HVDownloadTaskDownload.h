@@ -1,0 +1,56 @@
+#pragma once
+// The download of one item: runs the tool into a random name of the temporary folder, makes one rising
+// percentage of its progress lines, and gives the finished file its place.
+//
+// Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
+
+#include "HVDownloadTask.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class IHVTask;
+
+class HVDownloadTaskDownload final : public HVDownloadTask {
+public:
+    HVDownloadTaskDownload(std::shared_ptr<IHVDownloadItem> item, std::string outputPath);
+
+    HVTaskType GetTaskType() override { return HVTaskTypeDownload; }
+    std::string TaskURL() const override;
+    void asyncProgressTask() override;
+
+    /// Takes one chunk of the tool's output and reports what it says of the progress.
+    void ParseDownloadOutputInfo(std::string const& text);
+    /// Whether the text behind "[download]" tells the progress of a running transfer.
+    static bool IsDownloadSpeedInfo(std::string const& line);
+    /// Percentage of the whole job, and through `status` the text for a user. Throws what a token throws that
+    /// looks like a percentage and is none.
+    static float ParsePercentageInfo(std::string const& line, std::string& status);
+    /// Changes the counters when the line holds them; both are at least 1 afterwards.
+    static void ParseFragInfo(int& fragCount, int& fragIndex, std::string const& line);
+
+private:
+    struct ErrorText;
+    /// One run's file: where the tool writes it, and whether it was finished and could not be placed.
+    struct TempFile {
+        std::string path;
+        std::string extension;
+        bool unplaced = false;
+    };
+    std::shared_ptr<IHVError const> RunTool(TempFile& file);
+    std::shared_ptr<IHVError const> Result(TempFile& file, std::string const& errorText);
+    std::shared_ptr<IHVError const> Place(TempFile& file);
+    static void RemoveLeftovers(IHVTask& child, TempFile const& file);
+    void PlaceSubtitle(std::string const& tempFile, std::string const& target);
+
+    std::shared_ptr<IHVDownloadItem> const downloadItem_;
+    std::string const outputPath_;
+    std::atomic<float> progress_ = 0.0F;
+    /// Set once the result is known: what a stopped child still prints is no progress any more.
+    std::atomic<bool> over_ = false;
+};
+
+} // namespace Halvorn

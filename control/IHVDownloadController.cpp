@@ -1,0 +1,38 @@
+#include "IHVDownloadController.h"
+
+#include "HVDownloadController.h"
+
+#include <utility>
+
+namespace Halvorn {
+
+std::shared_ptr<IHVDownloadController>
+IHVDownloadController::MallocDownloadController(std::shared_ptr<IHVDownloadItem> item,
+                                                std::string const& outputPath) {
+    return std::make_shared<HVDownloadController>(std::move(item), outputPath);
+}
+
+std::string IHVDownloadController::ProgressText() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? std::string() : controller->ProgressTextNow();
+}
+
+bool IHVDownloadController::DownloadWasStarted() const {
+    return State() == HVDownloadStateDownloading;
+}
+
+bool IHVDownloadController::DownloadWasDone() const {
+    return State() == HVDownloadStateDone;
+}
+
+bool IHVDownloadController::DownloadSucceed() const {
+    auto const error = LastError();
+    return State() == HVDownloadStateDone && error != nullptr && error->Succeed();
+}
+
+bool IHVDownloadController::DownloadCancelled() const {
+    auto const error = LastError();
+    return error != nullptr && error->UserCancel();
+}
+
+} // namespace Halvorn

@@ -1,0 +1,81 @@
+#pragma once
+/// \file
+/// The queue: an ordered list of controllers, of which at most so many download at the same time. Rows are
+/// indices into the list; the next Pending row, lowest first, starts when one ends.
+///
+/// Thread-safety: every operation may be called from any thread, also out of a controller's callback; no lock
+/// is held while the application's code runs. Indices are those of the moment of the call. Ownership: shared
+/// pointers; the queue holds its controllers and is to outlive their running downloads. A controller belongs
+/// to one queue at a time. Indices out of range are passed over.
+
+#include "IHVDownloadController.h"
+
+#include <memory>
+#include <vector>
+
+namespace Halvorn {
+
+class HV_EXPORT IHVDownloadControllers {
+public:
+    /// An empty queue with a limit of 6.
+    static std::shared_ptr<IHVDownloadControllers> MallocDownloadControllers();
+
+    /// How many may download at once. Starts nothing and stops nothing; 0 or less lets none start.
+    virtual void SetConcurrentDownload(int count) = 0;
+    virtual int GetConcurrentDownload() const = 0;
+    virtual void AddController(std::shared_ptr<IHVDownloadController> controller) = 0;
+    virtual void AddController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
+    /// Inserts in front of the row `index`; an index outside the list means its nearer end.
+    virtual void InsertController(std::shared_ptr<IHVDownloadController> controller, int index) = 0;
+    virtual void InsertController(std::vector<std::shared_ptr<IHVDownloadController>> controllers,
+                                  int index) = 0;
+    /// False when the controller is not in the list. A running download goes on.
+    virtual bool RemoveController(std::shared_ptr<IHVDownloadController> controller) = 0;
+    virtual bool RemoveController(int index) = 0;
+    virtual bool RemoveController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
+    /// Removes one after the other: each removal shifts the rows behind it. Pass indices from high to low.
+    virtual bool RemoveController(std::vector<int> indices) = 0;
+    virtual int GetControllerCount() const = 0;
+    /// Empty when the index is out of range.
+    virtual std::shared_ptr<IHVDownloadController> GetController(int index) = 0;
+    virtual std::shared_ptr<IHVDownloadController const> GetController(int index) const = 0;
+    /// Row of the controller, or -1.
+    virtual int IndexOfController(std::shared_ptr<IHVDownloadController> controller) = 0;
+
+    HVDownloadState State(int index) const;
+    /// The rows' common state, HVDownloadStateMixed when they differ, HVDownloadStateNone for no rows.
+    HVDownloadState State(std::vector<int> const& indices) const;
+    int CountOfPendingControllers() const;
+    int CountOfDownloadingControllers() const;
+    bool AnyControllerIsDownloading() const;
+    /// True also for an empty list.
+    bool AllControllerIsDownloading() const;
+    std::vector<int> AllControllers() const;
+
+    /// Starts the rows, in the order given, as places are free, and makes the others Pending; an empty vector
+    /// means all. Rows that are Done, not checked, or downloading are passed over. One result for each row
+    /// really started.
+    std::vector<std::shared_ptr<IHVError const>> StartDownload(std::vector<int> indices);
+    /// No effect: a pause does not exist.
+    void PauseDownload(std::vector<int> indices);
+    /// Makes the Pending ones of the rows Idle, then asks the downloading ones to end; an empty vector means
+    /// all.
+    void StopDownload(std::vector<int> indices);
+
+    bool ExistController(std::shared_ptr<IHVDownloadController const> controller) const;
+    /// Rows of the selected controllers, ascending.
+    std::vector<int> GetSelected() const;
+    bool GetSelected(int index) const;
+    void SetSelected(bool selected, int index);
+    void SetSelected(bool selected, std::vector<int> const& indices);
+    void ClearSelected();
+    bool GetChecked(int index) const;
+    void SetChecked(bool checked, int index);
+    void SetChecked(bool checked, std::vector<int> const& indices);
+    void ClearChecked();
+
+protected:
+    ~IHVDownloadControllers() = default;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,224 @@
+#include "HVDownLoadCookies.h"
+
+#include "HVArgsBuilder.h"
+#include "HVFileSystem.h"
+#include "IHVBase64Codec.h"
+#include "IHVCookieMessage.h"
+#include "IHVCookieStock.h"
+#include "IHVFileProvider.h"
+#include "IHVLogConfig.h"
+#include "IHVTask.h"
+#include "IHVThread.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr unsigned int PollMilliseconds = 500;
+
+std::shared_ptr<IHVError const> Failure(int line, char const* text) {
+    return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile", -1, "Error", text);
+}
+
+std::shared_ptr<IHVError const> Busy(int line) {
+    return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile2", HVErrorCodeIO, "IO Error",
+                                 "IO error, try again later");
+}
+
+/// In milliseconds; as much as the type holds where that is less.
+long long PollLimit(long long seconds) {
+    return std::clamp(seconds, 0LL, std::numeric_limits<long long>::max() / 1000 - 1) * 1000;
+}
+
+} // namespace
+
+HVDownloadCookies::HVDownloadCookies(std::string path, HVDownloadBrowser browser)
+    : cookiesPathFile_(std::move(path)), cookiesFromBrowser_(browser) {}
+
+std::string HVDownloadCookies::GetCookiesPathFile() const {
+    std::lock_guard const lock(mutex_);
+    return cookiesPathFile_;
+}
+
+std::shared_ptr<IHVDownloadCookies> HVDownloadCookies::Clone() const {
+    std::lock_guard const lock(mutex_);
+    return std::make_shared<HVDownloadCookies>(cookiesPathFile_, cookiesFromBrowser_);
+}
+
+void HVDownloadCookies::SetCookiesFromBrowser(HVDownloadBrowser browser) {
+    std::lock_guard const lock(mutex_);
+    cookiesFromBrowser_ = browser;
+}
+
+HVDownloadBrowser HVDownloadCookies::GetCookiesFromBrowser() const {
+    std::lock_guard const lock(mutex_);
+    return cookiesFromBrowser_;
+}
+
+std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::string const& path,
+                                                                       HVDownloadBrowser browser) {
+    if (path.empty())
+        return Failure(__LINE__, "cookies path is not set.");
+    if (browser == HVDownloadBrowserUnknown)
+        return Failure(__LINE__, "Browser is unknown.");
+    auto const file =
+        IHVFileProvider::CreateUniquePathFile(IHVFileProvider::CreateRandomFileName("", 10), "txt", path);
+    {
+        std::lock_guard const lock(mutex_);
+        cookiesPathFile_ = file;
+    }
+    std::string errorText;
+    auto const task = IHVTask::MallocTask();
+    task->SetErrorHandler([&errorText](std::shared_ptr<IHVData const> data) {
+        if (data)
+            errorText += data->ToText();
+    });
+    auto const launch = task->Launch(
+        HVArgsBuilder::GetDownloadCommadExe(),
+        {"--cookies-from-browser", IHVBrowserState::BrowserParamName(browser), "--cookies", file}, true);
+    if (!launch->Succeed())
+        return Failure(__LINE__, "failed to get cookies.");
+    task->WaitExit(HVInfiniteTimeOut);
+    ReleaseFileReservation(file);
+    // The tool complains about the missing address even when it has written the file: the file decides.
+    if (!errorText.empty())
+        IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
+    if (IHVFileProvider::PathFileExist(file))
+        return IHVError::MallocSucceed("HVDownLoadCookies", __LINE__, "GenerateCookiesFile");
+    return Failure(__LINE__, ("failed to creater cookies file. " + errorText).c_str());
+}
+
+std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile2(std::string const& path,
+                                                                        Callback callback,
+                                                                        HVDownloadBrowser browser,
+                                                                        long long timeout) {
+    // The thread holds the record, so that an owner may drop it while the worker runs.
+    auto worker = IHVThread::MallocThread(
+        [self = shared_from_this(), browser, path, timeout] { self->Work(browser, path, timeout); });
+    {
+        std::lock_guard const lock(mutex_);
+        if (worker_ && !worker_->HasEnded())
+            return Busy(__LINE__);
+        std::swap(callback_, callback);
+        worker_ = worker;
+    }
+    // In the field before its start: from here on a second call is refused.
+    if (worker->Start()->Succeed())
+        return IHVError::MallocSucceed("HVDownLoadCookies", __LINE__, "GenerateCookiesFile2");
+    TakeCallback();
+    return Busy(__LINE__);
+}
+
+void HVDownloadCookies::Work(HVDownloadBrowser browser, std::string const& folder, long long timeout) {
+    Answer answer;
+    try {
+        AskBrowser(browser, folder, timeout, answer);
+    } catch (std::exception const& error) {
+        answer.path.clear();
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't get a browser's cookies: %s", error.what());
+    } catch (...) {
+        answer.path.clear();
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't get a browser's cookies");
+    }
+    if (auto const callback = TakeCallback())
+        callback(answer.path, answer.state);
+}
+
+// It is called once, and what it holds does not live as long as the record.
+HVDownloadCookies::Callback HVDownloadCookies::TakeCallback() {
+    std::lock_guard const lock(mutex_);
+    return std::exchange(callback_, nullptr);
+}
+
+void HVDownloadCookies::AskBrowser(HVDownloadBrowser browser, std::string const& folder, long long timeout,
+                                   Answer& answer) {
+    auto const stock = IHVCookieStock::SharedCookieStock();
+    if (browser == HVDownloadBrowserUnknown && IHVBrowserState::BrowserWasStarted(HVDownloadBrowserProbed))
+        browser = HVDownloadBrowserProbed;
+    if (browser == HVDownloadBrowserUnknown)
+        return;
+    answer.state = stock->GetBrowserState(browser);
+    if (!answer.state->IsReachable() || answer.state->IsRequestBlocked())
+        return;
+    auto const message = IHVCookieMessage::MallocCookieMessage(0, browser);
+    stock->SendCookieMessage(message);
+    ListeningGetHandle(*stock, browser, folder, timeout, message->GetMessageTime(), answer);
+}
+
+void HVDownloadCookies::ListeningGetHandle(IHVCookieStock& stock, HVDownloadBrowser browser,
+                                           std::string const& folder, long long timeout,
+                                           long long messageTime, Answer& answer) {
+    auto const limit = PollLimit(timeout);
+    for (long long elapsed = 0;; elapsed += PollMilliseconds) {
+        answer.state = stock.GetBrowserState(browser);
+        if (!answer.state->IsResponding())
+            return;
+        // A state older than the request is no answer to it, whatever data there are.
+        auto const time = answer.state->GetStateTime();
+        if (time >= messageTime && answer.state->HasCookieData()) {
+            auto const data = IHVBase64Codec::Decode(stock.GetCookieData());
+            answer.path = CreateCookiePath(folder, browser, time);
+            SaveStringToFile(data, answer.path);
+            return;
+        }
+        if (elapsed >= limit)
+            return;
+        IHVThread::Sleep(PollMilliseconds);
+    }
+}
+
+std::string HVDownloadCookies::CreateCookiePath(std::string const& folder, HVDownloadBrowser browser,
+                                                long long time) {
+    return IHVFileProvider::AppendPathComponent(folder, IHVBrowserState::BrowserParamName(browser) +
+                                                            std::to_string(time) + ".txt");
+}
+
+bool HVDownloadCookies::SaveStringToFile(std::string const& data, std::string const& path) {
+    if (path.empty())
+        return false;
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    if (!file) {
+        IHVLogConfig::Printf("HVDownloadCookies::SaveStringToFile,Create File fail");
+        return false;
+    }
+    // Cookies are as good as a password: nobody else reads them, not even for a moment.
+    std::error_code ignored;
+    std::filesystem::permissions(
+        path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, ignored);
+    file.write(data.data(), static_cast<std::streamsize>(data.size()));
+    file.close();
+    return true;
+}
+
+std::string HVDownloadCookies::CookiesPluginInstallerURL(HVDownloadBrowser) {
+    return {};
+}
+
+std::shared_ptr<IHVDownloadCookies> IHVDownloadCookies::MallocDownloadCookies() {
+    return std::make_shared<HVDownloadCookies>(std::string(), HVDownloadBrowserUnknown);
+}
+
+std::shared_ptr<IHVDownloadCookies> IHVDownloadCookies::MallocDownloadCookies(std::string const& path) {
+    return std::make_shared<HVDownloadCookies>(path, HVDownloadBrowserUnknown);
+}
+
+std::shared_ptr<IHVDownloadCookies> IHVDownloadCookies::MallocDownloadCookies(HVDownloadBrowser browser) {
+    return std::make_shared<HVDownloadCookies>(std::string(), browser);
+}
+
+std::string IHVDownloadCookies::CookiesFromBrowserName() const {
+    return IHVBrowserState::BrowserName(GetCookiesFromBrowser());
+}
+
+std::string IHVDownloadCookies::CookiesFromBrowserParamName() const {
+    return IHVBrowserState::BrowserParamName(GetCookiesFromBrowser());
+}
+
+} // namespace Halvorn

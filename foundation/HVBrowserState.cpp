@@ -1,0 +1,49 @@
+#include "IHVBrowserState.h"
+
+#include "IHVCookieStock.h"
+
+namespace Halvorn {
+
+namespace {
+
+struct BrowserNames {
+    HVDownloadBrowser browser;
+    char const* name;
+    char const* param;
+};
+
+constexpr BrowserNames Names[] = {{HVDownloadBrowserChrome, "Google Chrome", "chrome"},
+                                  {HVDownloadBrowserChromium, "Chromium", "chromium"},
+                                  {HVDownloadBrowserFirefox, "Mozilla Firefox", "firefox"},
+                                  {HVDownloadBrowserEdge, "Microsoft Edge", "edge"},
+                                  {HVDownloadBrowserSafari, "Safari", "safari"},
+                                  {HVDownloadBrowserBrave, "Brave", "brave"},
+                                  {HVDownloadBrowserOpera, "Opera", "opera"},
+                                  {HVDownloadBrowserVivaldi, "Vivaldi", "vivaldi"},
+                                  {HVDownloadBrowserWhale, "Naver Whale", "whale"}};
+
+constexpr BrowserNames NoBrowser = {HVDownloadBrowserUnknown, "Unknown", "unknown"};
+
+BrowserNames const& NamesOf(HVDownloadBrowser browser) {
+    for (auto const& names : Names) {
+        if (names.browser == browser)
+            return names;
+    }
+    return NoBrowser;
+}
+
+} // namespace
+
+std::string IHVBrowserState::BrowserName(HVDownloadBrowser browser) {
+    return NamesOf(browser).name;
+}
+
+std::string IHVBrowserState::BrowserParamName(HVDownloadBrowser browser) {
+    return NamesOf(browser).param;
+}
+
+bool IHVBrowserState::BrowserWasStarted(HVDownloadBrowser browser) {
+    return IHVCookieStock::SharedCookieStock()->BrowserWasStarted(browser);
+}
+
+} // namespace Halvorn

@@ -1,0 +1,61 @@
+#include "HVFormat.h"
+#include "IHVError.h"
+
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+class HVError final : public IHVError {
+public:
+    HVError(std::string file, int line, std::string function, int code, std::string title,
+            std::string message)
+        : file_(std::move(file)), line_(line), function_(std::move(function)), code_(code),
+          title_(std::move(title)), message_(std::move(message)) {}
+
+    std::string const& GetErrorMessage() const override { return message_; }
+    std::string const& GetErrorTitle() const override { return title_; }
+    int GetErrorCode() const override { return code_; }
+    std::string const& GetSourceFile() const override { return file_; }
+    int GetSourceLine() const override { return line_; }
+    std::string const& GetFunctionName() const override { return function_; }
+
+private:
+    std::string file_;
+    int line_;
+    std::string function_;
+    int code_;
+    std::string title_;
+    std::string message_;
+};
+
+} // namespace
+
+std::shared_ptr<IHVError> IHVError::MallocErrorText(std::string const& file, int line,
+                                                    std::string const& function, int code,
+                                                    std::string const& title, char const* text) {
+    return std::make_shared<HVError>(file, line, function, code, title, text == nullptr ? "" : text);
+}
+
+std::shared_ptr<IHVError> IHVError::MallocErrorFormat(std::string const& file, int line,
+                                                      std::string const& function, int code,
+                                                      std::string const& title, char const* format, ...) {
+    va_list args;
+    va_start(args, format);
+    std::string message = FormatText(format, args);
+    va_end(args);
+    return std::make_shared<HVError>(file, line, function, code, title, std::move(message));
+}
+
+std::shared_ptr<IHVError> IHVError::MallocSucceed(std::string const& file, int line,
+                                                  std::string const& function) {
+    return MallocErrorText(file, line, function, HVErrorCodeSucceed, "Succeed", "Operation was succeed");
+}
+
+std::shared_ptr<IHVError> IHVError::MallocCancel(std::string const& file, int line,
+                                                 std::string const& function) {
+    return MallocErrorText(file, line, function, HVErrorCodeCancelled, "Cancel", "User cancelled operation");
+}
+
+} // namespace Halvorn

@@ -1,0 +1,101 @@
+#include "HVProcessEnd.h"
+#include "HVTmpFolder.h"
+#include "IHVFileProvider.h"
+#include "IHVLogConfig.h"
+#include "IHVThread.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+namespace Halvorn {
+
+namespace {
+
+/// Never destroyed: a download may ask for it until the very end of the process.
+struct TmpFolder {
+    std::mutex mutex;
+    HVTmpFolder folder;
+    bool cleaned = false;
+    bool ended = false; ///< the process is ending: a new folder would stay behind
+
+    static TmpFolder& Shared() {
+        static auto* folder = new TmpFolder;
+        return *folder;
+    }
+};
+
+std::string SystemTmpFolder() {
+    char const* const folder = std::getenv("TMPDIR");
+    // A relative one would follow a later change of the working folder; and the tool reads a path as a
+    // template.
+    bool const usable = folder != nullptr && *folder == '/' && std::strpbrk(folder, "%$~") == nullptr;
+    return usable ? folder : "/tmp";
+}
+
+void EndTmpFolder() {
+    auto& shared = TmpFolder::Shared();
+    std::lock_guard const lock(shared.mutex);
+    shared.folder.End();
+    shared.ended = true;
+}
+
+/// Elsewhere, since a killed process may have left a lot.
+void CleanInBackground(std::string const& parent) {
+    IHVThread::MallocThread([parent] { RemoveDeadTmpFolders(parent); })->Start();
+}
+
+/// Name in the temporary folder of a path in it, or empty.
+std::string NameIn(std::string const& folder, std::string const& path) {
+    if (folder.empty() || path.compare(0, folder.size() + 1, folder + "/") != 0)
+        return {};
+    std::string const rest = path.substr(folder.size() + 1);
+    return rest.substr(0, rest.find('/'));
+}
+
+} // namespace
+
+std::string IHVFileProvider::GetTmpPath() {
+    auto& shared = TmpFolder::Shared();
+    std::lock_guard const lock(shared.mutex);
+    if (shared.folder.Usable())
+        return shared.folder.Path();
+    if (shared.ended)
+        return {};
+    std::string const parent = SystemTmpFolder();
+    if (!shared.folder.Make(parent)) {
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't make a temporary folder in \"%s\"",
+                             parent.c_str());
+        return {};
+    }
+    SetProcessEndFunction(HVEndStage::Files, EndTmpFolder);
+    if (!shared.cleaned)
+        CleanInBackground(parent);
+    shared.cleaned = true;
+    return shared.folder.Path();
+}
+
+void IHVFileProvider::KeepTmpFile(std::string const& path) {
+    auto& shared = TmpFolder::Shared();
+    std::lock_guard const lock(shared.mutex);
+    shared.folder.Keep(NameIn(shared.folder.Path(), path));
+}
+
+void IHVFileProvider::RemoveTmpFiles(std::string const& stem, std::string const& keep) {
+    auto& shared = TmpFolder::Shared();
+    std::string folder;
+    std::set<std::string> kept;
+    {
+        // Removing gigabytes takes its time: others must not wait for it.
+        std::lock_guard const lock(shared.mutex);
+        if (!shared.folder.IsOwn())
+            return;
+        folder = shared.folder.Path();
+        kept = shared.folder.Kept();
+    }
+    std::string const inFolder = NameIn(folder, keep);
+    kept.insert(inFolder.empty() ? keep : inFolder);
+    HVTmpFolder::RemoveEntries(folder, stem, kept);
+}
+
+} // namespace Halvorn

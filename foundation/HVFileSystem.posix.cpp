@@ -1,0 +1,81 @@
+#include "HVFileSystem.h"
+#include "IHVFileProvider.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Halvorn {
+
+void HVDescriptor::Reset(int fd) {
+    if (fd_ >= 0)
+        close(fd_);
+    fd_ = fd;
+}
+
+bool AnyEntryExists(std::string const& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
+
+bool IHVFileProvider::PathFileExist(std::string const& path) {
+    struct stat info {};
+    return !path.empty() && stat(path.c_str(), &info) == 0;
+}
+
+std::size_t LongestFileName(std::string const& folder) {
+    long const limit = folder.empty() ? -1 : pathconf(folder.c_str(), _PC_NAME_MAX);
+    return limit > 0 ? static_cast<std::size_t>(limit) : 255;
+}
+
+std::string FolderOfPath(std::string const& path) {
+    std::size_t const slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+int MakeFolders(std::string const& folder) {
+    if (mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST)
+        return 0;
+    std::string const above = FolderOfPath(folder);
+    if (errno != ENOENT || above == folder || above == ".")
+        return errno;
+    int const error = MakeFolders(above);
+    if (error != 0)
+        return error;
+    return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+std::string FileErrorReason(int error) {
+    switch (error) {
+    case ENOSPC:
+        return "no space is left there";
+    case EDQUOT:
+        return "the user's share of the disk is used up";
+    case ENOENT:
+        return "the folder does not exist";
+    case ENOTDIR:
+        return "what should be a folder is a file";
+    case EACCES:
+    case EPERM:
+        return "there is no permission";
+    case EROFS:
+        return "the disk can only be read";
+    case EEXIST:
+    case ENOTEMPTY:
+        return "the name is taken";
+    case EISDIR:
+        return "a folder is in the place of the file";
+    case ENAMETOOLONG:
+        return "the name is too long";
+    case EFBIG:
+        return "the file is too large for that disk";
+    default:
+        return std::generic_category().message(error);
+    }
+}
+
+} // namespace Halvorn

@@ -1,0 +1,18 @@
+#pragma once
+// Which addresses are asked for at all.
+
+#include <string>
+
+namespace Halvorn {
+
+struct HVHTTPAddress {
+    std::string url; ///< as the request uses it; empty when the address is refused
+    bool secure = false;
+    bool loopback = false;
+    std::string refusal; ///< why, for a user
+};
+
+/// Takes https, and plain http on loopback, where nobody can listen in between.
+HVHTTPAddress CheckHTTPAddress(std::string const& url);
+
+} // namespace Halvorn

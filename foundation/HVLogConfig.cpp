@@ -1,0 +1,94 @@
+#include "HVFormat.h"
+#include "IHVLogConfig.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr int kOff = 4;
+
+/// Lowest level that goes to standard error.
+int Threshold() {
+    static int const threshold = [] {
+        char const* value = std::getenv("REELHAUL_LOG");
+        if (value == nullptr || *value == '\0')
+            return static_cast<int>(IHVLogConfig::LogLevelWarning);
+        if (value[0] >= '0' && value[0] <= '3' && value[1] == '\0')
+            return value[0] - '0';
+        return std::strcmp(value, "off") == 0 ? kOff : static_cast<int>(IHVLogConfig::LogLevelWarning);
+    }();
+    return threshold;
+}
+
+/// Never destroyed: threads may log until the very end of the process.
+struct HandlerSlot {
+    std::mutex mutex;
+    std::shared_ptr<IHVLogConfig::Handler const> handler;
+
+    static HandlerSlot& Shared() {
+        static auto* slot = new HandlerSlot;
+        return *slot;
+    }
+    std::shared_ptr<IHVLogConfig::Handler const> Get() {
+        std::lock_guard const lock(mutex);
+        return handler;
+    }
+};
+
+void Emit(IHVLogConfig::LogLevel level, std::string line) {
+    while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+        line.pop_back();
+    if (auto const handler = HandlerSlot::Shared().Get()) {
+        (*handler)(level, line);
+        return;
+    }
+    if (static_cast<int>(level) < Threshold())
+        return;
+    line.insert(0, "reelhaul: ");
+    line += '\n';
+    // One write for one line, so that lines of several threads don't mix.
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool Wanted(IHVLogConfig::LogLevel level) {
+    return static_cast<int>(level) >= Threshold() || HandlerSlot::Shared().Get() != nullptr;
+}
+
+} // namespace
+
+void IHVLogConfig::SetHandler(Handler handler) {
+    auto next = handler ? std::make_shared<Handler const>(std::move(handler)) : nullptr;
+    auto& slot = HandlerSlot::Shared();
+    std::lock_guard const lock(slot.mutex);
+    slot.handler.swap(next);
+}
+
+void IHVLogConfig::LogText(LogLevel level, char const* text) {
+    if (text == nullptr || !Wanted(level))
+        return;
+    try {
+        Emit(level, text);
+    } catch (...) { // NOLINT(bugprone-empty-catch): logging never fails towards the caller
+    }
+}
+
+void IHVLogConfig::LogFormat(LogLevel level, char const* format, ...) {
+    if (!Wanted(level))
+        return;
+    try {
+        va_list args;
+        va_start(args, format);
+        std::string line = FormatText(format, args);
+        va_end(args);
+        Emit(level, std::move(line));
+    } catch (...) { // NOLINT(bugprone-empty-catch): logging never fails towards the caller
+    }
+}
+
+} // namespace Halvorn

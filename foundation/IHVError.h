@@ -1,0 +1,74 @@
+#pragma once
+/// \file
+/// The one result object of the library: what an operation came to, for a program and for a person.
+///
+/// Thread-safety: an error object never changes after it is made and may be read from any thread.
+/// Ownership: held by shared pointers, as `shared_ptr<IHVError const>`.
+
+#include "HVConstants.h"
+#include "HVExport.h"
+
+#include <memory>
+#include <string>
+#include <type_traits>
+
+namespace Halvorn {
+
+class HV_EXPORT IHVError {
+public:
+    /// Makes an error object whose message is `text` as it stands: a "%" in it means nothing.
+    /// `file` is the base name of the source file, `function` the short name of the operation.
+    static std::shared_ptr<IHVError> MallocError(std::string const& file, int line,
+                                                 std::string const& function, int code,
+                                                 std::string const& title, char const* text) {
+        return MallocErrorText(file, line, function, code, title, text);
+    }
+
+    /// The same with a message made from `format` and its arguments in the manner of printf. What is no
+    /// complete conversion in `format` stands in the message as it is.
+    template <typename First, typename... Rest>
+    static std::shared_ptr<IHVError>
+    MallocError(std::string const& file, int line, std::string const& function, int code,
+                std::string const& title, char const* format, First first, Rest... rest) {
+        static_assert(std::is_scalar_v<First> && (std::is_scalar_v<Rest> && ...),
+                      "a text goes in as char const*");
+        return MallocErrorFormat(file, line, function, code, title, format, first, rest...);
+    }
+
+    /// The plain success: code HVErrorCodeSucceed, title "Succeed", message "Operation was succeed".
+    static std::shared_ptr<IHVError> MallocSucceed(std::string const& file, int line,
+                                                   std::string const& function);
+    /// The end by the user's wish: code HVErrorCodeCancelled, title "Cancel", message "User cancelled
+    /// operation".
+    static std::shared_ptr<IHVError> MallocCancel(std::string const& file, int line,
+                                                  std::string const& function);
+
+    /// True when the operation did what it was asked to do.
+    bool Succeed() const { return GetErrorCode() == HVErrorCodeSucceed; }
+    /// True when the user stopped the operation.
+    bool UserCancel() const { return GetErrorCode() == HVErrorCodeCancelled; }
+
+    /// The message, ready to be shown.
+    virtual std::string const& GetErrorMessage() const = 0;
+    /// One word or two above the message: "Error", "Cancel", "Succeed", "IO Error".
+    virtual std::string const& GetErrorTitle() const = 0;
+    /// HVErrorCodeSucceed, HVErrorCodeCancelled, HVErrorCodeIO, or -1 for any other failure.
+    virtual int GetErrorCode() const = 0;
+    /// Where the object was made: base name of the source file, line, short name of the operation.
+    virtual std::string const& GetSourceFile() const = 0;
+    virtual int GetSourceLine() const = 0;
+    virtual std::string const& GetFunctionName() const = 0;
+
+protected:
+    ~IHVError() = default;
+
+private:
+    static std::shared_ptr<IHVError> MallocErrorText(std::string const& file, int line,
+                                                     std::string const& function, int code,
+                                                     std::string const& title, char const* text);
+    static std::shared_ptr<IHVError> MallocErrorFormat(std::string const& file, int line,
+                                                       std::string const& function, int code,
+                                                       std::string const& title, char const* format, ...);
+};
+
+} // namespace Halvorn

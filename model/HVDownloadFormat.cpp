@@ -1,0 +1,83 @@
+#include "HVDownloadFormat.h"
+
+namespace Halvorn {
+
+HVDownloadFormat::HVDownloadFormat(IHVDownloadFormat const* other) {
+    if (other == nullptr)
+        return;
+    videoCodecName_ = other->VideoCodecName();
+    audioCodecName_ = other->AudioCodecName();
+    formatCode_ = other->FormatCode();
+    extension_ = other->Extension();
+    resolution_ = other->Resolution();
+    width_ = other->Width();
+    height_ = other->Height();
+    framePerSecond_ = other->FramePerSecond();
+    channelCount_ = other->ChannelCount();
+    tbr_ = other->TBR();
+    proto_ = other->Proto();
+    vbr_ = other->VBR();
+    abr_ = other->ABR();
+    asr_ = other->ASR();
+    hdr_ = other->HDR();
+    moreInfo_ = other->MoreInfo();
+    sizeFormat_ = other->SizeFormat();
+    audioLanguage_ = other->GetAudioLanguage();
+    size_ = other->Size();
+    audioOnly_ = other->AudioOnly();
+    videoOnly_ = other->VideoOnly();
+}
+
+HVDownloadFormat::HVDownloadFormat(std::shared_ptr<IHVDownloadFormat> const& other)
+    : HVDownloadFormat(other.get()) {}
+
+void HVDownloadFormat::SetEstSize(unsigned long long size) {
+    size_ = size;
+    sizeFormat_ = HVJsonObjectFormat::FormatFilesize(size);
+}
+
+std::shared_ptr<IHVDownloadFormat> HVDownloadFormat::Clone() const {
+    return std::make_shared<HVDownloadFormat>(this);
+}
+
+std::string HVDownloadFormat::FindShortName(std::string const& name) const {
+    std::size_t const dot = name.find('.');
+    return dot == 0 ? name : name.substr(0, dot);
+}
+
+bool HVDownloadFormat::LoadFromJsonObject(std::shared_ptr<HVJsonObjectFormat> const& json) {
+    if (json == nullptr)
+        return false;
+    formatCode_ = json->GetFormatCode();
+    if (formatCode_.empty())
+        return false;
+    extension_ = json->GetExtension();
+    if (extension_ == "mhtml")
+        return false;
+    videoCodecName_ = json->GetVideCodecName();
+    if (videoCodecName_.find("images") != std::string::npos)
+        return false;
+    audioCodecName_ = json->GetAudioCodecName();
+    resolution_ = json->GetResolution();
+    width_ = json->GetWidth();
+    height_ = json->GetHeight();
+    framePerSecond_ = json->GetFPS();
+    channelCount_ = json->GetChannelCount();
+    tbr_ = json->GetTBRString();
+    proto_ = json->GetProtocal();
+    vbr_ = json->GetVBRString();
+    abr_ = json->GetABRString();
+    asr_ = json->GetASRString();
+    hdr_ = json->GetDynamicRange();
+    audioOnly_ = json->GetAudioOnly();
+    videoOnly_ = json->GetVideoOnly();
+    audioLanguage_ = json->GetAudioLangauge();
+    moreInfo_ = json->GetMoreInfo();
+    sizeFormat_ = json->GetFileSizeString();
+    size_ = json->GetFileSize();
+    if (audioOnly_ && extension_ == "mp4")
+        extension_ = "m4a";
+    return true;
+}
+
+} // namespace Halvorn

@@ -1,0 +1,132 @@
+#include "HVDownloadItem.h"
+
+#include "HVModelList.h"
+#include "IHVLogConfig.h"
+#include "IHVPlayList.h"
+
+namespace Halvorn {
+
+std::shared_ptr<IHVDownloadItem> IHVDownloadItem::MallocDownloadItem(std::string const& url) {
+    return std::make_shared<HVDownloadItem>(url);
+}
+
+std::shared_ptr<IHVDownloadItem>
+IHVDownloadItem::MallocDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
+                                    std::string const& url) {
+    return std::make_shared<HVDownloadItem>(formats, url);
+}
+
+bool IHVDownloadItem::Valid() const {
+    return GetDownloadFormatCount() > 0;
+}
+
+bool IHVDownloadItem::IsPlayListItem() const {
+    return GetEntryIndexOfPlayList() >= 0 && GetPlayList() != nullptr;
+}
+
+std::shared_ptr<IHVDownloadFormat> IHVDownloadItem::GetCurrentDownloadFormat() const {
+    return Valid() ? GetDownloadFormatAtIndex(GetCurrentFormatIndex()) : nullptr;
+}
+
+std::string IHVDownloadItem::CurrentExtension() const {
+    std::shared_ptr<IHVDownloadFormat> const format = GetCurrentDownloadFormat();
+    return format == nullptr ? std::string() : format->Extension();
+}
+
+HVDownloadItem::HVDownloadItem(std::string const& url) : downloadURL_(url) {}
+
+HVDownloadItem::HVDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
+                               std::string const& url)
+    : downloadURL_(url) {
+    AppendElements(formats_, formats);
+    currentFormatIndex_ = formats_.empty() ? -1 : 0;
+}
+
+void HVDownloadItem::AddDownloadFormat(std::shared_ptr<IHVDownloadFormat> format) {
+    if (format == nullptr)
+        return;
+    formats_.push_back(std::move(format));
+    currentFormatIndex_ = 0;
+}
+
+void HVDownloadItem::AddDownloadFormat(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats) {
+    AppendElements(formats_, formats);
+    currentFormatIndex_ = 0;
+}
+
+std::shared_ptr<IHVDownloadFormat> HVDownloadItem::GetDownloadFormatAtIndex(int index) const {
+    return ElementAt(formats_, index);
+}
+
+void HVDownloadItem::SetCurrentFormatIndex(int index) {
+    if (index == currentFormatIndex_)
+        return;
+    if (index < 0 || index >= GetDownloadFormatCount()) {
+        IHVLogConfig::Printf("Index %d is out of download format range(0 - %d)\n", index,
+                             GetDownloadFormatCount());
+        return;
+    }
+    currentFormatIndex_ = index;
+    // A file that was downloaded in another format does not count.
+    SetDownloadedFile({});
+}
+
+void HVDownloadItem::SetFileName(std::string const& name) {
+    if (!name.empty())
+        fileName_.Set(name);
+}
+
+void HVDownloadItem::SetDuration(int seconds) {
+    durationSeconds_ = seconds;
+    durationString_ = FormatSeconds(seconds);
+}
+
+void HVDownloadItem::SetDuration(std::string const& text) {
+    if (!text.empty())
+        durationText_ = text;
+}
+
+void HVDownloadItem::SetThumbnail(std::shared_ptr<IHVDownloadThumbnail> thumbnail) {
+    thumbnail_ = std::move(thumbnail);
+}
+
+void HVDownloadItem::AddDownloadSubtitle(std::shared_ptr<IHVDownloadSubtitle> subtitle) {
+    AppendElement(subtitles_, std::move(subtitle));
+}
+
+void HVDownloadItem::AddDownloadSubtitles(
+    std::vector<std::shared_ptr<IHVDownloadSubtitle>> const& subtitles) {
+    AppendElements(subtitles_, subtitles);
+}
+
+std::shared_ptr<IHVDownloadSubtitle const> HVDownloadItem::GetDownloadSubtitleAtIndex(int index) const {
+    return ElementAt(subtitles_, index);
+}
+
+std::shared_ptr<IHVDownloadSubtitle const> HVDownloadItem::CurrentDownloadSubtitle() const {
+    return ElementAt(subtitles_, currentSubtitleIndex_);
+}
+
+std::shared_ptr<IHVDownloadSubtitle> HVDownloadItem::GetDownloadSubtitleAtIndex(int index) {
+    return ElementAt(subtitles_, index);
+}
+
+std::shared_ptr<IHVDownloadSubtitle> HVDownloadItem::CurrentDownloadSubtitle() {
+    return ElementAt(subtitles_, currentSubtitleIndex_);
+}
+
+void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int index) {
+    if (playList == nullptr)
+        return;
+    playList_ = playList;
+    entryIndex_ = index;
+    // Kept as a copy: an item outlives its playlist.
+    playlistURL_ = playList->GetPlaylistURL();
+}
+
+std::string HVDownloadItem::FormatSeconds(int seconds) {
+    auto twoDigits = [](int number) { return (number < 10 ? "0" : "") + std::to_string(number); };
+    return twoDigits(seconds / 3600) + ":" + twoDigits(seconds % 3600 / 60) + ":" + twoDigits(seconds % 60);
+}
+
+} // namespace Halvorn

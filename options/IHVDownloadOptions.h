@@ -1,0 +1,45 @@
+#pragma once
+/// \file
+/// The bundle of everything that a run of the tool can be told: five records, any of which may be absent.
+///
+/// Thread-safety: none; set the bundle up before it goes to a task or a controller, whose worker threads read
+/// it each time they build a command. Ownership: shared pointers; the bundle shares its records with whoever
+/// set them.
+
+#include "HVExport.h"
+
+#include <memory>
+
+namespace Halvorn {
+
+class IHVAuthenticationOptions;
+class IHVDownloadCookies;
+class IHVGeneralOptions;
+class IHVGeoRestrictionOptions;
+class IHVNetworkOptions;
+
+class HV_EXPORT IHVDownloadOptions {
+public:
+    /// A bundle with all records absent.
+    static std::shared_ptr<IHVDownloadOptions> MallocDownloadOptions();
+
+    // An empty pointer makes a record absent; a getter answers an empty pointer for an absent one.
+    virtual void SetGeneralOptions(std::shared_ptr<IHVGeneralOptions> options) = 0;
+    virtual std::shared_ptr<IHVGeneralOptions const> GetGeneralOptions() const = 0;
+    virtual void SetNetworkOptions(std::shared_ptr<IHVNetworkOptions> options) = 0;
+    virtual std::shared_ptr<IHVNetworkOptions const> GetNetworkOptions() const = 0;
+    virtual void SetAuthenticationOptions(std::shared_ptr<IHVAuthenticationOptions> options) = 0;
+    virtual std::shared_ptr<IHVAuthenticationOptions const> GetAuthenticationOptions() const = 0;
+    virtual void SetGeoRestrictionOptions(std::shared_ptr<IHVGeoRestrictionOptions> options) = 0;
+    virtual std::shared_ptr<IHVGeoRestrictionOptions const> GetGeoRestrictionOptions() const = 0;
+    virtual std::shared_ptr<IHVDownloadCookies const> GetDownloadCookies() const = 0;
+    virtual void SetDownloadCookies(std::shared_ptr<IHVDownloadCookies> cookies) = 0;
+    /// A bundle with copies of all records that are there. As with IHVNetworkOptions::Clone, the copy does
+    /// not check certificates until it is told to.
+    virtual std::shared_ptr<IHVDownloadOptions> Clone() const = 0;
+
+protected:
+    ~IHVDownloadOptions() = default;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,105 @@
+#include "HVDownloadTaskParser.h"
+
+#include "HVArgsBuilder.h"
+#include "HVCookiesGuard.h"
+#include "IHVLogConfig.h"
+#include "IHVStringHelper.h"
+#include "IHVTask.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+/// How long a run goes on before it is looked at whether the user still wants it, in milliseconds.
+constexpr unsigned int kPollMilliseconds = 500;
+
+} // namespace
+
+std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocDownloadTask(std::string const& url) {
+    return std::make_shared<HVDownloadTaskParser>(url);
+}
+
+std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocTextDownloadTask(std::string const& url) {
+    return std::make_shared<HVDownloadTaskParser>(url, HVAnalysisRoute::PlainText);
+}
+
+HVDownloadTaskParser::HVDownloadTaskParser(std::string url, HVAnalysisRoute route)
+    : taskURL_(std::move(url)), route_(route) {}
+
+void HVDownloadTaskParser::asyncProgressTask() {
+    if (route_ == HVAnalysisRoute::PlainText)
+        UsingPainTextOutput();
+    else
+        UsingJsonOutput();
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& errorText, bool jsonOutput) {
+    if (taskURL_.empty())
+        return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
+                                     "Download url is not set.");
+    HVArgsBuilder builder(GetMutableOptions());
+    builder.SetJsRuntimePath(GetJSRuntimePath());
+    return GetResultFromServer(output, errorText, builder.BuildSearchItemsArgs(taskURL_, jsonOutput));
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& errorText,
+                                          std::vector<std::string> const& args) {
+    auto const task = IHVTask::MallocTask();
+    std::string errorStream;
+    std::string outputStream;
+    auto const appendTo = [](std::string& text) {
+        return [&text](std::shared_ptr<IHVData const> const& data) {
+            if (data != nullptr)
+                text += data->ToText();
+        };
+    };
+    task->SetErrorHandler(appendTo(errorStream));
+    task->SetOutputHandler(appendTo(outputStream));
+    task->SetRuntimePath(GetJSRuntimePath());
+    task->SetPythonPath(CookiesGuardFolder(GetMutableOptions().get()));
+    if (auto error = task->Launch(HVArgsBuilder::GetDownloadCommadExe(), args, true); !error->Succeed())
+        return error;
+    int result = HVErrTimeout;
+    while (result == HVErrTimeout) {
+        result = task->WaitExit(kPollMilliseconds);
+        if (UserCancel()) {
+            task->Terminate();
+            task->WaitExit(HVInfiniteTimeOut);
+            break;
+        }
+    }
+    if (auto const failure = task->DeliveryError())
+        throw std::runtime_error(failure->GetErrorMessage());
+    IHVLogConfig::Printf("err:%s", errorStream.c_str());
+    errorText = std::move(errorStream);
+    output = std::move(outputStream);
+    return IHVError::MallocSucceed("HVDownloadTaskParser", __LINE__, "GetResultFromServer");
+}
+
+std::shared_ptr<IHVError const> HVDownloadTaskParser::ParseFatalError(std::string const& errorText) {
+    std::vector<std::string> fatal;
+    for (auto& line : IHVStringHelper::Split(errorText, '\n'))
+        if (line.find("ERROR:") != std::string::npos)
+            fatal.push_back(std::move(line));
+    if (fatal.empty())
+        return IHVError::MallocSucceed("HVDownloadTaskParser", __LINE__, "ParseFatalError");
+    return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "ParseFatalError", -1, "Error",
+                                 IHVStringHelper::Join(fatal, '\n').c_str());
+}
+
+int HVDownloadTaskParser::ParseSearchResult(std::string const& output) {
+    static std::string const kItemOfMany = "Downloading item 1 of ";
+    if (auto const marker = output.find(kItemOfMany); marker != std::string::npos) {
+        auto const begin = marker + kItemOfMany.size();
+        auto const end = output.find('\n', begin);
+        return std::stoi(output.substr(begin, end == std::string::npos ? end : end - begin));
+    }
+    return output.find("Downloading 1 format(s)") != std::string::npos ? 1 : 0;
+}
+
+} // namespace Halvorn

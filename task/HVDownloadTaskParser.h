@@ -1,0 +1,85 @@
+#pragma once
+// The analysis of a web address: runs the tool and makes items and playlists of what it prints.
+//
+// All operations but the constructor and the getters run on the task's worker thread, one tool run at a time.
+
+#include "HVDownloadTask.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Halvorn {
+
+class HVJsonObjectFormat;
+class HVJsonObjectPlayItem;
+class HVJsonObjectPlayList;
+class HVJsonObjectPlaylistEntry;
+class IHVDownloadFormat;
+class IHVDownloadThumbnail;
+
+/// What the tool is asked to print.
+enum class HVAnalysisRoute { Json, PlainText };
+
+class HVDownloadTaskParser final : public HVDownloadTask {
+public:
+    explicit HVDownloadTaskParser(std::string url, HVAnalysisRoute route = HVAnalysisRoute::Json);
+
+    HVTaskType GetTaskType() override { return HVTaskTypeParse; }
+    std::string TaskURL() const override { return taskURL_; }
+    void asyncProgressTask() override;
+
+    /// The analysis from the tool's JSON.
+    void UsingJsonOutput();
+    /// The same from the tables and lines that the tool prints for people.
+    void UsingPainTextOutput();
+
+    // One tool run, and what its text says.
+    std::shared_ptr<IHVError const> SearchDownloadItems(std::string& output, std::string& errorText,
+                                                        bool jsonOutput);
+    std::shared_ptr<IHVError const> GetResultFromServer(std::string& output, std::string& errorText,
+                                                        std::vector<std::string> const& args);
+    static std::shared_ptr<IHVError const> ParseFatalError(std::string const& errorText);
+    static int ParseSearchResult(std::string const& output);
+
+    // From JSON to the model.
+    std::shared_ptr<IHVError const> GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
+                                                    std::shared_ptr<HVJsonObjectPlaylistEntry> entry,
+                                                    int index);
+    std::shared_ptr<IHVError const> GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
+                                                std::shared_ptr<HVJsonObjectPlayItem> json);
+    void GetPlayItemThumbnail(std::shared_ptr<IHVDownloadItem>& item,
+                              std::shared_ptr<HVJsonObjectPlayItem>& json);
+    static void GetPlayItemFormats(std::shared_ptr<IHVDownloadItem>& item,
+                                   std::shared_ptr<HVJsonObjectPlayItem>& json);
+    static void GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>& item,
+                                     std::shared_ptr<HVJsonObjectPlayItem>& json);
+    void GetPlaylistThumbnail(std::shared_ptr<IHVPlayList>& playList,
+                              std::shared_ptr<HVJsonObjectPlayList>& json);
+    /// The best thumbnail whose bytes could be fetched, else the best; empty for none.
+    std::shared_ptr<IHVDownloadThumbnail>
+    FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadThumbnail>>& thumbnails);
+    static bool ContainDownloadFormat(IHVDownloadFormat const* format,
+                                      std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats);
+    /// Pairs each video with the best audio that it can be merged with, and puts all that can be offered in
+    /// order, best first. Sorts `audios` on the way.
+    static std::vector<std::shared_ptr<IHVDownloadFormat>>
+    MergeDownloadFormats(std::vector<std::shared_ptr<IHVDownloadFormat>>& videos,
+                         std::vector<std::shared_ptr<IHVDownloadFormat>>& audios,
+                         std::vector<std::shared_ptr<IHVDownloadFormat>>& others, bool liveStream);
+
+    // From tables to the model. `index` is the position in the playlist, negative when there is none.
+    std::shared_ptr<IHVError const> LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadItem>>& items,
+                                                     int index);
+    std::shared_ptr<IHVError const> ParseDownloadItemInfo(std::string const& output,
+                                                          std::shared_ptr<IHVDownloadItem> item);
+
+private:
+    void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);
+    void CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json, std::string const& errorText);
+
+    std::string const taskURL_;
+    HVAnalysisRoute const route_;
+};
+
+} // namespace Halvorn

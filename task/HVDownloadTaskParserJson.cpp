@@ -1,0 +1,212 @@
+// The analysis from the tool's JSON: a single item from its first run, a playlist with one more run for each
+// entry.
+
+#include "HVArgsBuilder.h"
+#include "HVDownloadSubtitle.h"
+#include "HVDownloadTaskParser.h"
+#include "HVDownloadThumbnail.h"
+#include "HVJsonObjectPlayItem.h"
+#include "HVJsonObjectPlayList.h"
+#include "HVJsonObjectPlaylistEntry.h"
+#include "HVJsonObjectSubtitle.h"
+#include "HVJsonObjectThumbnail.h"
+#include "HVStableSort.h"
+#include "IHVDownloadItem.h"
+#include "IHVJsonValue.h"
+#include "IHVLogConfig.h"
+#include "IHVPlayList.h"
+
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr char kFile[] = "HVDownloadTaskParser";
+constexpr char kUnknownError[] = "Unknown error, please try again later.";
+
+/// A failure with the tool's own words, or `otherwise` when it said nothing.
+std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std::string const& errorText,
+                                            char const* otherwise) {
+    return IHVError::MallocError(kFile, line, function, -1, "Error",
+                                 errorText.empty() ? otherwise : errorText.c_str());
+}
+
+/// The thumbnails that one of the two sources lists, as far as they load.
+template <typename Source, typename Get>
+std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source, Get get) {
+    std::vector<std::shared_ptr<IHVDownloadThumbnail>> thumbnails;
+    for (int i = 0; i < source.GetThumbnailCount(); ++i) {
+        auto thumbnail = std::make_shared<HVDownloadThumbnail>();
+        if (thumbnail->LoadFromJson((source.*get)(i)))
+            thumbnails.push_back(std::move(thumbnail));
+    }
+    return thumbnails;
+}
+
+} // namespace
+
+void HVDownloadTaskParser::UsingJsonOutput() {
+    notifyTaskStarted("Parse started");
+    std::string output;
+    std::string errorText;
+    auto const result = SearchDownloadItems(output, errorText, true);
+    if (result == nullptr || !result->Succeed()) {
+        notifyTaskComplete(result);
+        return;
+    }
+    // One parse serves both readings, and the text, which may be large, goes before the work begins.
+    auto const root = IHVJsonReader::ReadJsonString(output, nullptr);
+    output = std::string();
+    auto playListJson = std::make_shared<HVJsonObjectPlayList>();
+    if (playListJson->LoadFromJsonValue(root)) {
+        CompletePlaylist(playListJson, errorText);
+        return;
+    }
+    auto itemJson = std::make_shared<HVJsonObjectPlayItem>();
+    if (itemJson->LoadFromJsonValue(root)) {
+        CompleteSingleItem(itemJson);
+        return;
+    }
+    notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, "UsingJsonOutput", -1, "Error", "err:%s",
+                                             errorText.empty() ? kUnknownError : errorText.c_str()));
+}
+
+void HVDownloadTaskParser::CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json) {
+    auto item = IHVDownloadItem::MallocDownloadItem(taskURL_);
+    auto const result = GetPlayItem(item, std::move(json));
+    if (result != nullptr && result->Succeed()) {
+        // A cancel here is reported, and then the success too: both ends are true.
+        if (UserCancel())
+            notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingJsonOutput"));
+        else
+            notifyGetPlayItem(item);
+    }
+    notifyTaskComplete(result);
+}
+
+void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json,
+                                            std::string const& errorText) {
+    auto playList = IHVPlayList::MallocPlayList(taskURL_, json);
+    GetPlaylistThumbnail(playList, json);
+    int const count = json->GetEntriesCount();
+    if (count == 0) {
+        notifyTaskComplete(ToolFailure(__LINE__, "UsingJsonOutput", errorText, "NO play list item found."));
+        return;
+    }
+    std::shared_ptr<IHVError const> lastResult;
+    for (int i = 0; i < count && !UserCancel(); ++i) {
+        lastResult = GetPlaylistItem(playList, json->GetEntriesJsonObject(i), i);
+        if (lastResult != nullptr && lastResult->Succeed())
+            notifyGetPlayItem(playList->GetDownloadItems().back());
+        notifyTaskProgress("Loading " + std::to_string(i + 1) + " of the playlist with " +
+                               std::to_string(count) + " items",
+                           static_cast<float>((i + 1) * 100.0 / count));
+    }
+    if (UserCancel()) {
+        notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingJsonOutput"));
+    } else if (playList->GetDownloadItemCount() < 1) {
+        notifyTaskComplete(lastResult);
+    } else {
+        notifyGetPlayList(playList);
+        notifyTaskComplete(IHVError::MallocSucceed(kFile, __LINE__, "UsingJsonOutput"));
+    }
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
+                                      std::shared_ptr<HVJsonObjectPlaylistEntry> entry, int index) {
+    std::string const url = entry == nullptr ? std::string() : entry->GetURL();
+    // Other than the first run's, an entry's command line names no JS runtime; the child's PATH does.
+    HVArgsBuilder const builder(GetMutableOptions());
+    auto const args = url.empty() ? builder.BuildParseListItemArgs(playList->GetPlaylistURL(), index, true)
+                                  : builder.BuildParsePlayItemArgs(url, true);
+    std::string output;
+    std::string errorText;
+    auto const run = GetResultFromServer(output, errorText, args);
+    if (run == nullptr || !run->Succeed())
+        return run;
+    auto const root = IHVJsonReader::ReadJsonString(output, nullptr);
+    output = std::string();
+    std::shared_ptr<HVJsonObjectPlayItem> json;
+    if (url.empty()) {
+        // The answer is a playlist that holds just this entry.
+        HVJsonObjectPlayList answer;
+        if (!answer.LoadFromJsonValue(root) || answer.GetEntriesCount() <= 0)
+            return ToolFailure(__LINE__, "GetPlaylistItem", errorText, kUnknownError);
+        if (auto const first = answer.GetEntriesJsonObject(0))
+            json = std::make_shared<HVJsonObjectPlayItem>(first->GetJsonValue());
+    } else {
+        json = std::make_shared<HVJsonObjectPlayItem>();
+        if (!json->LoadFromJsonValue(root))
+            return ToolFailure(__LINE__, "GetPlaylistItem", errorText, kUnknownError);
+    }
+    if (json == nullptr)
+        return ToolFailure(__LINE__, "GetPlaylistItem", errorText, "No item json string exists.");
+    auto item = IHVDownloadItem::MallocDownloadItem(url);
+    auto const result = GetPlayItem(item, json);
+    if (result != nullptr && result->Succeed()) {
+        item->SetPlayList(playList, index);
+        playList->AppendDownloadItem(item);
+    }
+    return result;
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
+                                  std::shared_ptr<HVJsonObjectPlayItem> json) {
+    item->SetFileName(json->GetFileName());
+    item->SetDuration(json->GetDurationSeconds());
+    item->SetDuration(json->GetDurationString());
+    item->SetLiveStream(json->IsLiveStream());
+    IHVLogConfig::Printf("file name %s\n", item->GetFileName().c_str());
+    GetPlayItemThumbnail(item, json);
+    IHVLogConfig::Printf("get Formats\n");
+    GetPlayItemFormats(item, json);
+    IHVLogConfig::Printf("get subtitle\n");
+    GetPlayItemSubtitles(item, json);
+    if (item->Valid())
+        return IHVError::MallocSucceed(kFile, __LINE__, "GetPlayItem");
+    return IHVError::MallocError(kFile, __LINE__, "GetPlayItem", -1, "Error",
+                                 "Failed to load play item json data.");
+}
+
+void HVDownloadTaskParser::GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>& item,
+                                                std::shared_ptr<HVJsonObjectPlayItem>& json) {
+    std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles;
+    for (auto const& name : json->GetSubtitleNameVector()) {
+        auto subtitle = std::make_shared<HVDownloadSubtitle>();
+        // It is the language's name that is compared with a format's here; that is how the filter works.
+        if (subtitle->LoadFromJsonObject(name, json->GetSubtitleJsonObject(name)) &&
+            !subtitle->GetLanguageName().empty() && !subtitle->GetLanguageCode().empty() &&
+            subtitle->GetLanguageName() != "json3")
+            subtitles.push_back(std::move(subtitle));
+    }
+    HVStableSort(subtitles, [](auto& left, auto& right) { return CompareByName(left, right); });
+    item->AddDownloadSubtitles(subtitles);
+}
+
+void HVDownloadTaskParser::GetPlayItemThumbnail(std::shared_ptr<IHVDownloadItem>& item,
+                                                std::shared_ptr<HVJsonObjectPlayItem>& json) {
+    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayItem::GetThumbnailJsonObject);
+    item->SetThumbnail(FindBestThumbnail(thumbnails));
+}
+
+void HVDownloadTaskParser::GetPlaylistThumbnail(std::shared_ptr<IHVPlayList>& playList,
+                                                std::shared_ptr<HVJsonObjectPlayList>& json) {
+    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayList::GetThumbJsonObject);
+    playList->SetThumbnail(FindBestThumbnail(thumbnails));
+}
+
+std::shared_ptr<IHVDownloadThumbnail>
+HVDownloadTaskParser::FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadThumbnail>>& thumbnails) {
+    if (thumbnails.empty())
+        return nullptr;
+    HVStableSort(thumbnails, [](auto& left, auto& right) { return left->BetterThan(right.get()); });
+    for (auto const& thumbnail : thumbnails)
+        if (thumbnail->DownLoadThumbnailData(GetMutableOptions()))
+            return thumbnail;
+    return thumbnails.front();
+}
+
+} // namespace Halvorn

@@ -1,0 +1,162 @@
+// The analysis from what the tool prints for people: its tables, and the two lines behind them.
+
+#include "HVArgsBuilder.h"
+#include "HVDownloadTaskParser.h"
+#include "HVFormatSet.h"
+#include "IHVDownloadFormat.h"
+#include "IHVDownloadItem.h"
+#include "IHVDownloadThumbnail.h"
+#include "IHVLogConfig.h"
+#include "IHVPlayList.h"
+#include "IHVStringHelper.h"
+
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr char kFile[] = "HVDownloadTaskParser";
+
+/// The rows of both tables, as the lines come: the latest head line says whose row a line is. A table has no
+/// end mark, so what follows it is a row too until the reader of rows turns it down.
+class TableRows {
+public:
+    void Take(std::string const& line) {
+        if (HVDownloadTask::IsSplitString(line))
+            return;
+        if (IHVDownloadThumbnail::IsThumbnailInfoToken(line)) {
+            thumbnailHead_ = line;
+            formatHead_.clear();
+        } else if (IHVDownloadFormat::IsFormatAuxiliary(line)) {
+            formatHead_ = line;
+            thumbnailHead_.clear();
+        } else if (!formatHead_.empty()) {
+            TakeFormat(IHVDownloadFormat::MallocDownloadFormat(line, formatHead_));
+        } else if (!thumbnailHead_.empty()) {
+            if (auto thumbnail = IHVDownloadThumbnail::MallocDownloadThumbnail(line, thumbnailHead_))
+                thumbnails.push_back(std::move(thumbnail));
+        }
+    }
+
+    HVFormatSet videos;
+    HVFormatSet audios;
+    HVFormatSet others;
+    std::vector<std::shared_ptr<IHVDownloadThumbnail>> thumbnails;
+
+private:
+    void TakeFormat(std::shared_ptr<IHVDownloadFormat> format) {
+        if (format == nullptr)
+            return;
+        auto& list = format->VideoOnly() ? videos : format->AudioOnly() ? audios : others;
+        list.Add(std::move(format));
+    }
+
+    std::string thumbnailHead_;
+    std::string formatHead_;
+};
+
+} // namespace
+
+void HVDownloadTaskParser::UsingPainTextOutput() {
+    notifyTaskStarted("Parse started");
+    std::string output;
+    std::string errorText;
+    auto const search = SearchDownloadItems(output, errorText, false);
+    if (search == nullptr || !search->Succeed()) {
+        notifyTaskComplete(search);
+        return;
+    }
+    int const count = ParseSearchResult(output);
+    if (count == 0) {
+        notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, "UsingPainTextOutput", -1, "Error",
+                                                 errorText.empty() ? "Unknown error, please try again later."
+                                                                   : errorText.c_str()));
+        return;
+    }
+    auto const playList = count > 1 ? IHVPlayList::MallocPlayList(taskURL_) : nullptr;
+    std::vector<std::shared_ptr<IHVDownloadItem>> items;
+    std::shared_ptr<IHVError const> lastResult;
+    for (int i = 0; i < count && !UserCancel(); ++i) {
+        lastResult = LoadDownloadItem(items, playList == nullptr ? -1 : i);
+        if (!lastResult->Succeed()) {
+            IHVLogConfig::Printf("Failed parse download item %d with url(%d items).", i + 1, count);
+            IHVLogConfig::Printf("Error: %s.", lastResult->GetErrorMessage().c_str());
+        }
+        notifyTaskProgress("Loading item " + std::to_string(i + 1) + " of " + std::to_string(count),
+                           static_cast<float>((i + 1) * 100.0 / count));
+    }
+    if (UserCancel()) {
+        items.clear();
+        notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingPainTextOutput"));
+        return;
+    }
+    if (items.empty()) {
+        notifyTaskComplete(lastResult);
+        return;
+    }
+    if (playList != nullptr) {
+        playList->AppendDownloadItems(items);
+        notifyGetPlayList(playList);
+    } else {
+        notifyGetPlayItem(items.front());
+    }
+    notifyTaskComplete(IHVError::MallocSucceed(kFile, __LINE__, "UsingPainTextOutput"));
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadItem>>& items, int index) {
+    HVArgsBuilder builder(GetMutableOptions());
+    builder.SetJsRuntimePath(GetJSRuntimePath());
+    auto const args = index < 0 ? builder.BuildParsePlayItemArgs(taskURL_, false)
+                                : builder.BuildParseListItemArgs(taskURL_, index, false);
+    std::string output;
+    std::string errorText;
+    auto const run = GetResultFromServer(output, errorText, args);
+    if (run == nullptr || !run->Succeed())
+        return run;
+    if (!errorText.empty()) {
+        IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
+        if (auto fatal = ParseFatalError(errorText); !fatal->Succeed())
+            return fatal;
+    }
+    IHVLogConfig::DebugPrintf("Error: %s", errorText.c_str());
+    IHVLogConfig::DebugPrintf("Info: %s", output.c_str());
+    auto const item = IHVDownloadItem::MallocDownloadItem(taskURL_);
+    auto const result = ParseDownloadItemInfo(output, item);
+    if (result->Succeed()) {
+        items.push_back(item);
+        return result;
+    }
+    // What the tool said goes before what the reader found.
+    if (errorText.empty())
+        return result;
+    return IHVError::MallocError(kFile, __LINE__, "LoadDownloadItem", -1, "Error", errorText.c_str());
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::ParseDownloadItemInfo(std::string const& output,
+                                            std::shared_ptr<IHVDownloadItem> item) {
+    auto lines = IHVStringHelper::Split(output, '\n');
+    if (lines.size() < 4)
+        return IHVError::MallocError(kFile, __LINE__, "ParseDownloadItemInfo", -1, "Error",
+                                     "error text info: \n %s", output.c_str());
+    TableRows rows;
+    for (auto& line : lines) {
+        line = IHVStringHelper::Trimmed(line);
+        rows.Take(line);
+    }
+    if (IsDurationString(lines.back()))
+        item->SetDuration(lines.back());
+    // Without a line for the duration this is another line; the name is only a proposal.
+    item->SetFileName(lines[lines.size() - 2]);
+    item->SetThumbnail(FindBestThumbnail(rows.thumbnails));
+    item->AddDownloadFormat(MergeDownloadFormats(rows.videos.Formats(), rows.audios.Formats(),
+                                                 rows.others.Formats(), item->IsLiveStream()));
+    if (item->Valid())
+        return IHVError::MallocSucceed(kFile, __LINE__, "ParseDownloadItemInfo");
+    return IHVError::MallocError(kFile, __LINE__, "ParseDownloadItemInfo", -1, "Error",
+                                 "No format available.");
+}
+
+} // namespace Halvorn

@@ -1,0 +1,63 @@
+#pragma once
+/// \file
+/// One unit of work against the tool on a worker thread of its own: the analysis of a web address or the
+/// download of an item. A task object runs once.
+///
+/// Thread-safety: set delegate, options and runtime path before `StartTask`. `StopTask`, `WaitFinish`,
+/// `SetDelegate` and the getters may be called from any thread at any time. Ownership: shared pointers. A
+/// started task keeps itself alive until its work is done, so its last pointer may be dropped at any moment;
+/// its delegate is not owned.
+
+#include "HVConstants.h"
+#include "HVExport.h"
+#include "IHVError.h"
+
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class IHVDownloadItem;
+class IHVDownloadOptions;
+class IHVDownloadTaskDelegate;
+
+/// What a task does.
+enum HVTaskType { HVTaskTypeParse = 0, HVTaskTypeDownload = 1 };
+
+class HV_EXPORT IHVDownloadTask {
+public:
+    /// A task that analyses the web address. An empty address is refused by the run, not here.
+    static std::shared_ptr<IHVDownloadTask> MallocDownloadTask(std::string const& url);
+    /// A task that downloads the item, in its current format, into the folder `outputPath`.
+    static std::shared_ptr<IHVDownloadTask> MallocDownloadTask(std::shared_ptr<IHVDownloadItem> item,
+                                                               std::string const& outputPath);
+    /// A task that analyses the web address from the tables that the tool prints for people instead of from
+    /// its JSON: no subtitles, no estimated sizes, and items only at the end.
+    static std::shared_ptr<IHVDownloadTask> MallocTextDownloadTask(std::string const& url);
+
+    /// The bundle is shared with the caller, not copied.
+    virtual void SetOptions(std::shared_ptr<IHVDownloadOptions> options) = 0;
+    virtual std::shared_ptr<IHVDownloadOptions const> GetOptions() const = 0;
+    /// Null means that nobody listens. Takes effect for the next report; one under way is not waited for.
+    virtual void SetDelegate(IHVDownloadTaskDelegate* delegate) = 0;
+    virtual IHVDownloadTaskDelegate* GetDelegate() = 0;
+    virtual HVTaskType GetTaskType() = 0;
+    /// The address of the analysis, or of the item's playlist if it has one, or of the item.
+    virtual std::string TaskURL() const = 0;
+    /// Starts the worker and returns at once. Fails for a task that was started before, also after its end.
+    virtual std::shared_ptr<IHVError const> StartTask() = 0;
+    /// Asks for an end and returns at once; the task notices within half a second and reports its completion.
+    virtual void StopTask() = 0;
+    /// Path of the JS runtime that the tool is to use; empty for none.
+    virtual void SetJSRuntimePath(std::string const& path) = 0;
+    virtual std::string GetJSRuntimePath() = 0;
+    /// Blocks for at most so many milliseconds until the work is done: HVErrSuccess, or HVErrTimeout when the
+    /// time ran out, or HVErrFailure for a task that was not started. Not to be called from a delegate's
+    /// operation.
+    virtual int WaitFinish(unsigned int milliseconds) = 0;
+
+protected:
+    ~IHVDownloadTask() = default;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,45 @@
+#pragma once
+/// \file
+/// What a task reports to its owner: implemented by an application for an analysis and by the library's
+/// controllers for downloads.
+///
+/// Thread-safety: the operations are called on the task's threads, never on the application's: a delegate
+/// that touches a user interface has to change threads itself. `DownloadTaskProgress` of a download comes on
+/// the thread that delivers the tool's output, all else on the task's worker thread. A call that blocks holds
+/// the task up. Ownership: a task does not own its delegate; keep the delegate alive until
+/// `DownloadTaskCompleted` has returned.
+
+#include "HVExport.h"
+#include "IHVError.h"
+
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class IHVDownloadItem;
+class IHVDownloadTask;
+class IHVPlayList;
+
+class HV_EXPORT IHVDownloadTaskDelegate {
+public:
+    /// The worker runs. The text is ready to be shown.
+    virtual void DownloadTaskStarted(std::string message, IHVDownloadTask const* task) = 0;
+    /// `percent` is 0 to 100. An analysis reports each entry of a playlist; a download's value never falls.
+    virtual void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const* task) = 0;
+    /// A playlist, after all its items; at most once.
+    virtual void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList,
+                                         IHVDownloadTask const* task) = 0;
+    /// An item: the one of the address, or each of a playlist as it loads.
+    virtual void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item,
+                                         IHVDownloadTask const* task) = 0;
+    /// The end, with its result. An analysis that is stopped after its only tool run reports twice: the
+    /// cancel, then the success.
+    virtual void DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
+                                       IHVDownloadTask const* task) = 0;
+
+protected:
+    ~IHVDownloadTaskDelegate() = default;
+};
+
+} // namespace Halvorn

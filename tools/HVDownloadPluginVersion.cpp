@@ -1,0 +1,43 @@
+#include "HVDownloadPlugin.h"
+#include "HVDownloadPluginNames.h"
+#include "HVToolRun.h"
+#include "IHVFileProvider.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace Halvorn {
+
+std::string HVDownloadPlugin::PluginTask(std::string const& exe, std::string argument) const {
+    return argument == kVersionArgument ? ToolVersion(exe) : RunTool(exe, {argument}, 0).output;
+}
+
+std::string HVDownloadPlugin::BuiltInPluginVersion() const {
+    return PluginTask(PluginPathFile(), kVersionArgument);
+}
+
+std::string HVDownloadPlugin::LocalPluginVersion() const {
+    std::string const path = LocalPluginPathFile();
+    if (!IHVFileProvider::PathFileExist(path))
+        return kFallbackVersion;
+    return PluginTask(path, kVersionArgument);
+}
+
+std::vector<int> HVDownloadPlugin::SplitVersionString(std::string const& text) const {
+    std::vector<int> numbers;
+    std::istringstream stream(text);
+    std::string piece;
+    while (std::getline(stream, piece, '.'))
+        numbers.push_back(std::stoi(piece));
+    return numbers;
+}
+
+bool HVDownloadPlugin::IsUpdateAvailable(std::string const& oldVersion, std::string const& newVersion) const {
+    if (oldVersion.empty() || newVersion.empty())
+        return false;
+    auto const before = SplitVersionString(oldVersion);
+    auto const after = SplitVersionString(newVersion);
+    return std::lexicographical_compare(before.begin(), before.end(), after.begin(), after.end());
+}
+
+} // namespace Halvorn

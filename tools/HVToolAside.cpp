@@ -1,0 +1,70 @@
+#include "HVToolAside.h"
+
+#include "IHVFileProvider.h"
+
+#include <chrono>
+#include <filesystem>
+
+namespace Halvorn {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* kHiddenFront = ".reelhaul-";
+constexpr char const* kHiddenEnd = "part";
+/// Longer than any update takes: a younger copy may be another process's, in use.
+constexpr auto kLeftoverAge = std::chrono::hours(6);
+
+/// Differs when the file is another one than before.
+std::string StateOf(std::string const& path) {
+    std::error_code error;
+    auto const size = fs::file_size(path, error);
+    auto const time = fs::last_write_time(path, error);
+    return error ? std::string()
+                 : std::to_string(size) + " " + std::to_string(time.time_since_epoch().count());
+}
+
+} // namespace
+
+HVToolAside::HVToolAside(std::string const& tool) {
+    std::error_code error;
+    auto const real = fs::canonical(tool, error);
+    tool_ = error ? tool : real.string();
+    path_ = IHVFileProvider::AppendPathComponent(fs::path(tool_).parent_path().string(),
+                                                 kHiddenFront +
+                                                     IHVFileProvider::CreateRandomFileName(kHiddenEnd, 12));
+    state_ = StateOf(tool_);
+}
+
+HVToolAside::~HVToolAside() {
+    std::error_code ignored;
+    fs::remove(path_, ignored);
+}
+
+std::string HVToolAside::Make() const {
+    auto const copied = IHVFileProvider::CpFile(tool_, path_, true);
+    return copied->Succeed() ? std::string() : copied->GetErrorMessage();
+}
+
+std::string HVToolAside::PutInPlace() const {
+    if (StateOf(tool_) != state_)
+        return "\"" + tool_ + "\" was changed by someone else meanwhile.";
+    // One more copy, since it is what flushes the bytes before the name changes its meaning.
+    auto const copied = IHVFileProvider::CpFile(path_, tool_, true);
+    return copied->Succeed() ? std::string() : copied->GetErrorMessage();
+}
+
+void HVToolAside::RemoveLeftovers(std::string const& folder) {
+    std::error_code error;
+    auto const limit = fs::file_time_type::clock::now() - kLeftoverAge;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        std::string const name = entry->path().filename().string();
+        std::error_code ignored;
+        if (name.starts_with(kHiddenFront) && name.ends_with(std::string(".") + kHiddenEnd) &&
+            entry->last_write_time(ignored) < limit && !ignored)
+            fs::remove(entry->path(), ignored);
+    }
+}
+
+} // namespace Halvorn
