@@ -1,0 +1,39 @@
+#pragma once
+// What the user wants of an item: its format, its subtitle, and which items of a playlist.
+
+#include <Reelhaul/IHVDownloadItem.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Halvorn {
+
+/// Chooses the format that `wish` names: "best" (the first), "audio" (the first that is sound only), an
+/// index, or a format code. A number is an index where the item has so many formats, else a code; "code:" in
+/// front makes it a code in any case. Returns the fault, which tells what there is; empty when there is none.
+std::string ChooseFormat(IHVDownloadItem& item, std::string_view wish);
+
+/// Chooses the subtitle LANG or LANG.EXT. Returns the fault; empty when there is none.
+std::string ChooseSubtitle(IHVDownloadItem& item, std::string_view wish);
+
+/// Items of a playlist, counted from 1: "1,3-5".
+class HVItemRanges {
+public:
+    /// Empty when the text is no such list. An empty text means all items.
+    static std::optional<HVItemRanges> Parse(std::string_view text);
+
+    bool Contains(int item) const;
+    /// The first item named that a playlist of so many items does not have; 0 when it has all.
+    int FirstBeyond(int count) const;
+
+private:
+    std::vector<std::pair<int, int>> ranges_;
+};
+
+/// The number that the whole text is, when it is one of digits alone that fits.
+std::optional<int> WholeNumber(std::string_view text);
+
+} // namespace Halvorn

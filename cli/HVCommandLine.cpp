@@ -1,0 +1,221 @@
+#include "HVCommandLine.h"
+
+#include "HVChoice.h"
+#include "HVCookiesCommand.h"
+#include "HVGetCommand.h"
+#include "HVInfoCommand.h"
+#include "HVOptionDocument.h"
+#include "HVOptionTable.h"
+#include "HVProvidersCommand.h"
+#include "HVTerminalText.h"
+#include "HVToolsCommand.h"
+
+#include <Reelhaul/Reelhaul.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr int kMostJobs = 256;
+/// Columns; the parser repeats what it was given, however long.
+constexpr std::size_t kLongestFault = 300;
+
+constexpr char const* kExamples = R"(Examples:
+  reelhaul info https://example.org/watch/1
+  reelhaul get https://example.org/watch/1 -o ~/Videos
+  reelhaul get https://example.org/list/7 -o . --items 1,3-5 --format audio --jobs 2
+  reelhaul get https://example.org/watch/1 -o . --subtitle en.vtt --name "My title"
+
+Exit status: 0 all done, 1 something failed, 2 wrong usage, 130 interrupted.)";
+
+/// For options whose empty value would read like none.
+std::string NotEmpty(std::string const& value) {
+    return value.empty() ? "the value is empty" : "";
+}
+
+/// The parser calls a value of a flag by a name that means nothing to a user.
+std::string ParserFault(std::string fault) {
+    constexpr std::string_view kOverride = " was given a disallowed flag override";
+    if (fault.ends_with(kOverride))
+        return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
+    return fault;
+}
+
+} // namespace
+
+HVCommandLine::HVCommandLine()
+    : app_(std::make_unique<CLI::App>("Analyse and download online media.", "reelhaul")) {
+    app_->require_subcommand(1);
+    app_->set_help_flag("-h,--help", "Print this help");
+    app_->set_version_flag("--version", std::string(reinterpret_cast<char const*>(ReelhaulVersionString)),
+                           "Print the library's version");
+    app_->footer(kExamples);
+    constexpr std::size_t kNameColumns = 36;
+    app_->get_formatter()->column_width(kNameColumns);
+    AddInfo();
+    AddGet();
+    AddLesser();
+}
+
+HVCommandLine::~HVCommandLine() = default;
+
+CLI::App& HVCommandLine::Add(char const* name, char const* help, Command command) {
+    CLI::App& app = *app_->add_subcommand(name, help);
+    app.footer("");
+    app.parse_complete_callback([this, command] { run_ = command; });
+    return app;
+}
+
+void HVCommandLine::AddInfo() {
+    CLI::App& app = Add("info", "Show what an address holds: title, duration, formats, subtitles", RunInfo);
+    app.add_option("URL", request_.urls, "The address")->required()->type_name("");
+    app.add_flag("--json", request_.json, "Print one JSON document instead of text");
+    app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
+    AddToolPaths(app);
+    AddRecords(app, false);
+}
+
+void HVCommandLine::AddGet() {
+    CLI::App& app = Add("get", "Download what addresses hold", RunGet);
+    app.add_option("URL", request_.urls, "The addresses")->required()->type_name("");
+    app.add_option("-o,--output", request_.folder, "Folder for the files, made where it is missing")
+        ->required()
+        ->type_name("DIR")
+        ->check(NotEmpty, "");
+    AddFormatChoice(app);
+    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5")
+        ->type_name("LIST")
+        ->check(NotEmpty, "");
+    app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
+        ->type_name("N")
+        ->check(NotEmpty, "");
+    app.add_option("--name", request_.name, "Name of the file instead of the title")
+        ->type_name("TEXT")
+        ->check(NotEmpty, "");
+    app.add_flag("--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
+    app.add_flag("--json", request_.json, "Print one line of JSON for each event");
+    AddToolPaths(app);
+    AddRecords(app, true);
+}
+
+void HVCommandLine::AddFormatChoice(CLI::App& app) {
+    app.add_option("--format", request_.format,
+                   "best, audio, an index of \"reelhaul info\", or a format code; best unless given")
+        ->type_name("F")
+        ->check(NotEmpty, "");
+    app.add_option("--subtitle", request_.subtitle, "Subtitles beside the file, such as en or en.vtt")
+        ->type_name("LANG[.EXT]")
+        ->check(NotEmpty, "");
+}
+
+void HVCommandLine::AddToolPaths(CLI::App& app) {
+    app.add_option("--tool", request_.toolFolder, "Folder with the copies of yt-dlp and ffmpeg to use")
+        ->type_name("DIR")
+        ->check(NotEmpty, "")
+        ->group("Tools");
+    app.add_option("--js-runtime", request_.jsRuntime, "JS runtime (deno) for the tool; none for none")
+        ->type_name("PATH")
+        ->check(NotEmpty, "")
+        ->group("Tools");
+}
+
+void HVCommandLine::AddRecords(CLI::App& app, bool downloads) {
+    for (HVOptionRow const& row : OptionTable()) {
+        if (row.downloadOnly && !downloads)
+            continue;
+        std::string const name = row.name;
+        if (row.kind == HVOptionKind::Flag)
+            app.add_flag_callback(
+                   name, [this, name] { given_[name] = ""; }, row.help)
+                ->disable_flag_override()
+                ->group(row.group);
+        else
+            app.add_option_function<std::string>(
+                   name, [this, name](std::string const& value) { given_[name] = value; }, row.help)
+                ->type_name(row.value)
+                ->group(row.group);
+    }
+}
+
+void HVCommandLine::AddLesser() {
+    CLI::App& providers = Add("providers", "List the TV providers for --ap-mso, id and name", RunProviders);
+    providers.add_option("TEXT", request_.search, "Only those whose id or name holds this text")
+        ->type_name("");
+
+    CLI::App& cookies = Add("cookies", "Write a cookies file from a browser", RunCookies);
+    cookies.add_option("BROWSER", request_.browser, "The browser, such as firefox")
+        ->required()
+        ->type_name("");
+    cookies.add_option("-o,--output", request_.folder, "Folder for the file")
+        ->required()
+        ->type_name("DIR")
+        ->check(NotEmpty, "");
+    AddToolPaths(cookies);
+
+    CLI::App& tools = Add("tools", "Show the copies of the tools, and which are in force", RunTools);
+    tools.require_subcommand(0, 1);
+    tools.footer("");
+    AddToolPaths(tools);
+    CLI::App& update = *tools.add_subcommand("update", "Bring the local copies up to date");
+    update.add_option("--tool", request_.toolFolder, "Folder of the local copies")
+        ->type_name("DIR")
+        ->check(NotEmpty, "");
+    CLI::App& use = *tools.add_subcommand("use", "Choose the copies that serve from now on");
+    use.add_option("COPIES", request_.copies, "local or built-in")->required()->type_name("");
+    // A callback of the inner command runs before the outer one's and would be overruled by it.
+    tools.parse_complete_callback([this, &update, &use] {
+        run_ = update.parsed() ? RunToolsUpdate : use.parsed() ? RunToolsUse : RunTools;
+    });
+
+    CLI::App& document = Add("option-table", "Print docs/options.md", RunOptionTable);
+    document.group("");
+}
+
+bool HVCommandLine::Quiet() const {
+    return request_.quiet || (run_ == RunGet && request_.json);
+}
+
+std::string HVCommandLine::Parse(int count, char const* const* arguments, int& status) {
+    try {
+        app_->parse(count, arguments);
+        status = HVExitUsage;
+        return Complete();
+    } catch (CLI::ParseError const& event) {
+        status = event.get_exit_code() == 0 ? HVExitDone : HVExitUsage;
+        if (event.get_name() == "CallForVersion")
+            return event.what();
+        if (status == HVExitDone)
+            return app_->help();
+        if (count > 1 && arguments[1][0] != '-' && app_->get_subcommands().empty())
+            return "there is no command \"" + std::string(arguments[1]) + "\"";
+        return CutToWidth(ParserFault(event.what()), kLongestFault);
+    }
+}
+
+std::string HVCommandLine::Complete() {
+    if (run_ == RunInfo && request_.urls.size() > 1)
+        return "info takes one address";
+    for (std::string const& url : request_.urls)
+        if (url.empty())
+            return "an address is empty";
+    if (!HVItemRanges::Parse(request_.items))
+        return "--items must be a list such as 1,3-5, not \"" + request_.items + "\"";
+    if (auto const jobs = WholeNumber(jobs_); !jobs_.empty()) {
+        if (!jobs || *jobs < 1 || *jobs > kMostJobs)
+            return "--jobs must be a number from 1 to " + std::to_string(kMostJobs) + ", not \"" + jobs_ +
+                   "\"";
+        request_.jobs = *jobs;
+    }
+    for (auto const& [name, path] :
+         {std::pair("--tool", &request_.toolFolder), std::pair("--js-runtime", &request_.jsRuntime)})
+        if (!path->empty() && (*path != "none" || path != &request_.jsRuntime))
+            if (std::string fault = PathFault(name, *path); !fault.empty())
+                return fault;
+    return ReadOptions(given_, request_.options);
+}
+
+} // namespace Halvorn

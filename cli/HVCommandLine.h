@@ -1,0 +1,55 @@
+#pragma once
+// The command line: what may stand on it, its help, and what it asks for.
+
+#include "HVOptionReader.h"
+#include "HVRequest.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace Halvorn {
+
+class HVSession;
+
+class HVCommandLine {
+public:
+    HVCommandLine();
+    ~HVCommandLine();
+    HVCommandLine(HVCommandLine const&) = delete;
+    HVCommandLine& operator=(HVCommandLine const&) = delete;
+
+    /// Reads the arguments. Returns an empty text when Request and Run stand ready; else the text to print,
+    /// with the status in `status`: a help text with HVExitDone, a fault with HVExitUsage.
+    std::string Parse(int count, char const* const* arguments, int& status);
+
+    /// Whether nothing but faults and results is wanted.
+    bool Quiet() const;
+    /// Does what was asked for; returns the exit status.
+    int Run(HVSession& session) { return run_(session, request_); }
+
+private:
+    using Command = int (*)(HVSession&, HVRequest&);
+
+    CLI::App& Add(char const* name, char const* help, Command command);
+    void AddInfo();
+    void AddGet();
+    void AddLesser();
+    void AddFormatChoice(CLI::App& app);
+    void AddToolPaths(CLI::App& app);
+    void AddRecords(CLI::App& app, bool downloads);
+    /// Completes the request from what was given. Returns the fault.
+    std::string Complete();
+
+    std::unique_ptr<CLI::App> app_;
+    HVRequest request_;
+    HVGivenOptions given_;
+    std::string jobs_;
+    Command run_ = nullptr;
+};
+
+} // namespace Halvorn

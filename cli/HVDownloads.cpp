@@ -1,0 +1,175 @@
+#include "HVDownloads.h"
+
+#include "HVErrorText.h"
+#include "HVJsonText.h"
+#include "HVRequest.h"
+#include "HVSession.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+std::string SubtitlePath(std::string const& file, std::string const& ending) {
+    return std::filesystem::path(file).replace_extension(ending).string();
+}
+
+} // namespace
+
+HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display)
+    : session_(session), request_(request), display_(display),
+      queue_(IHVDownloadControllers::MallocDownloadControllers()) {
+    queue_->SetConcurrentDownload(request.jobs);
+}
+
+void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
+    int const id = static_cast<int>(rows_.size());
+    Row row;
+    row.title = item->GetFileName();
+    row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
+    row.format = item->GetCurrentDownloadFormat()->FormatCode();
+    if (auto const subtitle = item->CurrentDownloadSubtitle())
+        row.subtitle = subtitle->CurrentSubtitleExtension();
+    row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
+    if (!request_.name.empty())
+        row.controller->SetDownloadOutputName(request_.name);
+    if (request_.options)
+        row.controller->SetOptions(request_.options);
+    row.controller->SetJSRuntimePath(request_.jsRuntime);
+    Listen(*row.controller, id);
+    queue_->AddController(row.controller);
+    rows_.push_back(std::move(row));
+    for (auto const& result : queue_->StartDownload({id}))
+        if (!result->Succeed())
+            Completed(id, result);
+}
+
+void HVDownloads::Listen(IHVDownloadController& controller, int row) {
+    // The functions live in the controller and run on the library's threads.
+    controller.SetDownloadStartFunc(
+        [this, row, main = session_.Queue()] { main->Post([this, row] { Started(row); }); });
+    controller.SetDownloadProgressFunc(
+        [this, row, main = session_.Queue(), from = &controller](float percent) {
+            main->Post([this, row, percent, text = from->ProgressText()] { Progressed(row, percent, text); });
+        });
+    controller.SetDownloadCompleteFunc(
+        [this, row, main = session_.Queue()](std::shared_ptr<IHVError const> error) {
+            main->Post([this, row, error = std::move(error)] { Completed(row, error); });
+        });
+}
+
+void HVDownloads::Started(int row) {
+    Row& started = rows_[static_cast<std::size_t>(row)];
+    // The library tells of a start twice.
+    if (started.over || std::exchange(started.started, true))
+        return;
+    if (request_.json)
+        session_.Console().Out(EventLine(
+            "started",
+            {{"id", row + 1}, {"title", started.title}, {"url", started.url}, {"format", started.format}}));
+    display_.Begin(row, started.title);
+}
+
+void HVDownloads::Progressed(int row, float percent, std::string const& text) {
+    if (request_.json)
+        session_.Console().Out(EventLine(
+            "progress", {{"id", row + 1}, {"percent", static_cast<double>(percent)}, {"text", text}}));
+    display_.Update(row, percent, text);
+}
+
+void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& error) {
+    Row& completed = rows_[static_cast<std::size_t>(row)];
+    if (completed.over)
+        return;
+    if (error->UserCancel() || (stopping_ && !error->Succeed())) {
+        Cancel(completed, row);
+        return;
+    }
+    EndRow(completed, row);
+    if (error->Succeed()) {
+        Finished(completed, row);
+        return;
+    }
+    failed_ = true;
+    std::string const fault = OneLineFault(error->GetErrorMessage());
+    if (request_.json)
+        session_.Console().Out(
+            EventLine("failed", {{"id", row + 1}, {"url", completed.url}, {"message", fault}}));
+    session_.Console().Error(completed.title + ": " + fault);
+}
+
+void HVDownloads::Finished(Row const& row, int id) {
+    std::string const path = row.controller->DownloadOutputPathFile();
+    std::string subtitle = row.subtitle.empty() ? std::string() : SubtitlePath(path, row.subtitle);
+    std::error_code ignored;
+    if (!subtitle.empty() && !std::filesystem::exists(subtitle, ignored)) {
+        // The tool may well succeed without the subtitles that it offered.
+        session_.Console().Error(row.title + ": the tool delivered no subtitles " + row.subtitle);
+        failed_ = true;
+        subtitle.clear();
+    }
+    if (request_.json) {
+        std::vector<HVJsonField> fields{{"id", id + 1}, {"path", path}};
+        if (!subtitle.empty())
+            fields.emplace_back("subtitle", subtitle);
+        session_.Console().Out(EventLine("finished", fields));
+        return;
+    }
+    session_.Console().Out(path);
+    if (!subtitle.empty())
+        session_.Console().Out(subtitle);
+}
+
+void HVDownloads::EndRow(Row& row, int id) {
+    row.over = true;
+    ++over_;
+    display_.End(id);
+    display_.Refresh();
+}
+
+void HVDownloads::Cancel(Row& row, int id) {
+    EndRow(row, id);
+    if (request_.json)
+        session_.Console().Out(EventLine("cancelled", {{"id", id + 1}, {"url", row.url}}));
+}
+
+void HVDownloads::StopAll() {
+    stopping_ = true;
+    queue_->StopDownload({});
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        if (!rows_[i].over && rows_[i].controller->State() == HVDownloadStateIdle)
+            Cancel(rows_[i], static_cast<int>(i));
+}
+
+void HVDownloads::Tick() {
+    if (AllOver()) {
+        display_.SetWaiting(0);
+        return;
+    }
+    if (stopping_) {
+        // Once more: an end may have started the next one at the very moment of the stop.
+        StopAll();
+        return;
+    }
+    int const waiting = queue_->CountOfPendingControllers();
+    display_.SetWaiting(waiting);
+    CollectFailedStarts();
+    if (waiting > 0 && !queue_->AnyControllerIsDownloading())
+        queue_->StartDownload({});
+}
+
+void HVDownloads::CollectFailedStarts() {
+    // A start by the queue itself that fails is told to nobody: the controller is then done without a run.
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        Row const& row = rows_[i];
+        if (row.over || row.started || row.controller->State() != HVDownloadStateDone)
+            continue;
+        if (auto const error = row.controller->LastError(); error && !error->Succeed())
+            session_.Queue()->Post([this, id = static_cast<int>(i), error] { Completed(id, error); });
+    }
+}
+
+} // namespace Halvorn

@@ -1,0 +1,65 @@
+#pragma once
+// The downloads of a run: one queue of the library, and what is told of it. For the main thread alone.
+
+#include "HVProgressDisplay.h"
+
+#include <Reelhaul/IHVDownloadControllers.h>
+#include <Reelhaul/IHVDownloadItem.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Halvorn {
+
+struct HVRequest;
+class HVSession;
+
+class HVDownloads {
+public:
+    HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display);
+
+    /// Downloads the item, in its current format, as soon as there is a place.
+    void Add(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Asks all to end; what waits does not start any more.
+    void StopAll();
+    /// To be called several times a second.
+    void Tick();
+
+    bool AllOver() const { return over_ == rows_.size(); }
+    /// Whether something that was asked for is not there.
+    bool AnyFailed() const { return failed_; }
+
+private:
+    struct Row {
+        std::shared_ptr<IHVDownloadController> controller;
+        std::string title;
+        std::string url;
+        std::string format;
+        std::string subtitle; ///< ending of the subtitle file's name; empty for none
+        bool started = false;
+        bool over = false;
+    };
+    using Errors = std::vector<std::shared_ptr<IHVError const>>;
+
+    void Listen(IHVDownloadController& controller, int row);
+    void Started(int row);
+    void Progressed(int row, float percent, std::string const& text);
+    void Completed(int row, std::shared_ptr<IHVError const> const& error);
+    void Finished(Row const& row, int id);
+    void EndRow(Row& row, int id);
+    void Cancel(Row& row, int id);
+    void CollectFailedStarts();
+
+    HVSession& session_;
+    HVRequest const& request_;
+    HVProgressDisplay& display_;
+    std::shared_ptr<IHVDownloadControllers> queue_;
+    std::vector<Row> rows_;
+    std::size_t over_ = 0;
+    bool stopping_ = false;
+    bool failed_ = false;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,171 @@
+#include "HVGetCommand.h"
+
+#include "HVAnalysis.h"
+#include "HVChoice.h"
+#include "HVDownloads.h"
+#include "HVErrorText.h"
+#include "HVFolder.h"
+#include "HVItemText.h"
+#include "HVJsonText.h"
+#include "HVProgressDisplay.h"
+#include "HVRequest.h"
+#include "HVSession.h"
+#include "HVToolSetUp.h"
+
+#include <memory>
+
+namespace Halvorn {
+
+namespace {
+
+class GetCommand {
+public:
+    GetCommand(HVSession& session, HVRequest const& request)
+        : session_(session), request_(request), display_(session.Console()),
+          downloads_(session, request, display_),
+          ranges_(HVItemRanges::Parse(request.items).value_or(HVItemRanges())) {}
+
+    int Run();
+
+private:
+    /// The addresses are analysed one after the other, while items of earlier ones download already.
+    void AnalyseNext();
+    void ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item);
+    void AnalysisDone(std::shared_ptr<IHVError const> const& error);
+    void TellLostEntries();
+    void Fail(std::string const& message);
+    std::string const& URL() const { return request_.urls[next_ - 1]; }
+
+    HVSession& session_;
+    HVRequest const& request_;
+    HVProgressDisplay display_;
+    HVDownloads downloads_;
+    HVItemRanges ranges_;
+    std::shared_ptr<HVAnalysis> analysis_;
+    std::size_t next_ = 0;
+    bool allAnalysed_ = false;
+    bool failed_ = false;
+    // Of the analysis under way.
+    bool isPlayList_ = false;
+    int itemCount_ = 0;
+    std::string title_;
+};
+
+int GetCommand::Run() {
+    AnalyseNext();
+    int const early = session_.Run({[this] { return allAnalysed_ && downloads_.AllOver(); },
+                                    [this] {
+                                        downloads_.Tick();
+                                        display_.Refresh();
+                                    },
+                                    [this] {
+                                        if (!allAnalysed_)
+                                            analysis_->Stop();
+                                        downloads_.StopAll();
+                                    }});
+    if (early != HVExitDone)
+        return early;
+    return session_.FinalStatus(failed_ || downloads_.AnyFailed() ? HVExitFailed : HVExitDone);
+}
+
+void GetCommand::AnalyseNext() {
+    while (next_ < request_.urls.size() && !session_.Ending()) {
+        ++next_;
+        isPlayList_ = false;
+        itemCount_ = 0;
+        title_.clear();
+        display_.SetActivity("Analysing " + URL());
+        analysis_ = std::make_shared<HVAnalysis>(
+            session_.Queue(),
+            HVAnalysis::Listener{[this](std::string const& message) {
+                                     if (analysis_->EntryCount() > 0)
+                                         display_.SetActivity(message);
+                                 },
+                                 [this](std::shared_ptr<IHVDownloadItem> item) { ItemLoaded(item); },
+                                 [this](std::shared_ptr<IHVPlayList> playList) {
+                                     isPlayList_ = true;
+                                     title_ = playList->GetTitle();
+                                 },
+                                 [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); }});
+        auto const error = analysis_->Start(URL(), request_);
+        if (error->Succeed())
+            return;
+        Fail(OneLineFault(error->GetErrorMessage()));
+    }
+    display_.SetActivity({});
+    allAnalysed_ = true;
+}
+
+void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
+    if (session_.Ending())
+        return;
+    ++itemCount_;
+    title_ = item->GetFileName();
+    int const entry = item->GetEntryIndexOfPlayList() + 1;
+    if (entry > 0 && !ranges_.Contains(entry))
+        return;
+    std::string fault = ChooseFormat(*item, request_.format);
+    if (fault.empty() && !request_.subtitle.empty())
+        fault = ChooseSubtitle(*item, request_.subtitle);
+    // Without ffmpeg the tool fetches both parts and then calls it a success.
+    if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat())
+        fault = FfmpegFault(request_);
+    if (fault.empty())
+        downloads_.Add(item);
+    else
+        Fail(item->GetFileName() + ": " + fault);
+}
+
+void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
+    if (session_.Ending()) {
+        // A stopped analysis reports a failure or a success, as it happens; neither is news.
+        allAnalysed_ = true;
+        return;
+    }
+    if (error->Succeed()) {
+        if (request_.json)
+            session_.Console().Out(EventLine("analysed", {{"url", URL()},
+                                                          {"kind", isPlayList_ ? "playlist" : "item"},
+                                                          {"title", title_},
+                                                          {"items", itemCount_}}));
+        if (isPlayList_)
+            TellLostEntries();
+    } else {
+        Fail(OneLineFault(error->GetErrorMessage()));
+    }
+    AnalyseNext();
+}
+
+void GetCommand::TellLostEntries() {
+    std::vector<int> lost;
+    for (int const entry : analysis_->FailedEntries())
+        if (ranges_.Contains(entry))
+            lost.push_back(entry);
+    if (std::string const text = LostEntriesText(analysis_->EntryCount(), lost); !text.empty())
+        Fail(text);
+    if (int const beyond = ranges_.FirstBeyond(analysis_->EntryCount()); beyond > 0)
+        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " +
+             std::to_string(analysis_->EntryCount()));
+}
+
+void GetCommand::Fail(std::string const& message) {
+    failed_ = true;
+    if (request_.json)
+        session_.Console().Out(EventLine("failed", {{"url", URL()}, {"message", message}}));
+    session_.Console().Error(URL() + ": " + message);
+}
+
+} // namespace
+
+int RunGet(HVSession& session, HVRequest& request) {
+    std::string fault = SetUpTools(request);
+    if (fault.empty())
+        fault = MakeFolder(request.folder);
+    if (!fault.empty()) {
+        session.Console().Error(fault);
+        return HVExitFailed;
+    }
+    return GetCommand(session, request).Run();
+}
+
+} // namespace Halvorn

@@ -1,0 +1,119 @@
+#include "HVInfoCommand.h"
+
+#include "HVAnalysis.h"
+#include "HVErrorText.h"
+#include "HVItemText.h"
+#include "HVJsonText.h"
+#include "HVProgressDisplay.h"
+#include "HVRequest.h"
+#include "HVSession.h"
+#include "HVToolSetUp.h"
+
+#include <memory>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+class InfoCommand {
+public:
+    InfoCommand(HVSession& session, HVRequest const& request)
+        : session_(session), request_(request), display_(session.Console()) {}
+
+    int Run();
+
+private:
+    void Print(std::vector<std::string> const& lines) {
+        for (std::string const& line : lines)
+            session_.Console().Out(line);
+    }
+    void ShowItem(std::shared_ptr<IHVDownloadItem> const& item);
+    void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
+    void Done(std::shared_ptr<IHVError const> const& error);
+    std::string Beginning() const { return "Analysing " + request_.urls.front(); }
+    void Fail(std::string const& message) {
+        session_.Console().Error(request_.urls.front() + ": " + OneLineFault(message));
+        status_ = HVExitFailed;
+    }
+
+    HVSession& session_;
+    HVRequest const& request_;
+    HVProgressDisplay display_;
+    std::shared_ptr<HVAnalysis> analysis_;
+    bool headShown_ = false;
+    bool done_ = false;
+    int status_ = HVExitDone;
+};
+
+int InfoCommand::Run() {
+    std::string const& url = request_.urls.front();
+    analysis_ = std::make_shared<HVAnalysis>(
+        session_.Queue(),
+        HVAnalysis::Listener{[this](std::string const& message) {
+                                 // Without a terminal the items themselves tell how far it is.
+                                 if (session_.Console().Live())
+                                     display_.SetActivity(analysis_->EntryCount() > 0 ? message
+                                                                                      : Beginning());
+                             },
+                             [this](std::shared_ptr<IHVDownloadItem> item) { ShowItem(item); },
+                             [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
+                             [this](std::shared_ptr<IHVError const> error) { Done(error); }});
+    if (auto const error = analysis_->Start(url, request_); !error->Succeed()) {
+        Fail(error->GetErrorMessage());
+        return status_;
+    }
+    int const early = session_.Run(
+        {[this] { return done_; }, [this] { display_.Refresh(); }, [this] { analysis_->Stop(); }});
+    return early != HVExitDone ? early : session_.FinalStatus(status_);
+}
+
+void InfoCommand::ShowItem(std::shared_ptr<IHVDownloadItem> const& item) {
+    bool const entry = item->GetEntryIndexOfPlayList() >= 0;
+    if (request_.json) {
+        if (!entry)
+            session_.Console().Out(ItemDocument(*item));
+        return;
+    }
+    if (!entry) {
+        Print(ItemLines(*item));
+        return;
+    }
+    if (auto const playList = item->GetPlayList(); playList && !std::exchange(headShown_, true))
+        Print(PlayListHeadLines(*playList));
+    session_.Console().Out(EntryLine(*item));
+}
+
+void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {
+    if (request_.json) {
+        session_.Console().Out(PlayListDocument(*playList));
+    } else if (!std::exchange(headShown_, true)) {
+        // The text route delivers a playlist at its end.
+        Print(PlayListHeadLines(*playList));
+    }
+}
+
+void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
+    done_ = true;
+    display_.SetActivity({});
+    display_.Refresh();
+    if (session_.Ending())
+        return;
+    if (!error->Succeed())
+        Fail(error->GetErrorMessage());
+    else if (std::string const lost = LostEntriesText(analysis_->EntryCount(), analysis_->FailedEntries());
+             !lost.empty())
+        session_.Console().Error(request_.urls.front() + ": " + lost);
+}
+
+} // namespace
+
+int RunInfo(HVSession& session, HVRequest& request) {
+    if (std::string const fault = SetUpTools(request); !fault.empty()) {
+        session.Console().Error(fault);
+        return HVExitFailed;
+    }
+    return InfoCommand(session, request).Run();
+}
+
+} // namespace Halvorn

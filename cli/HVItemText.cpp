@@ -1,0 +1,129 @@
+#include "HVItemText.h"
+
+#include "HVTableText.h"
+#include "HVTerminalText.h"
+
+#include <array>
+#include <cstdio>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr std::size_t kLabelWidth = 12;
+constexpr std::size_t kDescriptionWidth = 300;
+
+std::string Labelled(std::string const& label, std::string const& text) {
+    return FitToWidth(label + ":", kLabelWidth) + PlainLine(text);
+}
+
+std::string DurationText(IHVDownloadItem const& item) {
+    return item.GetDurationSeconds() > 0 ? item.GetDurationString() : "unknown";
+}
+
+std::string ThumbnailText(IHVDownloadThumbnail const& thumbnail) {
+    std::string text = thumbnail.GetWidth() > 0 ? std::to_string(thumbnail.GetWidth()) + "x" +
+                                                      std::to_string(thumbnail.GetHeight())
+                                                : "unknown size";
+    int const bytes = thumbnail.GetDataSize();
+    text += bytes > 0 ? ", " + SizeText(static_cast<std::uint64_t>(bytes)) : ", not fetched";
+    return text + ", " + thumbnail.GetDownloadURL();
+}
+
+void AppendTable(std::vector<std::string>& lines, std::string const& title, HVTableText const& table) {
+    lines.emplace_back();
+    lines.push_back(title);
+    for (std::string& line : table.Lines())
+        lines.push_back(std::move(line));
+}
+
+HVTableText FormatTable(IHVDownloadItem const& item) {
+    HVTableText table(
+        {{"#", true}, {"Description"}, {"Container"}, {"Resolution"}, {"Size", true}, {"Code"}});
+    for (int i = 0; i < item.GetDownloadFormatCount(); ++i) {
+        auto const format = item.GetDownloadFormatAtIndex(i);
+        std::string const size = SizeText(format->Size());
+        table.AddRow({std::to_string(i), format->Description(), format->Extension(), format->Resolution(),
+                      size.empty() ? "unknown" : size, format->FormatCode()});
+    }
+    return table;
+}
+
+HVTableText SubtitleTable(IHVDownloadItem const& item) {
+    HVTableText table({{"Code"}, {"Language"}, {"Formats"}});
+    for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i) {
+        auto const subtitle = item.GetDownloadSubtitleAtIndex(i);
+        std::string formats;
+        for (std::string const& format : subtitle->GetSubtitleFormats())
+            formats.append(formats.empty() ? "" : " ").append(format);
+        table.AddRow({subtitle->GetLanguageCode(), subtitle->GetLanguageName(), formats});
+    }
+    return table;
+}
+
+} // namespace
+
+std::vector<std::string> ItemLines(IHVDownloadItem const& item) {
+    std::vector<std::string> lines{
+        Labelled("Title", item.GetFileName()), Labelled("Address", item.DownloadURL()),
+        Labelled("Duration", DurationText(item)), Labelled("Live", item.IsLiveStream() ? "yes" : "no")};
+    if (auto const thumbnail = item.GetThumbnail())
+        lines.push_back(Labelled("Thumbnail", ThumbnailText(*thumbnail)));
+    AppendTable(lines, "Formats", FormatTable(item));
+    if (item.GetDownloadSubtitlesCount() > 0)
+        AppendTable(lines, "Subtitles", SubtitleTable(item));
+    return lines;
+}
+
+std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList) {
+    std::vector<std::string> lines{Labelled("Playlist", playList.GetTitle()),
+                                   Labelled("Address", playList.GetPlaylistURL())};
+    if (!playList.GetID().empty())
+        lines.push_back(Labelled("Id", playList.GetID()));
+    if (!playList.GetDescription().empty())
+        lines.push_back(CutToWidth(Labelled("About", playList.GetDescription()), kDescriptionWidth));
+    lines.emplace_back();
+    return lines;
+}
+
+std::string EntryLine(IHVDownloadItem const& item) {
+    std::string const number = std::to_string(item.GetEntryIndexOfPlayList() + 1);
+    constexpr std::size_t kNumberWidth = 5;
+    std::string line(number.size() < kNumberWidth ? kNumberWidth - number.size() : 0, ' ');
+    line += number + "  " + FitToWidth(DurationText(item), 8) + "  " + PlainLine(item.GetFileName());
+    if (!item.DownloadURL().empty())
+        line += "  " + PlainLine(item.DownloadURL());
+    return line;
+}
+
+std::string LostEntriesText(int count, std::vector<int> const& lost) {
+    if (lost.empty())
+        return {};
+    constexpr std::size_t kNamed = 20;
+    std::string text = std::to_string(lost.size()) + " of " + std::to_string(count) +
+                       (count == 1 ? " item" : " items") + " could not be loaded";
+    if (lost.front() == 0)
+        return text; // which ones is not known
+    text += " (";
+    for (std::size_t i = 0; i < lost.size() && i < kNamed; ++i)
+        text.append(i == 0 ? "" : ", ").append(std::to_string(lost[i]));
+    return text + (lost.size() > kNamed ? ", ...)" : ")");
+}
+
+std::string SizeText(std::uint64_t bytes) {
+    if (bytes == 0)
+        return {};
+    constexpr std::array kUnits{"B", "KiB", "MiB", "GiB", "TiB"};
+    constexpr double kStep = 1024;
+    auto size = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    while (size >= kStep && unit + 1 < kUnits.size()) {
+        size /= kStep;
+        ++unit;
+    }
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
+    return text.data();
+}
+
+} // namespace Halvorn

@@ -1,0 +1,24 @@
+#pragma once
+// Items and playlists as lines for people.
+
+#include <Reelhaul/IHVDownloadItem.h>
+#include <Reelhaul/IHVPlayList.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Halvorn {
+
+/// Everything about an item.
+std::vector<std::string> ItemLines(IHVDownloadItem const& item);
+/// What stands above the entries of a playlist.
+std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList);
+/// One line for an entry, with its number in the playlist.
+std::string EntryLine(IHVDownloadItem const& item);
+/// "2 of 10 items could not be loaded (items 3, 7)"; empty when none failed.
+std::string LostEntriesText(int count, std::vector<int> const& lost);
+/// "12.3 MiB"; empty for 0, which stands for unknown.
+std::string SizeText(std::uint64_t bytes);
+
+} // namespace Halvorn

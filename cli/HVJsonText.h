@@ -1,0 +1,23 @@
+#pragma once
+// The JSON that the command prints: documents of "info", event lines of "get". What the fields mean stands in
+// docs/command.md.
+
+#include <Reelhaul/IHVDownloadItem.h>
+#include <Reelhaul/IHVPlayList.h>
+
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace Halvorn {
+
+/// The document of an item; of an entry without an address of its own the address is empty.
+std::string ItemDocument(IHVDownloadItem const& item);
+std::string PlayListDocument(IHVPlayList const& playList);
+
+/// One line: {"event": name, ...fields}.
+using HVJsonField = std::pair<char const*, std::variant<std::string, int, double>>;
+std::string EventLine(char const* name, std::vector<HVJsonField> const& fields);
+
+} // namespace Halvorn

@@ -1,0 +1,47 @@
+#pragma once
+// The library's option records, made as options ask for them: what nobody asks for stays absent.
+
+#include <Reelhaul/IHVAdobePassAuthentication.h>
+#include <Reelhaul/IHVAuthenticationOptions.h>
+#include <Reelhaul/IHVCertificateAuthentication.h>
+#include <Reelhaul/IHVDownloadCookies.h>
+#include <Reelhaul/IHVDownloadOptions.h>
+#include <Reelhaul/IHVGeneralAuthentication.h>
+#include <Reelhaul/IHVGeneralOptions.h>
+#include <Reelhaul/IHVGeoRestrictionOptions.h>
+#include <Reelhaul/IHVNetrcAuthentication.h>
+#include <Reelhaul/IHVNetworkOptions.h>
+
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class HVOptionRecords {
+public:
+    IHVGeneralOptions& General();
+    IHVNetworkOptions& Network();
+    IHVGeoRestrictionOptions& Geo();
+    IHVGeneralAuthentication& Login();
+    IHVNetrcAuthentication& Netrc();
+    IHVAdobePassAuthentication& Provider();
+    IHVCertificateAuthentication& Certificate();
+    void SetVideoPassword(std::string const& password) { videoPassword_ = password; }
+    void SetCookies(std::shared_ptr<IHVDownloadCookies> cookies) { cookies_ = std::move(cookies); }
+
+    /// All records in a bundle; empty when there is none.
+    std::shared_ptr<IHVDownloadOptions> Bundle() const;
+
+private:
+    std::shared_ptr<IHVGeneralOptions> general_;
+    std::shared_ptr<IHVNetworkOptions> network_;
+    std::shared_ptr<IHVGeoRestrictionOptions> geo_;
+    std::shared_ptr<IHVGeneralAuthentication> login_;
+    std::shared_ptr<IHVNetrcAuthentication> netrc_;
+    std::shared_ptr<IHVAdobePassAuthentication> provider_;
+    std::shared_ptr<IHVCertificateAuthentication> certificate_;
+    std::string videoPassword_;
+    std::shared_ptr<IHVDownloadCookies> cookies_;
+};
+
+} // namespace Halvorn

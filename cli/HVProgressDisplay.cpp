@@ -1,0 +1,96 @@
+#include "HVProgressDisplay.h"
+
+#include "HVTerminalText.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr int kBarCells = 20;
+constexpr float kAll = 100;
+
+std::string Percent(float percent) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%5.1f%%", static_cast<double>(percent));
+    return text.data();
+}
+
+std::string Bar(float percent) {
+    int const full = static_cast<int>(percent / kAll * static_cast<float>(kBarCells));
+    std::string bar = "[";
+    for (int i = 0; i < kBarCells; ++i)
+        bar += i < full ? '#' : '-';
+    return bar + "]";
+}
+
+} // namespace
+
+HVProgressDisplay::HVProgressDisplay(HVConsole& console) : console_(console) {}
+
+void HVProgressDisplay::SetActivity(std::string const& text) {
+    activity_ = PlainLine(text);
+    if (!console_.Live() && !activity_.empty())
+        console_.Note(activity_);
+}
+
+void HVProgressDisplay::Begin(int id, std::string const& name) {
+    Download& download = downloads_[id];
+    download.name = PlainLine(name);
+    if (!console_.Live())
+        console_.Note("Downloading " + download.name);
+}
+
+void HVProgressDisplay::Update(int id, float percent, std::string const& text) {
+    auto const found = downloads_.find(id);
+    if (found == downloads_.end())
+        return;
+    Download& download = found->second;
+    download.percent = std::clamp(percent, 0.0F, kAll);
+    download.text = PlainLine(text);
+    download.text.erase(download.text.find_last_not_of(' ') + 1);
+    int const tenths = static_cast<int>(download.percent / 10);
+    if (console_.Live() || tenths <= download.told)
+        return;
+    download.told = tenths;
+    console_.Note(download.name + ": " + Percent(download.percent) + "  " + download.text);
+}
+
+void HVProgressDisplay::End(int id) {
+    downloads_.erase(id);
+}
+
+void HVProgressDisplay::Refresh() {
+    if (!console_.Live())
+        return;
+    std::vector<std::string> lines;
+    std::size_t const room = console_.Rows() - 2;
+    std::size_t hidden = downloads_.size() - std::min(downloads_.size(), room);
+    for (auto const& [id, download] : downloads_)
+        if (lines.size() < room)
+            lines.push_back(Line(download));
+    if (hidden > 0 || waiting_ > 0)
+        lines.push_back((hidden > 0 ? std::to_string(hidden) + " more running, " : std::string()) +
+                        std::to_string(waiting_) + " waiting");
+    if (!activity_.empty())
+        lines.push_back(activity_);
+    console_.ShowLive(std::move(lines));
+}
+
+std::string HVProgressDisplay::Line(Download const& download) const {
+    // At the end the tool merges and says nothing: its last words on the time would be untrue.
+    std::string const text = download.percent >= kAll ? "finishing" : download.text;
+    std::string const rest = "  " + Bar(download.percent) + " " + Percent(download.percent) + "  " + text;
+    std::size_t const columns = console_.Columns();
+    constexpr std::size_t kShortestName = 12;
+    constexpr std::size_t kRestRoom = 62;
+    std::size_t const name = columns > kRestRoom + kShortestName ? columns - kRestRoom : kShortestName;
+    return FitToWidth(download.name, name) + rest;
+}
+
+} // namespace Halvorn

@@ -1,0 +1,44 @@
+#pragma once
+// What goes on, for a person: on a terminal a live line for the analysis and for each running download, else
+// plain lines now and then. For the main thread alone.
+
+#include "HVConsole.h"
+
+#include <map>
+#include <string>
+
+namespace Halvorn {
+
+class HVProgressDisplay {
+public:
+    explicit HVProgressDisplay(HVConsole& console);
+
+    /// What is being done beside the downloads; empty for nothing.
+    void SetActivity(std::string const& text);
+    /// A download runs; `id` names it in the calls below.
+    void Begin(int id, std::string const& name);
+    /// `percent` is 0 to 100, `text` what the tool says about speed and time.
+    void Update(int id, float percent, std::string const& text);
+    void End(int id);
+    /// Number of downloads that wait for a place.
+    void SetWaiting(int count) { waiting_ = count; }
+    /// Brings the live lines up to date.
+    void Refresh();
+
+private:
+    struct Download {
+        std::string name;
+        float percent = 0;
+        std::string text;
+        int told = 0; ///< tenths that plain lines have told of
+    };
+
+    std::string Line(Download const& download) const;
+
+    HVConsole& console_;
+    std::string activity_;
+    std::map<int, Download> downloads_;
+    int waiting_ = 0;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,34 @@
+#pragma once
+// What the user asked for, checked.
+
+#include <Reelhaul/IHVDownloadOptions.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Halvorn {
+
+/// Statuses that the command ends with.
+enum HVExitStatus { HVExitDone = 0, HVExitFailed = 1, HVExitUsage = 2, HVExitInterrupted = 130 };
+
+struct HVRequest {
+    std::vector<std::string> urls;
+    std::string folder;          ///< where files go
+    std::string format = "best"; ///< see ChooseFormat
+    std::string subtitle;        ///< see ChooseSubtitle; empty for none
+    std::string items;           ///< see HVItemRanges; empty for all
+    std::string name;            ///< instead of the title; empty for the title
+    std::string browser;         ///< of "cookies"
+    std::string search;          ///< of "providers"
+    std::string copies;          ///< of "tools use"
+    std::string toolFolder;      ///< folder of the local copies; empty for the built-in ones
+    std::string jsRuntime;       ///< empty for the built-in one
+    int jobs = 6;
+    bool quiet = false;
+    bool json = false;
+    bool text = false;
+    std::shared_ptr<IHVDownloadOptions> options; ///< empty when none was given
+};
+
+} // namespace Halvorn

@@ -1,0 +1,51 @@
+#pragma once
+// One run of the command: its console, its main thread's queue, and how a run ends early.
+
+#include "HVConsole.h"
+#include "HVInterrupt.h"
+#include "HVMainQueue.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class HVSession {
+public:
+    explicit HVSession(bool quiet);
+    ~HVSession();
+    HVSession(HVSession const&) = delete;
+    HVSession& operator=(HVSession const&) = delete;
+
+    HVConsole& Console() { return console_; }
+    /// Shared with the library's threads, which may outlive the run.
+    std::shared_ptr<HVMainQueue> const& Queue() const { return queue_; }
+    /// True once the user asked for an end or nobody reads the results.
+    bool Ending() const { return interrupted_ || console_.OutputFailed(); }
+
+    struct Steps {
+        std::function<bool()> done; ///< whether all is over
+        std::function<void()> tick; ///< called several times a second
+        std::function<void()> stop; ///< asks everything to end
+    };
+    /// Runs the queue until all is done. On an early end calls `stop` once, and waits a while for all to be
+    /// done; without a `stop` it doesn't wait. Returns HVExitDone, or the status of the early end.
+    int Run(Steps const& steps);
+
+    /// Runs `work` on a thread of its own while the main thread shows `activity` and minds the user. Returns
+    /// as Run; after an early end `work` may still run, so it shares what it uses.
+    int RunAside(std::string const& activity, std::function<void()> work);
+    /// `status`, or that of a fault of the output, which is told here.
+    int FinalStatus(int status);
+
+private:
+    int EarlyStatus();
+
+    HVConsole console_;
+    std::shared_ptr<HVMainQueue> queue_ = std::make_shared<HVMainQueue>();
+    bool interrupted_ = false;
+    HVInterrupt interrupt_;
+};
+
+} // namespace Halvorn

@@ -1,0 +1,68 @@
+# shellcheck shell=bash
+# What the scripts share: the packages that building and testing need, and how a preset is built. To be sourced.
+
+say() { printf '%s\n' "reelhaul: $*" >&2; }
+
+# Debian's packages, by what they are for. Keep README.md's list for macOS in step.
+# shellcheck disable=SC2034 # read through a name reference
+PACKAGES_build=(g++ cmake ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libcli11-dev python3
+  ca-certificates ffmpeg npm git)
+# shellcheck disable=SC2034
+PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
+  procps util-linux openssl chromium)
+
+# install_packages GROUP... : installs what is missing of the groups; says nothing when all is there.
+install_packages() {
+  if [ "$(uname -s)" = Darwin ]; then
+    command -v cmake ninja >/dev/null && return
+    say "install what is needed first: brew install cmake ninja ccache rapidjson curl cli11 googletest google-benchmark yt-dlp ffmpeg deno"
+    exit 1
+  fi
+  local group wanted=() missing=() name
+  for group in "$@"; do
+    local -n list="PACKAGES_$group"
+    wanted+=("${list[@]}")
+  done
+  # A program that came another way serves as well as a package.
+  for name in "${wanted[@]}"; do
+    case $name in
+    npm | git | openssl | chromium | cmake | clang | clang-format | clang-tidy | ffmpeg | ccache) command -v "$name" >/dev/null && continue ;;
+    ninja-build) command -v ninja >/dev/null && continue ;;
+    esac
+    missing+=("$name")
+  done
+  mapfile -t missing < <(comm -23 <(printf '%s\n' "${missing[@]}" | sort -u) \
+    <(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' 2>/dev/null | sed -n 's/^ii *//p' | sort -u))
+  [ ${#missing[@]} -eq 0 ] && return
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || {
+      say "these packages are missing: ${missing[*]}; run this as root, or install sudo"
+      exit 1
+    }
+    as_root=(sudo)
+  fi
+  say "installing packages: ${missing[*]}"
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+jobs_to_run() { nproc 2>/dev/null || sysctl -n hw.ncpu 2>/dev/null || echo 2; }
+
+# build_preset PRESET : configures and builds build/PRESET, silently where nothing is to be compiled;
+# REELHAUL_TOOLS_DIR names the tools.
+build_preset() {
+  local preset=$1 log
+  # Compiler results are shared between checkouts of this tree.
+  export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=true
+  log=$(mktemp)
+  if ! cmake --preset "$preset" >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    say "the build could not be set up"
+    return 1
+  fi
+  rm -f "$log"
+  say "building ($preset)"
+  cmake --build --preset "$preset" >&2
+}

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# Builds everything by clang, with its warnings, and has clang-tidy read each source of the library and the command.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/setup.sh
+. scripts/lib/setup.sh
+build_preset tidy
