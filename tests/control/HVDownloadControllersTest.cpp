@@ -1,0 +1,307 @@
+#include "DownloadFixture.h"
+
+#include "HVDownloadControllers.h"
+#include "IHVDownloadController.h"
+
+#include <limits>
+#include <random>
+
+using namespace Halvorn;
+using Rows = std::vector<int>;
+
+class Queue : public Downloads {
+protected:
+    std::shared_ptr<IHVDownloadController> Add(std::string const& script, std::string const& title = "A") {
+        auto controller =
+            IHVDownloadController::MallocDownloadController(Item("scripted:" + script, title), out_);
+        queue_->AddController(controller);
+        return controller;
+    }
+    /// Rows 0 to count - 1, each of which ends when the file "go<row>" is put.
+    void AddGated(int count) {
+        for (int row = 0; row < count; ++row)
+            Add("wait go" + std::to_string(row));
+    }
+    Rows States() const {
+        Rows states;
+        for (int row = 0; row < queue_->GetControllerCount(); ++row)
+            states.push_back(queue_->State(row));
+        return states;
+    }
+    bool Becomes(Rows const& states) {
+        bool const reached = Eventually([&] { return States() == states; });
+        EXPECT_EQ(States(), states);
+        return reached;
+    }
+    bool Quiet() {
+        return Eventually([this] { return !queue_->AnyControllerIsDownloading(); }) && NothingLeft();
+    }
+    static int Scaled(int count) {
+        char const* const scale = std::getenv("REELHAUL_TEST_SCALE");
+        return std::max(1, static_cast<int>(count * (scale == nullptr ? 0.1 : std::atof(scale))));
+    }
+
+    std::shared_ptr<IHVDownloadControllers> queue_ = IHVDownloadControllers::MallocDownloadControllers();
+};
+
+TEST_F(Queue, SchedulesByRowAndLimit) {
+    EXPECT_EQ(queue_->GetConcurrentDownload(), 6);
+    EXPECT_EQ(queue_->State(Rows{}), HVDownloadStateNone);
+    EXPECT_TRUE(queue_->AllControllerIsDownloading() && !queue_->AnyControllerIsDownloading());
+    AddGated(6);
+    queue_->SetChecked(false, 5);
+    for (int const limit : {0, std::numeric_limits<int>::min()}) {
+        queue_->SetConcurrentDownload(limit);
+        EXPECT_TRUE(queue_->StartDownload({}).empty());
+        EXPECT_EQ(States(), (Rows{2, 2, 2, 2, 2, 1}));
+    }
+    EXPECT_EQ(queue_->CountOfPendingControllers(), 5);
+    queue_->SetConcurrentDownload(2);
+    EXPECT_EQ(States(), (Rows{2, 2, 2, 2, 2, 1})); // a limit starts nothing
+    queue_->StopDownload({});
+    EXPECT_EQ(queue_->State(queue_->AllControllers()), HVDownloadStateIdle);
+
+    // The order of the indices decides over the free places, that of the rows over those that get free.
+    EXPECT_EQ(queue_->StartDownload({4, 4, 3, 1, 0, 5}).size(), 2U);
+    EXPECT_EQ(States(), (Rows{2, 2, 1, 3, 3, 1}));
+    queue_->SetChecked(false, 0); // too late for the next free place, but not for an explicit start
+    EXPECT_TRUE(queue_->StartDownload({0, 2}).empty());
+    EXPECT_EQ(queue_->State(Rows{3, 4}), HVDownloadStateDownloading);
+    EXPECT_EQ(queue_->State(Rows{2, 3}), HVDownloadStateMixed);
+    queue_->PauseDownload({});
+    Put("go4");
+    Becomes({3, 2, 2, 3, 5, 1});
+    EXPECT_TRUE(queue_->StartDownload({4}).empty()); // done is done
+    queue_->SetConcurrentDownload(1);
+    Put("go3");
+    EXPECT_TRUE(Eventually([&] { return queue_->State(3) == HVDownloadStateDone; }));
+    EXPECT_EQ(States(), (Rows{3, 2, 2, 5, 5, 1}));
+    queue_->SetConcurrentDownload(3);
+    Put("go0");
+    Becomes({5, 3, 3, 5, 5, 1}); // all that there is room for
+    queue_->StopDownload({});
+    EXPECT_EQ(States(), (Rows{5, 3, 3, 5, 5, 1})); // asked to
+    Becomes({5, 6, 6, 5, 5, 1});
+    Quiet();
+}
+
+TEST_F(Queue, StopsABatchWithoutAStart) {
+    AddGated(5);
+    queue_->SetConcurrentDownload(2);
+    queue_->StartDownload({});
+    EXPECT_EQ(States(), (Rows{3, 3, 2, 2, 2}));
+    queue_->StopDownload({});
+    EXPECT_EQ(States(), (Rows{3, 3, 1, 1, 1}));
+    Becomes({6, 6, 1, 1, 1});
+    Quiet();
+    EXPECT_EQ(Starts().size(), 2U);
+    // A cancelled one starts again.
+    Put("go0");
+    EXPECT_EQ(queue_->StartDownload({0}).size(), 1U);
+    Becomes({5, 6, 1, 1, 1});
+}
+
+TEST_F(Queue, StartsTheNextOneBeforeItTellsOfAnEnd) {
+    auto const first = Add("exit 1");
+    auto const second = Add("exit 1");
+    auto const third = Add("exit 1");
+    queue_->SetConcurrentDownload(1);
+    std::atomic<int> ends = 0;
+    first->SetDownloadCompleteFunc([&](auto const&) {
+        EXPECT_GE(second->State(), HVDownloadStateDownloading);
+        ++ends;
+    });
+    // Reset in the moment in which it gets the place: the place goes to the next one.
+    second->SetStateWillChangeFunc([&](HVDownloadState from, HVDownloadState) {
+        if (from == HVDownloadStatePending)
+            ++ends;
+    });
+    third->SetDownloadCompleteFunc([&](auto const&) { ++ends; });
+    queue_->StartDownload({});
+    EXPECT_TRUE(Eventually([&] { return ends == 3; }));
+    EXPECT_TRUE(Quiet());
+
+    auto const running = Add("touch up;wait go");
+    auto const refused = Add("exit 1");
+    auto const last = Add("exit 1");
+    std::atomic<bool> once = false;
+    refused->SetStateWillChangeFunc([&](HVDownloadState, HVDownloadState to) {
+        if (to == HVDownloadStateDownloading && !once.exchange(true))
+            refused->ResetDownload();
+    });
+    queue_->StartDownload({});
+    EXPECT_TRUE(AwaitFile("up"));
+    Put("go");
+    EXPECT_TRUE(Eventually([&] { return last->State() == HVDownloadStateDone; }));
+    EXPECT_EQ(refused->State(), HVDownloadStateIdle);
+}
+
+TEST_F(Queue, KeepsAListOfRows) {
+    AddGated(5);
+    std::vector<std::shared_ptr<IHVDownloadController>> rows;
+    for (int const row : queue_->AllControllers())
+        rows.push_back(queue_->GetController(row));
+    EXPECT_FALSE(queue_->RemoveController(-1) || queue_->RemoveController(5));
+    EXPECT_EQ(queue_->GetController(5), nullptr);
+    EXPECT_TRUE(queue_->RemoveController(Rows{1, 2})); // each removal shifts the rows behind it
+    EXPECT_EQ(queue_->IndexOfController(rows[2]), 1);
+    EXPECT_EQ(queue_->IndexOfController(rows[3]), -1);
+    EXPECT_FALSE(queue_->RemoveController(rows[3]));
+    queue_->InsertController(rows[3], 2);
+    queue_->InsertController(std::vector{rows[1]}, -7);
+    EXPECT_TRUE(queue_->ExistController(rows[1]));
+    EXPECT_EQ(queue_->IndexOfController(rows[1]), 0);
+    EXPECT_EQ(queue_->IndexOfController(rows[4]), 4);
+    queue_->SetSelected(true, Rows{3, 1, 99});
+    EXPECT_EQ(queue_->GetSelected(), (Rows{1, 3}));
+    EXPECT_TRUE(queue_->GetSelected(3) && !queue_->GetSelected(99) && queue_->GetChecked(4));
+    queue_->ClearSelected();
+    queue_->ClearChecked();
+    EXPECT_TRUE(queue_->GetSelected().empty() && !queue_->GetChecked(4));
+    EXPECT_TRUE(queue_->StartDownload({}).empty());
+    EXPECT_EQ(queue_->State(queue_->AllControllers()), HVDownloadStateIdle);
+}
+
+TEST_F(Queue, RunsEachOfManyOnceAndNeverMoreThanTheLimit) {
+    int const count = Scaled(10'000);
+    for (int const limit : {1, 6, 64}) {
+        queue_ = IHVDownloadControllers::MallocDownloadControllers();
+        queue_->SetConcurrentDownload(limit);
+        std::atomic<int> completed = 0;
+        std::atomic<int> succeeded = 0;
+        std::atomic<int> running = 0;
+        std::atomic<int> tooMany = 0;
+        std::vector<std::string> expected;
+        for (int row = 0; row < count; ++row) {
+            std::string const title = std::to_string(limit) + "-" + std::to_string(row);
+            expected.push_back("scripted:write . 1;#" + title);
+            auto const controller = Add(expected.back().substr(9), title);
+            // Counted late and discounted early: more than the limit is too many for certain.
+            controller->SetStateDidChangedFunc([&](HVDownloadState state) {
+                if (state == HVDownloadStateDownloading && ++running > limit)
+                    ++tooMany;
+            });
+            controller->SetStateWillChangeFunc([&](HVDownloadState from, HVDownloadState) {
+                running -= from == HVDownloadStateDownloading ? 1 : 0;
+            });
+            controller->SetDownloadCompleteFunc([&](auto const& error) {
+                succeeded += error->Succeed() ? 1 : 0;
+                ++completed;
+            });
+        }
+        auto const begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(queue_->StartDownload({}).size(), static_cast<std::size_t>(std::min(limit, count)));
+        auto const end = begin + std::chrono::minutes(20);
+        while (completed < count && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        std::chrono::duration<double> const took = std::chrono::steady_clock::now() - begin;
+        RecordProperty("seconds with limit " + std::to_string(limit), std::to_string(took.count()));
+        std::printf("%d downloads with limit %d: %.1f s\n", count, limit, took.count());
+        EXPECT_EQ(completed, count);
+        EXPECT_EQ(succeeded, count);
+        EXPECT_EQ(tooMany, 0);
+        EXPECT_LE(Running().second, limit);
+        auto starts = Starts();
+        for (auto& start : starts)
+            start = start.substr(start.find("scripted:"));
+        if (limit > 1) {
+            std::sort(starts.begin(), starts.end());
+            std::sort(expected.begin(), expected.end());
+        }
+        EXPECT_TRUE(starts == expected) << starts.size() << " starts with limit " << limit;
+        EXPECT_EQ(FilesIn(out_).size(), static_cast<std::size_t>(count));
+        EXPECT_TRUE(Quiet());
+        std::filesystem::remove(Path("starts"));
+        std::filesystem::remove(Path("running"));
+        std::filesystem::remove_all(out_);
+        std::filesystem::create_directory(out_);
+    }
+}
+
+TEST_F(Queue, StandsManyHandsAtOnce) {
+    queue_->SetConcurrentDownload(4);
+    char const* const scripts[] = {"exit 1", "write . 1", "progress 50;sleep 5", "write +.part 9;hang"};
+    for (int row = 0; row < 40; ++row)
+        Add(scripts[row % 4], "t" + std::to_string(row));
+    std::atomic<bool> over = false;
+    auto const hand = [&](unsigned int seed) {
+        std::mt19937 random(seed);
+        while (!over) {
+            int const row = static_cast<int>(random() % 44);
+            auto const controller = queue_->GetController(row);
+            switch (random() % 10) {
+            case 0:
+                queue_->StartDownload({});
+                break;
+            case 1:
+            case 2:
+                queue_->StartDownload({row, row + 1, row + 2});
+                break;
+            case 3:
+                queue_->StopDownload({row, row + 1, row + 2, row + 3});
+                break;
+            case 4:
+                if (controller != nullptr)
+                    controller->ResetDownload();
+                break;
+            case 5:
+                if (controller != nullptr)
+                    controller->StopDownload();
+                break;
+            case 6:
+                if (controller != nullptr && queue_->RemoveController(controller))
+                    queue_->InsertController(controller, row);
+                break;
+            case 7:
+                queue_->SetConcurrentDownload(2 + static_cast<int>(random() % 4));
+                break;
+            case 8:
+                if (controller != nullptr)
+                    controller->SetDownloadCompleteFunc(
+                        [again = std::weak_ptr(controller)](auto const& error) {
+                            auto const self = again.lock();
+                            if (self != nullptr && error->UserCancel())
+                                self->PendingDownload();
+                        });
+                break;
+            default:
+                EXPECT_NE(queue_->State(row), HVDownloadStateMixed);
+                EXPECT_LE(queue_->CountOfPendingControllers(), queue_->GetControllerCount());
+                EXPECT_TRUE(controller == nullptr || controller->LastError() == nullptr ||
+                            !controller->LastError()->UserCancel());
+            }
+        }
+    };
+    std::vector<std::thread> hands;
+    for (unsigned int seed = 0; seed < 8; ++seed)
+        hands.emplace_back(hand, seed);
+    std::this_thread::sleep_for(std::chrono::seconds(3));
+    over = true;
+    for (auto& thread : hands)
+        thread.join();
+
+    // Whatever they did, no row and no place is lost: all can still be stopped, and then all run to their
+    // end.
+    for (int const row : queue_->AllControllers())
+        queue_->GetController(row)->SetDownloadCompleteFunc(nullptr);
+    EXPECT_TRUE(Eventually([&] {
+        queue_->StopDownload({});
+        return !queue_->AnyControllerIsDownloading() && queue_->CountOfPendingControllers() == 0;
+    }));
+    EXPECT_TRUE(NothingLeft());
+    EXPECT_EQ(queue_->GetControllerCount(), 40);
+    queue_->SetConcurrentDownload(4);
+    for (int const row : queue_->AllControllers()) {
+        bool const hangs =
+            queue_->GetController(row)->DownloadItem()->DownloadURL().find("hang") != std::string::npos;
+        queue_->SetChecked(!hangs, row);
+        queue_->GetController(row)->ResetDownload();
+    }
+    queue_->StartDownload({});
+    EXPECT_TRUE(Eventually([&] {
+        int done = 0;
+        for (int const row : queue_->AllControllers())
+            done += queue_->GetController(row)->DownloadWasDone() ? 1 : 0;
+        return done == 30;
+    }));
+}

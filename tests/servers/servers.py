@@ -1,0 +1,86 @@
+"""What the tests with servers share: the servers, the command, and what both have written."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+SITE = HERE.parent / "site"
+ROOT = HERE.parent.parent
+COMMAND = os.environ.get("REELHAUL_COMMAND", ROOT / "build/release/bin/reelhaul")
+TOOL = Path(os.environ.get("REELHAUL_TOOLS", ROOT / "build/release/lib")) / "yt-dlp"
+
+
+class Server:
+    """A server of ours, from its first line to the end of its standard input."""
+
+    def __init__(self, log, script, *arguments):
+        self.log = Path(log)
+        self.process = subprocess.Popen([sys.executable, script, "--log", log, *arguments], text=True,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.address = ""
+        while not self.address.rpartition(":")[2].isdigit():  # the site may first say that it makes its media
+            line = self.process.stdout.readline()
+            if not line:
+                raise RuntimeError(f"{script} did not start")
+            self.address = line.strip()
+
+    def lines(self):
+        return self.log.read_text(encoding="utf-8").splitlines() if self.log.exists() else []
+
+    def stop(self):
+        self.process.stdin.close()
+        self.process.stdout.close()
+        self.process.wait()
+
+
+class ServerTest(unittest.TestCase):
+    """A folder, a site, and the command with settings of its own."""
+
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="reelhaul-servers-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.site = self.start(SITE / "site.py")
+
+    def start(self, script, *arguments):
+        number = len(list(self.folder.glob("server*.log")))
+        log = self.folder / f"server{number}.log"
+        log.touch()
+        server = Server(log, script, *map(str, arguments))
+        self.addCleanup(server.stop)
+        return server
+
+    def page(self, path, site=None):
+        return f"{(site or self.site).address}/watch/{path}"
+
+    def run_command(self, *arguments, stdin="", **environment):
+        return subprocess.run([COMMAND, *map(str, arguments)], text=True, input=stdin, capture_output=True, timeout=120, env={
+            **os.environ, "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
+            **{name: str(value) for name, value in environment.items()}})
+
+    def succeeds(self, *arguments, **environment):
+        run = self.run_command(*arguments, **environment)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        return run
+
+    def fails(self, words, *arguments, **environment):
+        run = self.run_command(*arguments, **environment)
+        self.assertEqual(run.returncode, 1, run.stderr)
+        self.assertIn(words, run.stderr)
+        return run
+
+    def get(self, *arguments, **environment):
+        """Downloads; the files."""
+        run = self.succeeds("get", "--quiet", "-o", self.folder / "out", *arguments, **environment)
+        return [Path(line) for line in run.stdout.splitlines()]
+
+    def write(self, name, text, mode=0o600):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+        path.chmod(mode)
+        return path

@@ -1,0 +1,156 @@
+"""What the site offers: a description for each watch page and each list.
+
+Descriptions are what the real tool's plugin hands on as its result. A page is a function
+that takes `Site` and returns one; its first comment line is shown on the index page.
+"""
+
+import media
+
+LONG_JAPANESE = "日本語の題名／東京 1/2 「夜」: " + "長い題名の続き" * 40
+CAPTION_LANGUAGES = {"en": "English", "fr": "Français", "ja": "日本語", "pt-BR": "Português (Brasil)"}
+CAPTION_FORMATS = ("vtt", "srt", "json3")
+
+
+class Site:
+    """Where the site is and what its media are."""
+
+    def __init__(self, base, folder):
+        self.base = base
+        self.folder = folder
+
+    def url(self, path):
+        return f"{self.base}/{path}"
+
+    def _format(self, code, file, extra):
+        size = (self.folder / file).stat().st_size
+        return {"format_id": code, "url": self.url(f"media/{file}"), "ext": file.rsplit(".", 1)[1],
+                "filesize": size, "tbr": round(size * 8 / 1000 / media.SECONDS, 3), **extra}
+
+    def video(self, size, extension, code=None):
+        width, height = media.SIZES[size]
+        return self._format(code or f"video{size}{extension}", f"video{size}.{extension}", {
+            "width": width, "height": height, "fps": 25, "acodec": "none",
+            "vcodec": "avc1.42c01e" if extension == "mp4" else "vp9"})
+
+    def audio(self, language):
+        return self._format(f"audio-{language}", f"audio-{language}.m4a", {
+            "language": language, "vcodec": "none", "acodec": "mp4a.40.2", "asr": 48000, "audio_channels": 1})
+
+    def opus(self):
+        return self._format("audio-opus", "audio.webm", {
+            "vcodec": "none", "acodec": "opus", "asr": 48000, "audio_channels": 1})
+
+    def combined(self, file="combined320.mp4", **extra):
+        width, height = media.SIZES["640" if "640" in file else "320"]
+        codecs = ("vp9", "opus") if file.endswith("webm") else ("avc1.42c01e", "mp4a.40.2")
+        return self._format(file.replace(".", "-"), file, {
+            "width": width, "height": height, "fps": 25, "vcodec": codecs[0], "acodec": codecs[1], **extra})
+
+    def thumbnails(self):
+        return [{"id": name, "url": self.url(f"media/{name}.{extension}"), "width": width, "height": height}
+                for name, extension, width, height in media.THUMBNAILS]
+
+    def captions(self):
+        return {code: [{"ext": extension, "name": name, "url": self.url(f"caption/{code}.{extension}")}
+                       for extension in CAPTION_FORMATS] for code, name in CAPTION_LANGUAGES.items()}
+
+    def manifest(self, kind, path):
+        return [{"kind": kind, "url": self.url(path)}]
+
+    def link(self, name, title=None):
+        return {"_type": "url", "url": self.url(f"watch/{name}"), "id": name, "title": title or f"Page {name}"}
+
+
+def item(title, formats, **extra):
+    return {"title": title, "duration": media.SECONDS, "formats": formats, **extra}
+
+
+def oddities(site):
+    return item("Oddities: NaN, Infinity, huge numbers, nulls, repeated ids", [
+        {**site.combined(), "filesize": 10**25 - 1, "fps": None},
+        {**site.video("640", "mp4"), "language": None, "format_note": None},
+        {**site.audio("en"), "filesize": None, "asr": None}],
+        average_rating=float("nan"), like_count=float("-inf"), view_count=10**25 - 1, description=None,
+        thumbnails=[{**picture, "id": "0"} for picture in site.thumbnails()] + [{"url": site.url("media/gone.jpg"), "width": None}],
+        automatic_captions=site.captions())
+
+
+def everything(site):
+    formats = [site.video(size, extension) for extension in ("mp4", "webm") for size in media.SIZES]
+    return item("A page with everything", [
+        *formats, site.audio("en"), site.audio("fr"), site.opus(), site.combined(), site.combined("combined.webm")],
+        thumbnails=site.thumbnails(), automatic_captions=site.captions(), description="All kinds of formats at once.")
+
+
+WATCH = {
+    "merged-mp4": lambda s: item("Merged mp4", [s.video("320", "mp4"), s.video("640", "mp4"), s.audio("en")]),
+    "merged-webm": lambda s: item("Merged webm", [s.video("320", "webm"), s.video("640", "webm"), s.opus()]),
+    "two-languages": lambda s: item("Two languages", [s.video("640", "mp4"), s.audio("en"), s.audio("fr")]),
+    "combined": lambda s: item("Combined", [s.combined(), s.combined("combined640.mp4"), s.combined("combined.webm")]),
+    "hls": lambda s: item("HLS", [], manifests=s.manifest("hls", "media/hls.m3u8")),
+    "dash": lambda s: item("DASH", [], manifests=s.manifest("dash", "media/dash/manifest.mpd")),
+    "everything": everything,
+    "subtitles": lambda s: item("Subtitles", [s.combined(), s.video("640", "mp4"), s.audio("en")],
+                                automatic_captions=s.captions(),
+                                subtitles={"de": [{"ext": "vtt", "name": "Deutsch", "url": s.url("caption/de.vtt")}]}),
+    "thumbnails": lambda s: item("Thumbnails", [s.combined()], thumbnails=s.thumbnails()),
+    "webp": lambda s: item("The largest thumbnail is webp", [s.combined()], thumbnails=s.thumbnails()[:3]),
+    "live": lambda s: item("Live", [], duration=None, is_live=True, manifests=s.manifest("hls", "media/live.m3u8")),
+    "slow": lambda s: item("Slow plain file", [{**s.combined("large.mp4"), "url": s.url("media/large.mp4?rate=200000")}]),
+    "slow-fragments": lambda s: item("Slow fragments", [], manifests=s.manifest("hls", "media/hls320/index.m3u8?rate=40000")),
+    "slow-merge": lambda s: item("A merge of minutes", [
+        s.video("320", "mp4"), {**s.audio("en"), "url": s.url("media/unending.m4a"), "filesize": None}]),
+    "japanese": lambda s: item(LONG_JAPANESE[:300], [s.combined(), s.video("640", "mp4"), s.audio("en")]),
+    "same-title-a": lambda s: item("The same title", [s.combined()]),
+    "same-title-b": lambda s: item("The same title", [s.combined()]),
+    "oddities": oddities,
+    "empty-formats": lambda s: item("No formats at all", []),
+    "big": lambda s: item("2,000 formats", [
+        {**s.video("320", "mp4", f"video{i}"), "url": s.url(f"media/video320.mp4?copy={i}")} for i in range(1999)] + [s.audio("en")]),
+}
+
+# Absent on purpose: its description answers 404.
+MISSING_PAGE = "no-formats"
+
+
+def whole(site):
+    """Whole videos without addresses of their own, as a page with several videos gives."""
+    return [{"id": name, **WATCH[name](site)} for name in ("combined", "merged-mp4", "two-languages")]
+
+
+LISTS = {
+    "mixed": lambda s: [s.link("merged-mp4", "Merged mp4"), s.link(MISSING_PAGE), s.link("combined", "Combined")],
+    "whole": whole,
+    "empty": lambda s: [],
+    "huge": lambda s: [{**s.link("combined", f"Entry {i} of many"), "id": f"entry{i}", "url": s.url(f"watch/combined?entry={i}")}
+                       for i in range(1, 5001)],
+    "all-fail": lambda s: [s.link(MISSING_PAGE, f"Failing {i}") for i in range(1, 4)],
+    "feed": lambda s: [{"_type": "url_transparent", "url": s.url(f"watch/{name}"), "title": f"Feed: {name}"}
+                       for name in ("combined", "merged-mp4")],
+}
+
+
+def watch(site, name):
+    """The description of a watch page, or None."""
+    return {"id": name, **WATCH[name](site)} if name in WATCH else None
+
+
+def playlist(site, name):
+    """The description of a list, or None."""
+    if name not in LISTS:
+        return None
+    return {"_type": "playlist", "id": name, "title": f"List {name}", "description": f"The list named {name}.",
+            "entries": LISTS[name](site)}
+
+
+def caption(language, extension):
+    """Text of a caption file, or None."""
+    lines = [f"{language} line {number}" for number in range(1, media.SECONDS // 2 + 1)]
+    if extension == "json3":
+        return {"events": [{"tStartMs": 2000 * i, "dDurationMs": 1500, "segs": [{"utf8": line}]} for i, line in enumerate(lines)]}
+    if extension not in CAPTION_FORMATS:
+        return None
+    mark = "." if extension == "vtt" else ","
+    blocks = [f"{'' if extension == 'vtt' else f'{i + 1}' + chr(10)}"
+              f"00:00:{2 * i:02}{mark}000 --> 00:00:{2 * i + 1:02}{mark}500\n{line}\n" for i, line in enumerate(lines)]
+    return ("WEBVTT\n\n" if extension == "vtt" else "") + "\n".join(blocks)

@@ -1,0 +1,302 @@
+// The scripted tool: see README.md beside this file.
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+struct Counter {
+    std::atomic<std::int32_t> now;
+    std::atomic<std::int32_t> most;
+};
+
+Counter* gCounter = nullptr;
+std::vector<std::string> gArguments;
+std::string gFolder;
+
+[[noreturn]] void End(int status) {
+    if (gCounter != nullptr)
+        --gCounter->now;
+    _exit(status);
+}
+
+void OnTerm(int signal) {
+    if (gCounter != nullptr)
+        --gCounter->now;
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void Print(int fd, std::string_view text) {
+    while (!text.empty()) {
+        ssize_t const size = write(fd, text.data(), text.size());
+        if (size < 0 && errno != EINTR)
+            return;
+        text.remove_prefix(size < 0 ? 0 : static_cast<std::size_t>(size));
+    }
+}
+
+void Sleep(long milliseconds) {
+    timespec left{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+void CountStart() {
+    if (gFolder.empty())
+        return;
+    std::string line;
+    for (auto const& argument : gArguments)
+        line += (line.empty() ? "" : "\x1f") + argument;
+    line += '\n';
+    if (int const fd = open((gFolder + "/starts").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        fd >= 0) {
+        Print(fd, line);
+        close(fd);
+    }
+    int const fd = open((gFolder + "/running").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    struct stat status {};
+    if (fd < 0 || fstat(fd, &status) != 0)
+        return;
+    // Growing it to the same size twice does no harm.
+    if (status.st_size < static_cast<off_t>(sizeof(Counter)) && ftruncate(fd, sizeof(Counter)) != 0)
+        return;
+    void* const memory = mmap(nullptr, sizeof(Counter), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    if (memory == MAP_FAILED)
+        return;
+    gCounter = static_cast<Counter*>(memory);
+    std::int32_t const now = ++gCounter->now;
+    for (std::int32_t most = gCounter->most;
+         now > most && !gCounter->most.compare_exchange_weak(most, now);) {
+    }
+}
+
+std::string ReadFile(std::string const& path) {
+    std::string text;
+    int const fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        Print(2, "scripted tool: no file " + path + "\n");
+        End(99);
+    }
+    char buffer[65536];
+    for (ssize_t size = 0; (size = read(fd, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(size));
+    close(fd);
+    return text;
+}
+
+std::string Unescaped(std::string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            result += text[i];
+            continue;
+        }
+        switch (char const letter = text[++i]) {
+        case 'n':
+            result += '\n';
+            break;
+        case 'r':
+            result += '\r';
+            break;
+        case 't':
+            result += '\t';
+            break;
+        case 's':
+            result += ';';
+            break;
+        case 'x':
+            result += static_cast<char>(std::strtol(std::string(text.substr(i + 1, 2)).c_str(), nullptr, 16));
+            i += 2;
+            break;
+        default:
+            result += letter;
+        }
+    }
+    return result;
+}
+
+std::string TakeWord(std::string_view& text) {
+    auto const end = text.find(' ');
+    std::string word(text.substr(0, end));
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return word;
+}
+
+long Number(std::string_view text) {
+    return std::strtol(std::string(text).c_str(), nullptr, 10);
+}
+
+std::string PathAt(std::string const& place) {
+    std::string path;
+    for (std::size_t i = 0; i + 1 < gArguments.size(); ++i)
+        if (gArguments[i] == "--output" || gArguments[i] == "-o")
+            path = gArguments[i + 1];
+    if (place.front() == '+')
+        return path + place.substr(1);
+    return place == "." ? path : path.substr(0, path.rfind('.')) + place;
+}
+
+void WriteFile(std::string const& path, long bytes) {
+    int const fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        Print(2, "ERROR: unable to open for writing: " + path + "\n");
+        End(1);
+    }
+    std::string const block(65536, 'x');
+    for (; bytes > 0; bytes -= static_cast<long>(block.size()))
+        Print(fd, std::string_view(block).substr(0, static_cast<std::size_t>(bytes)));
+    close(fd);
+}
+
+void Flood(int fd, long mebibytes) {
+    std::string block;
+    while (block.size() < 65536)
+        block += std::string(63, 'f') + '\n';
+    for (long i = 0; i < mebibytes * 16; ++i)
+        Print(fd, block);
+}
+
+void PrintProgress(std::string_view rest) {
+    std::string const percent = TakeWord(rest);
+    char line[128];
+    std::snprintf(line, sizeof line, "\r[download] %5.1f%% of   10.00MiB at    1.00MiB/s ETA 00:06",
+                  std::strtod(percent.c_str(), nullptr));
+    Print(1, line + (rest.empty() ? std::string() : " " + std::string(rest)));
+}
+
+bool Printing(std::string const& command, std::string_view rest) {
+    if (command == "out" || command == "line")
+        Print(1, Unescaped(rest) + (command == "line" ? "\n" : ""));
+    else if (command == "err" || command == "errline")
+        Print(2, Unescaped(rest) + (command == "errline" ? "\n" : ""));
+    else if (command == "file")
+        Print(1, ReadFile(gFolder + "/" + std::string(rest)));
+    else if (command == "progress")
+        PrintProgress(rest);
+    else if (command == "flood" || command == "errflood")
+        Flood(command == "flood" ? 1 : 2, Number(rest));
+    else if (command == "args")
+        for (auto const& argument : gArguments)
+            Print(1, argument + "\n");
+    else if (command == "drip") {
+        long const milliseconds = Number(TakeWord(rest));
+        for (char const letter : Unescaped(rest)) {
+            Print(1, {&letter, 1});
+            Sleep(milliseconds);
+        }
+    } else
+        return false;
+    return true;
+}
+
+void Run(std::string_view line);
+
+bool Living(std::string const& command, std::string_view rest) {
+    std::string const path = gFolder + "/" + std::string(rest);
+    if (command == "sleep")
+        Sleep(Number(rest));
+    else if (command == "hang")
+        for (;;)
+            pause();
+    else if (command == "wait")
+        while (access(path.c_str(), F_OK) != 0)
+            Sleep(1);
+    else if (command == "touch")
+        WriteFile(path, 0);
+    else if (command == "ignore-term")
+        std::signal(SIGTERM, SIG_IGN);
+    else if (command == "close-out")
+        close(1);
+    else if (command == "grandchild") {
+        if (fork() == 0) {
+            gCounter = nullptr;
+            Run(rest);
+            _exit(0);
+        }
+    } else
+        return false;
+    return true;
+}
+
+void Run(std::string_view line) {
+    std::string_view rest = line;
+    std::string const command = TakeWord(rest);
+    if (Printing(command, rest) || Living(command, rest))
+        return;
+    if (command == "write") {
+        std::string const place = TakeWord(rest);
+        WriteFile(PathAt(place), Number(rest));
+    } else if (command == "exit") {
+        End(static_cast<int>(Number(rest)));
+    } else if (command == "die") {
+        if (gCounter != nullptr)
+            --gCounter->now;
+        std::signal(static_cast<int>(Number(rest)), SIG_DFL);
+        std::raise(static_cast<int>(Number(rest)));
+    } else {
+        Print(2, "scripted tool: no command \"" + command + "\"\n");
+        End(99);
+    }
+}
+
+void RunScript(std::string_view script, char separator) {
+    // Whole arguments: a folder's random name may hold any few letters. Without the address, which holds the
+    // script and with it every text that the script asks for.
+    std::string joined = " ";
+    for (std::size_t i = 0; i + 1 < gArguments.size(); ++i)
+        joined += gArguments[i] + " ";
+    bool active = true;
+    while (!script.empty()) {
+        auto const end = script.find(separator);
+        std::string_view line = script.substr(0, end);
+        script.remove_prefix(end == std::string_view::npos ? script.size() : end + 1);
+        if (line.empty() || line.front() == '#')
+            continue;
+        std::string_view rest = line;
+        std::string const command = TakeWord(rest);
+        if (command == "when" || command == "unless")
+            active = (joined.find(" " + std::string(rest) + " ") != std::string::npos) == (command == "when");
+        else if (command == "always")
+            active = true;
+        else if (active)
+            Run(line);
+    }
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    gArguments.assign(arguments + 1, arguments + count);
+    if (char const* const folder = std::getenv("REELHAUL_TOOL_SCRIPTS"))
+        gFolder = folder;
+    std::signal(SIGTERM, OnTerm);
+    CountStart();
+    std::string const address = gArguments.empty() ? std::string() : gArguments.back();
+    if (address.rfind("scripted:", 0) == 0) {
+        RunScript(std::string_view(address).substr(9), ';');
+    } else if (address.rfind("script:", 0) == 0) {
+        std::string const script = ReadFile(gFolder + "/" + address.substr(7));
+        RunScript(script, '\n');
+    } else if (address == "--version") {
+        Print(1, "2026.01.01\n");
+    } else {
+        Print(2, "ERROR: [generic] Unsupported URL: " + address + "\n");
+        End(1);
+    }
+    End(0);
+}

@@ -1,0 +1,314 @@
+#include "HVDownloadPlugin.h"
+#include "IHVAppSettings.h"
+#include "IHVFileProvider.h"
+#include "LoopbackServer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <tuple>
+
+namespace Halvorn {
+
+/// Way in to what only the update uses.
+struct HVDownloadPluginPeer {
+    static std::vector<int> Split(HVDownloadPlugin const& plugin, std::string const& text) {
+        return plugin.SplitVersionString(text);
+    }
+    static bool Newer(HVDownloadPlugin const& plugin, std::string const& before, std::string const& after) {
+        return plugin.IsUpdateAvailable(before, after);
+    }
+};
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+/// Settings of the program's own, whatever the user has. The library reads them when it is loaded, and this
+/// comes before.
+__attribute__((constructor(101))) void NameSettings() {
+    std::string const path = "/tmp/" + IHVFileProvider::CreateRandomFileName("json", 12);
+    setenv("REELHAUL_SETTINGS", path.c_str(), 1);
+}
+
+class HVDownloadPluginTest : public testing::Test {
+protected:
+    HVDownloadPluginTest() {
+        fs::create_directories(folder_);
+        IHVDownloadPlugin::SetReleaseMirror(server_.Url(), server_.Url("/"));
+    }
+    ~HVDownloadPluginTest() override {
+        IHVDownloadPlugin::SetReleaseMirror("", "");
+        fs::remove_all(folder_);
+    }
+
+    std::string File(std::string const& name) const { return folder_ / name; }
+    static void PutProgram(std::string const& path, std::string const& script) {
+        std::ofstream(path) << "#!/bin/sh\n" << script << "\n";
+        fs::permissions(path, fs::perms(0755));
+    }
+    /// A local tool of this version; `update` is what it does when asked to update itself.
+    void PutTool(std::string const& version, std::string const& update) const {
+        std::ofstream(File("version")) << version << "\n";
+        PutProgram(File("yt-dlp"), "cd '" + folder_.string() +
+                                       "'; if [ \"$1\" = --version ]; then cat version; fi\n" +
+                                       "if [ \"$1\" = --update ]; then touch asked; " + update + "; fi");
+    }
+    /// Runs an update to its end and returns what `done` got.
+    std::shared_ptr<IHVError const> Update() const {
+        std::promise<std::shared_ptr<IHVError const>> promise;
+        plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const> error) { promise.set_value(error); });
+        auto error = promise.get_future().get();
+        plugin_->CancelUpdateLocalPlugin();
+        return error;
+    }
+
+    std::string answer_ = R"({"tag_name": "2026.10.26"})";
+    std::string status_ = "200 OK";
+    std::string asked_;
+    LoopbackServer server_{[this](int connection, std::string const& request) {
+        asked_ = LoopbackServer::PathOf(request);
+        LoopbackServer::Reply(connection, status_, answer_);
+    }};
+    fs::path folder_ = fs::temp_directory_path() / IHVFileProvider::CreateRandomFileName("dir", 12);
+    std::shared_ptr<HVDownloadPlugin> plugin_ = std::make_shared<HVDownloadPlugin>();
+};
+
+TEST_F(HVDownloadPluginTest, TheSwitchIsStoredInTheOppositeSense) {
+    auto const settings = IHVAppSettings::Shared();
+    EXPECT_TRUE(plugin_->LocalPluginEnabled()) << "as on a fresh installation";
+    plugin_->EnableLocalPlugin(false);
+    EXPECT_FALSE(plugin_->LocalPluginEnabled());
+    EXPECT_TRUE(settings->GetBool("enableLocalPlugin"));
+    EXPECT_FALSE(HVDownloadPlugin().LocalPluginEnabled());
+    plugin_->EnableLocalPlugin(true);
+    EXPECT_TRUE(HVDownloadPlugin().LocalPluginEnabled());
+
+    IHVDownloadPlugin::UseLocalPluginForThisProcess(false);
+    EXPECT_FALSE(IHVDownloadPlugin::SharedDownloadPlugin()->LocalPluginEnabled());
+    EXPECT_FALSE(settings->GetBool("enableLocalPlugin")) << "the stored choice has changed";
+    IHVDownloadPlugin::UseLocalPluginForThisProcess(true);
+    EXPECT_TRUE(IHVDownloadPlugin::SharedDownloadPlugin()->LocalPluginEnabled());
+    EXPECT_TRUE(fs::remove(std::getenv("REELHAUL_SETTINGS")));
+}
+
+TEST_F(HVDownloadPluginTest, PathsFollowTheInstallPath) {
+    EXPECT_EQ(plugin_->LocalPluginPathFile(), "");
+    for (auto const& [path, tool, merger] : std::vector<std::array<std::string, 3>>{
+             {folder_.string(), File("yt-dlp"), File("ffmpeg")}, {File("missing"), "", ""}, {"", "", ""}}) {
+        plugin_->SetLocalPluginInstallPath(path);
+        EXPECT_EQ(plugin_->GetLocalPluginInstallPath(), path);
+        EXPECT_EQ(plugin_->LocalPluginPathFile(), tool);
+        EXPECT_EQ(plugin_->LocalFfmpegPathFile(), merger);
+        EXPECT_EQ(plugin_->LocalPluginUpdatePathFile(), (fs::path(path) / "yt-dlp-update").string());
+    }
+    fs::path const builtIn = plugin_->PluginPathFile();
+    EXPECT_EQ(builtIn.filename(), "yt-dlp");
+    EXPECT_EQ(fs::path(plugin_->FfmpegPathFile()), builtIn.parent_path() / "ffmpeg");
+    std::string const runtime = builtIn.parent_path() / "deno";
+    EXPECT_EQ(IHVDownloadPlugin::BuiltInJSRuntimePathFile(), fs::exists(runtime) ? runtime : "");
+}
+
+TEST_F(HVDownloadPluginTest, VersionsAreComparedByTheirNumbers) {
+    using Peer = HVDownloadPluginPeer;
+    EXPECT_THAT(Peer::Split(*plugin_, "2024.01.01\n"), testing::ElementsAre(2024, 1, 1));
+    for (auto const& [before, after, newer] : std::vector<std::tuple<std::string, std::string, bool>>{
+             {"2024.01.01", "2024.1.1", false},
+             {"2024.01.01", "2024.01.01\n", false},
+             {"2024.01.01", "2024.01.01.1", true},
+             {"2024.01.01.1", "2024.01.01", false},
+             {"2024.02.01", "2024.01.31", false},
+             {"2024.01.31\n", "2024.02.01", true},
+             {"", "x", false},
+             {"x", "", false},
+         })
+        EXPECT_EQ(Peer::Newer(*plugin_, before, after), newer) << before << " " << after;
+    EXPECT_THROW(Peer::Newer(*plugin_, "nightly", "1"), std::invalid_argument);
+    EXPECT_THROW(Peer::Newer(*plugin_, "1", "99999999999"), std::out_of_range);
+}
+
+TEST_F(HVDownloadPluginTest, AVersionIsWhatTheToolPrints) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    EXPECT_EQ(plugin_->LocalPluginVersion(), "2024.01.01") << "no tool";
+    PutProgram(File("yt-dlp"), "echo warning >&2; echo 2025.05.05");
+    EXPECT_EQ(plugin_->LocalPluginVersion(), "2025.05.05\n");
+    EXPECT_EQ(plugin_->UpdatePluginTask(File("yt-dlp"), "--anything"), "2025.05.05\n");
+    fs::permissions(File("yt-dlp"), fs::perms(0644));
+    EXPECT_EQ(plugin_->LocalPluginVersion(), "") << "a tool that can't be started";
+}
+
+TEST_F(HVDownloadPluginTest, TheReleaseHostsAnswerIsReadWithCare) {
+    struct Row {
+        std::string status, answer, version;
+    };
+    for (auto const& row : std::vector<Row>{
+             {"200 OK", R"({"tag_name": "2026.10.26", "other": [NaN]})", "2026.10.26"},
+             {"200 OK", R"({"name": "x"})", ""},
+             {"200 OK", R"({"tag_name": 5})", ""},
+             {"200 OK", R"(["tag_name"])", ""},
+             {"200 OK", "<html>", ""},
+             {"200 OK", "", "2024.01.01"},
+             {"403 rate limit exceeded", R"({"message": "no"})", "2024.01.01"},
+         }) {
+        status_ = row.status;
+        answer_ = row.answer;
+        EXPECT_EQ(plugin_->GetLatestYtDlpVersion(), row.version) << row.answer;
+        EXPECT_EQ(asked_, "/repos/yt-dlp/yt-dlp/releases/latest");
+        EXPECT_EQ(plugin_->GetLatestYtDlpVersionUrl(),
+                  server_.Url("/yt-dlp/yt-dlp/releases/download/") + row.version + "/yt-dlp.exe");
+    }
+}
+
+TEST_F(HVDownloadPluginTest, MirrorsComeFromTheApplicationThenTheEnvironment) {
+    setenv("REELHAUL_RELEASE_FILES", "https://mirror.example/x/", 1);
+    EXPECT_THAT(plugin_->GetLatestYtDlpVersionUrl(), testing::StartsWith(server_.Url("/yt-dlp/")));
+    IHVDownloadPlugin::SetReleaseMirror(server_.Url(), "");
+    EXPECT_THAT(plugin_->GetLatestYtDlpVersionUrl(), testing::StartsWith("https://mirror.example/x/yt-dlp/"));
+    unsetenv("REELHAUL_RELEASE_FILES");
+    EXPECT_THAT(plugin_->GetLatestYtDlpVersionUrl(), testing::StartsWith("https://github.com/yt-dlp/"));
+}
+
+TEST_F(HVDownloadPluginTest, AReleaseFileIsDownloadedBesideTheTool) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    std::string version = "2026.10.26";
+    answer_ = "program";
+    EXPECT_TRUE(plugin_->DownloadLatestYtDlp(version)->Succeed());
+    EXPECT_EQ(asked_, "/yt-dlp/yt-dlp/releases/download/2026.10.26/yt-dlp.exe");
+    EXPECT_EQ(fs::file_size(File("yt-dlp-update")), 7U);
+    status_ = "404 Not Found";
+    EXPECT_FALSE(plugin_->DownloadLatestYtDlp(version)->Succeed());
+}
+
+TEST_F(HVDownloadPluginTest, WhetherANewerVersionExistsIsAskedForUnderTheOppositeName) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    PutTool("2026.10.26", "false");
+    EXPECT_FALSE(plugin_->LocalPluginIsUpToDate());
+    PutTool("2026.10.25", "false");
+    EXPECT_TRUE(plugin_->LocalPluginIsUpToDate());
+}
+
+TEST_F(HVDownloadPluginTest, AnUpdateWithoutAPathFailsAtOnce) {
+    plugin_->CancelUpdateLocalPlugin(); // returns, though nothing was ever started
+    std::string message;
+    plugin_->UpdateLocalPlugin(
+        [&](std::shared_ptr<IHVError const> error) { message = error->GetErrorMessage(); });
+    EXPECT_EQ(message, "Not set pluginInstallPath");
+    plugin_->UpdateLocalPlugin(nullptr);
+}
+
+TEST_F(HVDownloadPluginTest, TheOutcomeOfAnUpdateIsTold) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    std::ofstream(File("ffmpeg")) << "in place";
+    EXPECT_FALSE(plugin_->Outcome().finished);
+    struct Row {
+        std::string version, update, status;
+        bool succeeds, asked, changed;
+        std::string offered, after, message;
+    };
+    for (auto const& row : std::vector<Row>{
+             {"2025.01.01", "echo 2026.10.26 > version", "200 OK", true, true, true, "2026.10.26",
+              "2026.10.26", ""},
+             {"2026.10.26", "false", "200 OK", true, false, false, "2026.10.26", "2026.10.26", ""},
+             {"2027.01.01", "false", "200 OK", true, false, false, "2026.10.26", "2027.01.01", ""},
+             {"2025.01.01", "echo 'ERROR: no 100% way' >&2", "200 OK", true, true, false, "2026.10.26",
+              "2025.01.01", "ERROR: no 100% way"},
+             {"2025.01.01", "false", "500 Broken", true, false, false, "", "2025.01.01", "status 500"},
+             {"nightly", "false", "200 OK", false, false, false, "", "",
+              "\"nightly\" and \"2026.10.26\" can't be compared"},
+         }) {
+        SCOPED_TRACE(row.version + " " + row.update);
+        fs::remove(File("asked"));
+        PutTool(row.version, row.update);
+        status_ = row.status;
+        auto const error = Update();
+        EXPECT_EQ(error->GetErrorCode(), row.succeeds ? HVErrorCodeSucceed : -1);
+        EXPECT_EQ(error->GetFunctionName(), "operator()");
+        EXPECT_EQ(fs::exists(File("asked")), row.asked);
+        auto const outcome = plugin_->Outcome();
+        EXPECT_TRUE(outcome.finished);
+        EXPECT_EQ(outcome.changed, row.changed);
+        EXPECT_EQ(outcome.oldVersion, row.succeeds ? row.version : "");
+        EXPECT_EQ(outcome.offeredVersion, row.offered);
+        EXPECT_EQ(outcome.newVersion, row.after);
+        EXPECT_THAT(outcome.message, HasSubstr(row.message));
+        EXPECT_EQ(outcome.message.empty(), row.message.empty());
+    }
+}
+
+TEST_F(HVDownloadPluginTest, AnEmptyFolderIsSeededFromTheBuiltInTools) {
+    // Built-in tools of the test's own, unless the build has set up real ones beside this program.
+    std::vector<std::string> made;
+    if (!fs::exists(plugin_->PluginPathFile()) && !fs::exists(plugin_->FfmpegPathFile())) {
+        PutProgram(File("real-tool"), "echo 2026.10.26");
+        made = {plugin_->PluginPathFile(), plugin_->FfmpegPathFile()};
+        for (auto const& path : made)
+            fs::create_symlink(File("real-tool"), path);
+    }
+    fs::create_directory(File("local"));
+    plugin_->SetLocalPluginInstallPath(File("local"));
+    EXPECT_TRUE(Update()->Succeed());
+    for (auto const* name : {"local/yt-dlp", "local/ffmpeg"}) {
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(File(name)))) << name;
+        EXPECT_EQ(fs::status(File(name)).permissions() & fs::perms(0100), fs::perms(0100)) << name;
+    }
+    EXPECT_EQ(plugin_->Outcome().newVersion + "\n", plugin_->BuiltInPluginVersion());
+    for (auto const& path : made)
+        fs::remove(path);
+}
+
+TEST_F(HVDownloadPluginTest, AMissingFolderStillEndsInSuccess) {
+    plugin_->SetLocalPluginInstallPath(File("missing"));
+    EXPECT_TRUE(Update()->Succeed());
+    EXPECT_FALSE(plugin_->Outcome().changed);
+    EXPECT_THAT(plugin_->Outcome().message, HasSubstr("no target is named"));
+}
+
+TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherAndCancelWaits) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    // Two at once would both find the mark.
+    PutTool("2025.01.01", "if mkdir busy; then sleep 0.3; rmdir busy; else touch overlap; fi");
+    std::atomic<int> first = 0;
+    std::atomic<int> second = 0;
+    plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) { ++first; });
+    plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) { ++second; });
+    plugin_->CancelUpdateLocalPlugin();
+    EXPECT_EQ(first, 0) << "the second function takes the place of the first";
+    EXPECT_EQ(second, 2);
+    EXPECT_FALSE(fs::exists(File("overlap")));
+
+    // From inside the function, a wait for the update would never end.
+    std::promise<void> ended;
+    plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) {
+        plugin_->CancelUpdateLocalPlugin();
+        plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) { ended.set_value(); });
+    });
+    ended.get_future().wait();
+    plugin_->CancelUpdateLocalPlugin();
+    std::future<void> none;
+    EXPECT_EQ(plugin_->WaitCacheFuture(none, 0), HVErrFailure);
+}
+
+TEST_F(HVDownloadPluginTest, AnUpdateOutlivesItsOwnerAndAThrowingFunction) {
+    plugin_->SetLocalPluginInstallPath(folder_);
+    PutTool("2026.10.26", "true");
+    std::promise<void> told;
+    plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) {
+        told.set_value();
+        throw std::runtime_error("from the application");
+    });
+    std::weak_ptr<HVDownloadPlugin> const observer = plugin_;
+    plugin_.reset();
+    told.get_future().wait();
+    while (!observer.expired())
+        std::this_thread::yield();
+}
+
+} // namespace
+} // namespace Halvorn
