@@ -42,5 +42,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/install/ReelhaulConfigVer
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/install/ReelhaulConfig.cmake
               ${PROJECT_BINARY_DIR}/install/ReelhaulConfigVersion.cmake DESTINATION ${package})
+# Found from the file's own place, since the prefix may be named as late as at the installation.
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/reelhaul.pc.in ${PROJECT_BINARY_DIR}/install/reelhaul.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/install/reelhaul.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,36 +1,56 @@
 #!/usr/bin/env bash
-# Installs a build into a fresh prefix and has a stranger's project use it, as a CMake package and by pkg-config.
+# Installs a build into a fresh prefix and has a stranger's project use it: as a CMake package, by pkg-config, and as a
+# part of the project itself.
 #
-#   tests/install/run.sh BUILD_FOLDER
+#   tests/install/run.sh BUILD_FOLDER TOOLS_FOLDER
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-build=$(cd "$1" && pwd)
+source=$(cd "$here/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+export REELHAUL_SETTINGS=$work/settings.json CCACHE_BASEDIR=$work CCACHE_NOHASHDIR=true
 
-cmake --install "$build" --prefix "$work/prefix" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
-sed -i "s|^prefix=.*|prefix=$work/prefix|" "$(find "$work/prefix" -name reelhaul.pc)"
-mkdir "$work/consumer"
-cp "$here/main.cpp" "$work/consumer/"
-cp "$here/CMakeLists.txt.consumer" "$work/consumer/CMakeLists.txt"
-PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name reelhaul.pc)")
-export PKG_CONFIG_PATH REELHAUL_SETTINGS=$work/settings.json
-if ! { cmake -S "$work/consumer" -B "$work/built" -DCMAKE_PREFIX_PATH="$work/prefix" &&
-  cmake --build "$work/built"; } >"$work/log" 2>&1; then
-  cat "$work/log"
-  exit 1
-fi
+fail() { echo "$*" && exit 1; }
+quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" && fail "failed: $*"; }; }
 
-# Nothing of the source tree may be needed or named.
-if grep -rIl "$(cd "$here/../.." && pwd)" "$work/prefix"/lib*/cmake "$work/prefix"/lib*/*/cmake 2>/dev/null; then
-  echo "the files above name the source tree"
-  exit 1
-fi
-"$work/built/by_package"
-LD_LIBRARY_PATH=$(dirname "$PKG_CONFIG_PATH") "$work/built/by_pkg_config"
-"$work/prefix/bin/reelhaul" --version
-for header in "$work/prefix"/include/Reelhaul/*.h; do
+# consumer NAME CMAKE_ARGUMENT... : the stranger's project, built in a folder of its own.
+consumer() {
+  local folder=$work/$1
+  shift
+  mkdir -p "$folder"
+  cp "$here/main.cpp" "$folder/"
+  cp "$here/CMakeLists.txt.consumer" "$folder/CMakeLists.txt"
+  quietly cmake -S "$folder" -B "$folder/built" "$@"
+  quietly cmake --build "$folder/built" --parallel 2
+}
+
+quietly cmake --install "$1" --prefix "$prefix"
+lib=$(dirname "$(dirname "$(find "$prefix" -name reelhaul.pc)")")
+export PKG_CONFIG_PATH=$lib/pkgconfig
+if grep -rIl "$source" "$prefix"; then fail "the files above name the source tree"; fi
+
+consumer package -DCMAKE_PREFIX_PATH="$prefix"
+"$work/package/built/by_package"
+LD_LIBRARY_PATH=$lib "$work/package/built/by_pkg_config"
+"$prefix/bin/reelhaul" --version
+
+# What the library itself is made from suffices; anything for developers would miss its folder.
+mkdir -p "$work/part/reelhaul"
+cp -r "$source"/{CMakeLists.txt,cmake,data,foundation,model,options,task,control,tools,cookies} "$work/part/reelhaul/"
+consumer part -DREELHAUL_TOOLS_DIR="$2" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(command -v ccache)"
+"$work/part/built/by_subproject"
+
+# Every public header stands alone and needs the standard library only; the umbrella has them all.
+cd "$prefix/include/Reelhaul"
+if grep -n '#include' ./* | grep -vE '#include (<[a-z_]+>|"(I?HV\w+|Reelhaul)\.h")'; then fail "the above is no interface"; fi
+for compiler in c++ clang++; do
+  command -v "$compiler" >/dev/null || continue
   for standard in c++17 c++20; do
-    c++ "-std=$standard" -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ -include "$header" /dev/null
+    printf '%s\n' *.h | xargs -P 2 -I '{}' "$compiler" -std=$standard -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
+      -x c++ -include '{}' /dev/null
   done
+done
+for header in *.h; do
+  grep -qF "/Reelhaul/$header" <(c++ -M -x c++ "$PWD/Reelhaul.h") || fail "Reelhaul.h lacks $header"
 done
