@@ -43,6 +43,12 @@ protected:
     static void UseToolOf(std::string const& folder) {
         Halvorn::HVDownloadPlugin::SharedPlugin()->SetLocalPluginInstallPath(folder);
     }
+    /// Has this shell script run in the tool's place.
+    void ShellTool(std::string const& script) const {
+        Put("yt-dlp", "#!/bin/sh\n" + script);
+        std::filesystem::permissions(Path("yt-dlp"), std::filesystem::perms::owner_all);
+        UseToolOf(folder_);
+    }
     std::string Path(std::string const& name) const { return folder_ / name; }
     /// A script or a document for `script:NAME` and `file NAME`; also what a `wait NAME` waits for.
     void Put(std::string const& name, std::string const& text = {}) const {

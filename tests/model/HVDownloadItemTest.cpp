@@ -1,8 +1,8 @@
 #include "HVDownloadItem.h"
 #include "HVDownloadSubtitle.h"
 #include "HVJsonObjectPlayList.h"
-#include "IHVLogConfig.h"
 #include "IHVPlayList.h"
+#include "LogLines.h"
 #include "Samples.h"
 
 namespace Halvorn {
@@ -12,94 +12,60 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Formats = std::vector<std::shared_ptr<IHVDownloadFormat>>;
 
-/// What was logged while it lived.
-class Log {
-public:
-    Log() {
-        IHVLogConfig::SetHandler([this](auto, std::string const& line) { lines.push_back(line); });
-    }
-    Log(Log const&) = delete;
-    Log& operator=(Log const&) = delete;
-    ~Log() { IHVLogConfig::SetHandler({}); }
-
-    std::vector<std::string> lines;
-};
-
-TEST(Item, BeginsEmpty) {
-    auto const item = IHVDownloadItem::MallocDownloadItem("http://a");
-    EXPECT_FALSE(item->Valid());
-    EXPECT_FALSE(item->IsPlayListItem());
-    EXPECT_EQ(item->GetCurrentDownloadFormat(), nullptr);
-    EXPECT_EQ(item->GetCurrentFormatIndex(), -1);
-    EXPECT_EQ(item->CurrentExtension() + item->GetDownloadFile() + item->GetPlaylistURL(), "");
-    EXPECT_EQ(item->GetFileName() + item->GetDurationString() + item->DownloadURL(),
-              "unknown00:00:00http://a");
-    EXPECT_EQ(item->GetLiveStreamDownloadPos(), 1);
-    EXPECT_EQ(item->CurrentDownloadSubtitle(), nullptr);
-    EXPECT_EQ(IHVDownloadItem::MallocDownloadItem(Formats(), "")->GetCurrentFormatIndex(), -1);
-    EXPECT_EQ(IHVDownloadItem::MallocDownloadItem(Formats{Video("mp4")}, "")->CurrentExtension(), "mp4");
-}
-
 TEST(Item, ChoosesAFormat) {
     auto const item = IHVDownloadItem::MallocDownloadItem("u");
-    Log log;
+    auto const state = [&item] {
+        return Text(item->GetCurrentFormatIndex(), item->CurrentExtension(), item->GetDownloadFile());
+    };
+    LogLines log;
     item->SetCurrentFormatIndex(-1);
-    EXPECT_THAT(log.lines, IsEmpty());
+    EXPECT_EQ(state(), "-1||");
     item->AddDownloadFormat(Formats{Video("mp4"), nullptr, Video("mkv"), Video("webm")});
     item->AddDownloadFormat(std::shared_ptr<IHVDownloadFormat>());
-    EXPECT_EQ(item->GetDownloadFormatCount(), 3);
-    EXPECT_EQ(item->GetCurrentFormatIndex(), 0);
-
+    EXPECT_THAT(log.Take(), IsEmpty());
+    EXPECT_EQ(Text(item->GetDownloadFormatCount(), state()), "3|0|mp4|");
+    // The file belongs to the format that was chosen when it came.
     item->SetDownloadedFile("/f");
     item->SetCurrentFormatIndex(0);
-    EXPECT_EQ(item->GetDownloadFile(), "/f");
+    EXPECT_EQ(state(), "0|mp4|/f");
     item->SetCurrentFormatIndex(2);
-    EXPECT_EQ(item->GetDownloadFile(), "");
-    EXPECT_EQ(item->CurrentExtension(), "webm");
+    EXPECT_EQ(state(), "2|webm|");
     item->SetDownloadedFile("/f");
     item->SetCurrentFormatIndex(5);
     item->SetCurrentFormatIndex(-1);
-    EXPECT_EQ(item->GetCurrentFormatIndex(), 2);
-    EXPECT_EQ(item->GetDownloadFile(), "/f");
-    ASSERT_EQ(log.lines.size(), 2U);
-    EXPECT_THAT(log.lines[0], testing::StartsWith("Index 5 is out of download format range(0 - 3)"));
-
+    EXPECT_EQ(state(), "2|webm|/f");
+    EXPECT_THAT(log.Take(), ElementsAre(testing::HasSubstr("Index 5 is out of download format range(0 - 3)"),
+                                        testing::HasSubstr("Index -1 is out")));
     item->ResetDownload();
-    EXPECT_EQ(item->GetDownloadFile(), "");
+    EXPECT_EQ(state(), "2|webm|");
     item->AddDownloadFormat(Video("mka"));
-    EXPECT_EQ(item->GetCurrentFormatIndex(), 0);
+    EXPECT_EQ(state(), "0|mp4|");
     EXPECT_EQ(item->GetDownloadFormatAtIndex(3)->Extension(), "mka");
-    EXPECT_EQ(item->GetDownloadFormatAtIndex(4), nullptr);
-    EXPECT_EQ(item->GetDownloadFormatAtIndex(-1), nullptr);
+    EXPECT_FALSE(item->GetDownloadFormatAtIndex(4) || item->GetDownloadFormatAtIndex(-1));
 }
 
 TEST(Item, StoresAnySubtitleIndex) {
     auto const item = IHVDownloadItem::MallocDownloadItem("u");
-    std::shared_ptr<IHVDownloadItem const> const view = item;
     item->AddDownloadSubtitles({std::make_shared<HVDownloadSubtitle>(), nullptr});
     item->AddDownloadSubtitle(std::make_shared<HVDownloadSubtitle>());
-    EXPECT_EQ(item->GetDownloadSubtitlesCount(), 2);
-    EXPECT_EQ(item->GetCurrentSubtitleIndex(), -1);
-    Log log;
+    EXPECT_EQ(Text(item->GetDownloadSubtitlesCount(), item->GetCurrentSubtitleIndex()), "2|-1");
     for (int const index : {99, -7, 1}) {
         item->SetCurrentSubtitleIndex(index);
         EXPECT_EQ(item->GetCurrentSubtitleIndex(), index);
         EXPECT_EQ(item->CurrentDownloadSubtitle() != nullptr, index == 1);
-        EXPECT_EQ(view->CurrentDownloadSubtitle(), view->GetDownloadSubtitleAtIndex(index));
     }
-    EXPECT_THAT(log.lines, IsEmpty());
 }
 
 TEST(Item, KeepsItsTwoDurationsApart) {
     HVDownloadItem item("u");
+    auto const durations = [&item] { return Text(item.GetDurationSeconds(), item.GetDurationString()); };
     item.SetDuration("1:02:03");
     EXPECT_EQ(item.GetDurationString(), "00:00:00");
     item.SetDuration(3723);
-    EXPECT_EQ(item.GetDurationString(), "01:02:03");
     item.SetDuration("");
-    EXPECT_EQ(item.GetDurationSeconds(), 3723);
-    EXPECT_EQ(HVDownloadItem::FormatSeconds(3661), "01:01:01");
+    EXPECT_EQ(durations(), "3723|01:02:03");
     EXPECT_EQ(HVDownloadItem::FormatSeconds(360000), "100:00:00");
+    EXPECT_EQ(item.GetFileName(), "unknown");
     item.SetFileName("name");
     item.SetFileName("");
     EXPECT_EQ(item.GetFileName(), "name");
@@ -110,29 +76,25 @@ TEST(PlayList, HoldsItemsThatOnlyObserveIt) {
     ASSERT_TRUE(
         json->LoadFromJsonString(R"({"_type": "playlist", "id": "i", "title": "t", "description": "d"})"));
     auto list = IHVPlayList::MallocPlayList("http://list", json);
-    EXPECT_EQ(list->GetID() + list->GetTitle() + list->GetDescription(), "itd");
+    EXPECT_EQ(Text(list->GetID(), list->GetTitle(), list->GetDescription()), "i|t|d");
     EXPECT_EQ(IHVPlayList::MallocPlayList("u", nullptr)->GetTitle(), "");
 
     auto const item = IHVDownloadItem::MallocDownloadItem("u");
+    auto const place = [&item] {
+        return Text(item->IsPlayListItem(), item->GetEntryIndexOfPlayList(), item->GetPlaylistURL());
+    };
     item->SetPlayList(nullptr, 3);
-    EXPECT_EQ(item->GetEntryIndexOfPlayList(), -1);
+    EXPECT_EQ(place(), "0|-1|");
     item->SetPlayList(list, 1);
-    EXPECT_TRUE(item->IsPlayListItem());
-    EXPECT_EQ(item->GetPlayList(), list);
+    EXPECT_EQ(place(), "1|1|http://list");
     list->AppendDownloadItem(nullptr);
     list->AppendDownloadItems({IHVDownloadItem::MallocDownloadItem("v"), nullptr, item});
     EXPECT_EQ(list->GetDownloadItemCount(), 2);
     EXPECT_EQ(list->GetDownloadItem(1), item);
-    EXPECT_EQ(list->GetDownloadItem(2), nullptr);
-    EXPECT_EQ(list->GetDownloadItem(-1), nullptr);
-    EXPECT_EQ(std::shared_ptr<IHVPlayList const>(list)->GetDownloadItems().back(),
-              list->GetDownloadItems().back());
-
+    EXPECT_FALSE(list->GetDownloadItem(2) || list->GetDownloadItem(-1));
     list.reset();
     EXPECT_EQ(item->GetPlayList(), nullptr);
-    EXPECT_FALSE(item->IsPlayListItem());
-    EXPECT_EQ(item->GetEntryIndexOfPlayList(), 1);
-    EXPECT_EQ(item->GetPlaylistURL(), "http://list");
+    EXPECT_EQ(place(), "0|1|http://list");
 }
 
 TEST(Subtitle, LoadsOneLanguage) {
@@ -140,27 +102,26 @@ TEST(Subtitle, LoadsOneLanguage) {
         R"({"xx": [{"ext": "cc", "url": "u1", "name": "N"}, {"ext": "bb", "url": "u2"}, null, {"ext": "cc", "url": "u3"}],
             "yy": [], "zz": [{"ext": "aa", "url": "u"}]})"));
     HVDownloadSubtitle subtitle;
+    auto const state = [&subtitle] {
+        return Text(subtitle.GetLanguageCode(), subtitle.GetLanguageName(),
+                    subtitle.CurrentSubtitleExtension());
+    };
     EXPECT_FALSE(subtitle.LoadFromJsonObject("xx", nullptr));
     EXPECT_TRUE(subtitle.LoadFromJsonObject("xx", json));
     EXPECT_THAT(subtitle.GetSubtitleFormats(), ElementsAre("", "bb", "cc"));
     EXPECT_EQ(subtitle.GetSubtitleURL("cc") + subtitle.GetSubtitleURL("dd"), "u3");
-    EXPECT_EQ(subtitle.GetLanguageCode() + subtitle.GetLanguageName(), "xxN");
-    EXPECT_EQ(subtitle.GetCurrentSubtitleFormat(), "");
+    EXPECT_EQ(state(), "xx|N|xx.");
+    // Loading again keeps what was chosen, unless there is but one format.
     EXPECT_TRUE(subtitle.LoadFromJsonObject("zz", json));
-    EXPECT_EQ(subtitle.GetLanguageName() + " " + subtitle.CurrentSubtitleExtension(), "zz zz.aa");
+    EXPECT_EQ(state(), "zz|zz|zz.aa");
     subtitle.AddSubtitleFormat("dd", "u");
     subtitle.AddSubtitleFormats({{"ee", "u"}});
     EXPECT_THAT(subtitle.GetSubtitleFormats(), ElementsAre("aa"));
     EXPECT_TRUE(subtitle.SetCurrentSubtitleFormat("not on offer"));
-    EXPECT_EQ(subtitle.CurrentSubtitleExtension(), "zz.not on offer");
     EXPECT_TRUE(subtitle.LoadFromJsonObject("yy", json));
-    EXPECT_EQ(subtitle.GetLanguageName() + subtitle.CurrentSubtitleExtension(), "yy.not on offer");
+    EXPECT_EQ(state(), "yy||yy.not on offer");
     EXPECT_FALSE(subtitle.SetCurrentSubtitleFormat(""));
-    EXPECT_EQ(subtitle.CurrentSubtitleExtension(), "yy.");
-    EXPECT_TRUE(subtitle.LoadFromJsonObject("zz", json));
-    EXPECT_EQ(HVDownloadSubtitle(&subtitle).GetLanguageName() +
-                  HVDownloadSubtitle(&subtitle).GetLanguageCode(),
-              "zz");
+    EXPECT_EQ(state(), "yy||yy.");
     EXPECT_TRUE(subtitle.LoadFromJsonObject("zz", std::make_shared<HVJsonObjectSubtitle>(nullptr)));
     EXPECT_THAT(subtitle.GetSubtitleFormats(), IsEmpty());
 }
@@ -168,21 +129,20 @@ TEST(Subtitle, LoadsOneLanguage) {
 TEST(Subtitle, OrderLooksAtTheFirstLetterAlone) {
     auto named = [](std::string const& name) -> std::shared_ptr<IHVDownloadSubtitle> {
         auto subtitle = std::make_shared<HVDownloadSubtitle>();
-        subtitle->LoadFromJsonObject(
-            "k", std::make_shared<HVJsonObjectSubtitle>(
-                     Node(name.empty() ? "{}" : R"({"k": [{"name": ")" + name + "\"}]}")));
+        auto const node = Node(name.empty() ? "{}" : R"({"k": [{"name": ")" + name + "\"}]}");
+        subtitle->LoadFromJsonObject("k", std::make_shared<HVJsonObjectSubtitle>(node));
         return subtitle;
     };
     // Each goes before all that stand behind it.
-    std::vector<std::shared_ptr<IHVDownloadSubtitle>> order = {named("\xC3\x84"), nullptr,     named("!"),
-                                                               named("D"),        named("eB"), named("f")};
-    for (std::size_t a = 0; a < order.size(); ++a) {
-        for (std::size_t b = 0; b < order.size(); ++b)
-            EXPECT_EQ(CompareByName(order[a], order[b]), a < b) << a << b;
+    std::shared_ptr<IHVDownloadSubtitle> order[] = {named("\xC3\x84"), nullptr,     named("!"),
+                                                    named("D"),        named("eB"), named("f")};
+    for (auto& a : order) {
+        for (auto& b : order)
+            EXPECT_EQ(CompareByName(a, b), &a < &b) << &a - order << " " << &b - order;
     }
     auto upper = named("EA");
-    EXPECT_FALSE(CompareByName(upper, order[4]) || CompareByName(order[4], upper));
     auto empty = named("");
+    EXPECT_FALSE(CompareByName(upper, order[4]) || CompareByName(order[4], upper));
     EXPECT_TRUE(CompareByName(empty, order[2]));
 }
 

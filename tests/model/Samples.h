@@ -2,6 +2,7 @@
 // What the tests of the model are made from.
 
 #include "HVDownloadFormat.h"
+#include "Text.h"
 
 #include <gmock/gmock.h>
 
@@ -34,6 +35,15 @@ inline std::shared_ptr<IHVDownloadFormat> Video(std::string const& extension, st
 inline std::shared_ptr<IHVDownloadFormat> Audio(std::string const& extension, std::string const& more = "") {
     return Format(R"("resolution": "audio only", "vcodec": "none", "acodec": "ac.2", "ext": ")" + extension +
                   "\"" + more);
+}
+
+/// All that a format tells.
+inline std::string All(IHVDownloadFormat const& f) {
+    return Text(f.FormatCode(), f.Extension(), f.Resolution(), f.Width(), f.Height(), f.FramePerSecond(),
+                f.ChannelCount(), f.HDR(), f.Proto(), f.TBR(), f.VBR(), f.ABR(), f.ASR(), f.Size(),
+                f.SizeFormat(), f.VideoCodecName(), f.VideoCodecShortName(), f.AudioCodecName(),
+                f.AudioCodecShortName(), f.GetAudioLanguage(), f.MoreInfo(), f.AudioOnly(), f.VideoOnly(),
+                f.MergeFormat());
 }
 
 } // namespace Halvorn
