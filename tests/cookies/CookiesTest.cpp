@@ -1,27 +1,22 @@
 // The cookies record: what it holds, the file that the tool makes, and the file from a running browser.
 
-#include "HVArgsBuilder.h"
 #include "HVLatch.h"
 #include "IHVCookieMessage.h"
 #include "IHVCookieStock.h"
 #include "IHVDownloadCookies.h"
-#include "IHVDownloadPlugin.h"
-#include "IHVThread.h"
 #include "LogLines.h"
+#include "ScriptedTool.h"
+#include "Text.h"
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
+#include <future>
 #include <iterator>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace Halvorn {
 namespace {
 
 namespace fs = std::filesystem;
-constexpr unsigned int Patience = 20000; // milliseconds, for what comes at once
 
 std::string Bytes(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
@@ -35,9 +30,12 @@ struct State final : IHVBrowserState {
     bool IsRequestBlocked() const override { return blocked; }
     bool IsReachable() const override { return reachable; }
 
-    bool data = false;
-    long long time = 0;
-    bool responding = true;
+    State(bool hasData = false, long long at = 0, bool responds = true)
+        : data(hasData), time(at), responding(responds) {}
+
+    bool data;
+    long long time;
+    bool responding;
     bool blocked = false;
     bool reachable = true;
 };
@@ -52,7 +50,7 @@ struct FakeStock final : IHVCookieStock {
     }
     std::shared_ptr<IHVBrowserState const> GetBrowserState(HVDownloadBrowser) override {
         if (gate)
-            gate->Wait(Patience);
+            gate->Wait(20000);
         if (throwing)
             throw std::runtime_error("no state");
         looks += messages;
@@ -74,131 +72,92 @@ struct FakeStock final : IHVCookieStock {
     std::atomic<int> reads = 0;
 };
 
-/// What the callback of one run got.
+/// What the callback of one run got; it shares this.
 struct Outcome {
     std::string path;
     std::shared_ptr<IHVBrowserState const> state;
     std::atomic<int> calls = 0;
-    HVLatch released; // nobody holds the callback any more, so no further call can come
 };
 
-/// Goes with the last copy of the callback that holds it.
-struct Guard {
-    explicit Guard(std::shared_ptr<Outcome> of) : outcome(std::move(of)) {}
-    Guard(Guard const&) = delete;
-    Guard& operator=(Guard const&) = delete;
-    ~Guard() { outcome->released.Raise(); }
-
-    std::shared_ptr<Outcome> const outcome;
-};
-
-IHVDownloadCookies::Callback CallbackInto(std::shared_ptr<Outcome> outcome) {
-    auto guard = std::make_shared<Guard>(std::move(outcome));
-    return [guard](std::string const& path, std::shared_ptr<IHVBrowserState const> state) {
-        guard->outcome->path = path;
-        guard->outcome->state = state;
-        ++guard->outcome->calls;
-    };
+/// Whether one call has come, and no other one can: nobody holds the callback any more.
+bool CalledOnce(std::shared_ptr<Outcome> const& outcome) {
+    return Eventually([&] { return outcome.use_count() == 1; }) && outcome->calls == 1;
 }
 
-class Cookies : public testing::Test {
+class Cookies : public ScriptedTool {
 protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "cookies.XXXXXX").string();
-        ASSERT_TRUE(mkdtemp(name.data()));
-        folder_ = name;
-        IHVCookieStock::SetSharedCookieStock(stock_);
-    }
-    void TearDown() override {
-        IHVCookieStock::SetSharedCookieStock(nullptr);
-        IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath("");
-        fs::remove_all(folder_);
-    }
+    Cookies() { IHVCookieStock::SetSharedCookieStock(stock_); }
+    ~Cookies() override { IHVCookieStock::SetSharedCookieStock(nullptr); }
 
-    std::shared_ptr<Outcome> Run(HVDownloadBrowser browser, long long timeout) {
+    bool Start(std::shared_ptr<Outcome> const& outcome, HVDownloadBrowser browser,
+               long long timeout = 0) const {
+        auto const callback = [outcome](std::string const& path,
+                                        std::shared_ptr<IHVBrowserState const> state) {
+            outcome->path = path;
+            outcome->state = state;
+            ++outcome->calls;
+        };
+        auto const error = record_->GenerateCookiesFile2(folder_, callback, browser, timeout);
+        EXPECT_TRUE(error->Succeed() || error->GetErrorMessage() == "IO error, try again later");
+        return error->Succeed();
+    }
+    std::shared_ptr<Outcome> Run(HVDownloadBrowser browser, long long timeout = 0) const {
         auto outcome = std::make_shared<Outcome>();
-        auto const record = IHVDownloadCookies::MallocDownloadCookies();
-        EXPECT_TRUE(
-            record->GenerateCookiesFile2(folder_, CallbackInto(outcome), browser, timeout)->Succeed());
-        EXPECT_EQ(outcome->released.Wait(Patience), HVErrSuccess);
-        EXPECT_EQ(outcome->calls, 1);
+        // The worker of the run before ends a moment after its callback.
+        EXPECT_TRUE(Eventually([&] { return Start(outcome, browser, timeout); }));
+        EXPECT_TRUE(CalledOnce(outcome));
         return outcome;
     }
 
-    /// Has this shell script run in the tool's place.
-    void Tool(std::string const& script) {
-        std::ofstream(folder_ + "/yt-dlp") << "#!/bin/sh\n" << script;
-        fs::permissions(folder_ + "/yt-dlp", fs::perms::owner_all);
-        IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath(folder_);
-        ASSERT_EQ(HVArgsBuilder::GetDownloadCommadExe(), folder_ + "/yt-dlp");
-    }
-
-    std::string folder_;
+    std::string const folder_ = fs::path(Path(".")).parent_path();
+    std::shared_ptr<IHVDownloadCookies> record_ = IHVDownloadCookies::MallocDownloadCookies("/c");
     std::shared_ptr<FakeStock> stock_ = std::make_shared<FakeStock>();
     LogLines log_;
 };
 
 TEST_F(Cookies, NamesOfBrowsers) {
-    char const* const words[] = {"chrome", "chromium", "firefox", "edge",  "safari", "brave",
-                                 "opera",  "vivaldi",  "unknown", "whale", "unknown"};
-    for (int i = 0; i < 11; ++i) {
-        auto const browser = static_cast<HVDownloadBrowser>(i);
-        auto const record = IHVDownloadCookies::MallocDownloadCookies(browser);
-        EXPECT_EQ(record->CookiesFromBrowserParamName(), words[i]);
-        EXPECT_EQ(record->CookiesFromBrowserName() == "Unknown", words[i] == std::string("unknown"));
-        EXPECT_EQ(record->CookiesPluginInstallerURL(browser), "");
+    std::string words;
+    for (int i = 0; i <= 10; ++i) {
+        record_->SetCookiesFromBrowser(static_cast<HVDownloadBrowser>(i));
+        words += record_->CookiesFromBrowserParamName() + " ";
+        EXPECT_EQ(record_->CookiesFromBrowserName() == "Unknown", i == HVDownloadBrowserUnknown || i == 10);
     }
-    EXPECT_EQ(HVDownloadBrowserUnknown, 8);
-    EXPECT_EQ(HVDownloadBrowserProbed, 2);
-}
-
-TEST_F(Cookies, Fields) {
-    auto const record = IHVDownloadCookies::MallocDownloadCookies("/c");
-    EXPECT_EQ(record->GetCookiesFromBrowser(), HVDownloadBrowserUnknown);
-    record->SetCookiesFromBrowser(HVDownloadBrowserEdge);
-    EXPECT_EQ(record->Clone()->GetCookiesPathFile(), "/c");
-    EXPECT_EQ(record->Clone()->GetCookiesFromBrowser(), HVDownloadBrowserEdge);
-    EXPECT_EQ(IHVDownloadCookies::MallocDownloadCookies()->GetCookiesPathFile(), "");
+    EXPECT_EQ(words, "chrome chromium firefox edge safari brave opera vivaldi unknown whale unknown ");
 }
 
 TEST_F(Cookies, FileByTheTool) {
     // As the real tool: it writes the file, then complains that it was given no address.
-    Tool("printf '%s\\n' \"$@\" > \"$4\"; echo 'no %s address' >&2; exit 2");
-    auto const record = IHVDownloadCookies::MallocDownloadCookies();
-    EXPECT_TRUE(record->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
-    auto const path = record->GetCookiesPathFile();
-    EXPECT_EQ(fs::path(path).parent_path(), folder_);
-    EXPECT_EQ(fs::path(path).extension(), ".txt");
+    ShellTool("printf '%s\\n' \"$@\" > \"$4\"; echo 'no %s address' >&2; exit 2");
+    EXPECT_TRUE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
+    auto const path = record_->GetCookiesPathFile();
+    EXPECT_EQ(Text(fs::path(path).parent_path().string(), fs::path(path).extension().string()),
+              folder_ + "|.txt");
     EXPECT_EQ(Bytes(path), "--cookies-from-browser\nfirefox\n--cookies\n" + path + "\n");
     EXPECT_EQ(log_.Take(), std::vector<std::string>{"1 ERROR: no %s address\n."});
 }
 
 TEST_F(Cookies, FailuresOfTheTool) {
-    auto const record = IHVDownloadCookies::MallocDownloadCookies(HVDownloadBrowserEdge);
     auto const message = [&](std::string const& folder, HVDownloadBrowser browser) {
-        auto const error = record->GenerateCookiesFile(folder, browser);
-        EXPECT_EQ(error->GetErrorCode(), -1);
-        EXPECT_EQ(error->GetErrorTitle(), "Error");
-        EXPECT_EQ(error->GetSourceFile(), "HVDownLoadCookies");
-        EXPECT_EQ(error->GetFunctionName(), "GenerateCookiesFile");
-        return error->GetErrorMessage();
+        auto const error = record_->GenerateCookiesFile(folder, browser);
+        return Text(error->GetErrorCode(), error->GetErrorTitle(), error->GetErrorMessage());
     };
-    EXPECT_EQ(message("", HVDownloadBrowserUnknown), "cookies path is not set.");
-    EXPECT_EQ(message(folder_, HVDownloadBrowserUnknown), "Browser is unknown.");
-    EXPECT_EQ(record->GetCookiesPathFile(), "");
-    Tool("echo '100%s bad' >&2");
-    EXPECT_EQ(message(folder_, HVDownloadBrowserEdge), "failed to creater cookies file. 100%s bad\n");
-    auto const planned = record->GetCookiesPathFile();
+    EXPECT_EQ(message("", HVDownloadBrowserUnknown), "-1|Error|cookies path is not set.");
+    EXPECT_EQ(message(folder_, HVDownloadBrowserUnknown), "-1|Error|Browser is unknown.");
+    EXPECT_EQ(record_->GetCookiesPathFile(), "/c");
+    ShellTool("echo '100%s bad' >&2");
+    EXPECT_EQ(message(folder_, HVDownloadBrowserEdge),
+              "-1|Error|failed to creater cookies file. 100%s bad\n");
+    auto const planned = record_->GetCookiesPathFile();
     EXPECT_EQ(fs::path(planned).parent_path(), folder_);
-    fs::remove(folder_ + "/yt-dlp");
-    EXPECT_EQ(message(folder_, HVDownloadBrowserEdge), "failed to get cookies.");
-    EXPECT_NE(record->GetCookiesPathFile(), planned) << "the planned path stays after any failure";
+    fs::remove(Path("yt-dlp"));
+    EXPECT_EQ(message(folder_, HVDownloadBrowserEdge), "-1|Error|failed to get cookies.");
+    EXPECT_NE(record_->GetCookiesPathFile(), planned) << "the planned path stays after any failure";
 }
 
 TEST_F(Cookies, AnswerLandsInAFile) {
     stock_->after.data = true;
     stock_->after.time = -1;
-    auto const outcome = Run(HVDownloadBrowserEdge, 0);
+    auto const outcome = Run(HVDownloadBrowserEdge);
     EXPECT_EQ(outcome->path, folder_ + "/edge" + std::to_string(stock_->after.time) + ".txt");
     EXPECT_EQ(Bytes(outcome->path), std::string("\0\xFF\n%", 4));
     EXPECT_EQ(fs::status(outcome->path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
@@ -206,38 +165,40 @@ TEST_F(Cookies, AnswerLandsInAFile) {
 }
 
 TEST_F(Cookies, NoAnswer) {
+    using Stock = FakeStock;
     auto const edge = HVDownloadBrowserEdge;
     struct {
         char const* name;
-        void (*set)(FakeStock&);
+        void (*set)(Stock&);
         HVDownloadBrowser browser;
         bool state;
         int messages;
-    } const rows[] = {{"none named, other one ran", [](FakeStock& s) { s.started = HVDownloadBrowserChrome; },
+    } const rows[] = {{"none named, other one ran", [](Stock& s) { s.started = HVDownloadBrowserChrome; },
                        HVDownloadBrowserUnknown, false, 0},
-                      {"not reachable", [](FakeStock& s) { s.before.reachable = false; }, edge, true, 0},
-                      {"blocked", [](FakeStock& s) { s.before.blocked = true; }, edge, true, 0},
+                      {"not reachable", [](Stock& s) { s.before.reachable = false; }, edge, true, 0},
+                      {"blocked", [](Stock& s) { s.before.blocked = true; }, edge, true, 0},
                       {"stops responding",
-                       [](FakeStock& s) {
-                           s.after.responding = false;
-                           s.after.data = true;
-                           s.after.time = -1;
+                       [](Stock& s) {
+                           s.after = {true, -1, false};
                        },
                        edge, true, 1},
                       {"older data only",
-                       [](FakeStock& s) {
-                           s.after.data = true;
-                           s.after.time = -2;
+                       [](Stock& s) {
+                           s.after = {true, -2};
                        },
                        edge, true, 1},
-                      {"newer, without data", [](FakeStock& s) { s.after.time = -1; }, edge, true, 1},
-                      {"fault in the source", [](FakeStock& s) { s.throwing = true; }, edge, false, 0}};
+                      {"newer, without data",
+                       [](Stock& s) {
+                           s.after = {false, -1};
+                       },
+                       edge, true, 1},
+                      {"fault in the source", [](Stock& s) { s.throwing = true; }, edge, false, 0}};
     for (auto const& row : rows) {
         SCOPED_TRACE(row.name);
         stock_ = std::make_shared<FakeStock>();
         row.set(*stock_);
         IHVCookieStock::SetSharedCookieStock(stock_);
-        auto const outcome = Run(row.browser, 0);
+        auto const outcome = Run(row.browser);
         EXPECT_EQ(outcome->path, "");
         EXPECT_EQ(outcome->state != nullptr, row.state);
         EXPECT_EQ(stock_->messages, row.messages);
@@ -245,7 +206,7 @@ TEST_F(Cookies, NoAnswer) {
         EXPECT_EQ(stock_->reads, 0);
     }
     IHVCookieStock::SetSharedCookieStock(nullptr);
-    EXPECT_FALSE(Run(edge, 0)->state->IsReachable()) << "without a source";
+    EXPECT_FALSE(Run(edge)->state->IsReachable()) << "without a source";
 }
 
 TEST_F(Cookies, OneSecondIsThreeLooks) {
@@ -260,59 +221,37 @@ TEST_F(Cookies, ProbedBrowserStandsIn) {
     // The path is told even when the file can't be written.
     auto const path = folder_ + "/firefox1700000000000000.txt";
     fs::create_directory(path);
-    EXPECT_EQ(Run(HVDownloadBrowserUnknown, 0)->path, path);
+    EXPECT_EQ(Run(HVDownloadBrowserUnknown)->path, path);
     EXPECT_EQ(log_.Take(),
               std::vector<std::string>{"1 HVDownloadCookies::SaveStringToFile,Create File fail"});
 }
 
 TEST_F(Cookies, OneRunAtATime) {
     stock_->gate = std::make_shared<HVLatch>();
-    auto const record = IHVDownloadCookies::MallocDownloadCookies();
-    auto const start = [&](std::shared_ptr<Outcome> outcome) {
-        return record->GenerateCookiesFile2(folder_, CallbackInto(outcome), HVDownloadBrowserEdge, 0);
-    };
     auto const first = std::make_shared<Outcome>();
     auto const refused = std::make_shared<Outcome>();
-    EXPECT_TRUE(start(first)->Succeed());
-    auto const error = start(refused);
-    EXPECT_EQ(error->GetErrorCode(), HVErrorCodeIO);
-    EXPECT_EQ(error->GetErrorTitle(), "IO Error");
-    EXPECT_EQ(error->GetErrorMessage(), "IO error, try again later");
-    EXPECT_EQ(error->GetFunctionName(), "GenerateCookiesFile2");
+    EXPECT_TRUE(Start(first, HVDownloadBrowserEdge));
+    EXPECT_FALSE(Start(refused, HVDownloadBrowserEdge));
     stock_->gate->Raise();
-    EXPECT_EQ(first->released.Wait(Patience), HVErrSuccess);
-    EXPECT_EQ(first->calls, 1);
+    EXPECT_TRUE(CalledOnce(first));
     EXPECT_EQ(refused->calls, 0);
-    // The worker ends a moment after its callback.
-    auto second = std::make_shared<Outcome>();
-    for (; !start(second)->Succeed(); second = std::make_shared<Outcome>())
-        IHVThread::Sleep(1);
-    EXPECT_EQ(second->released.Wait(Patience), HVErrSuccess);
-    EXPECT_EQ(second->calls, 1);
+    Run(HVDownloadBrowserEdge);
 }
 
 // An owner may drop the record at once, and a callback may hold it.
 TEST_F(Cookies, RecordLivesAsLongAsItsWorker) {
     stock_->gate = std::make_shared<HVLatch>();
-    auto record = IHVDownloadCookies::MallocDownloadCookies("/c");
-    std::weak_ptr<IHVDownloadCookies> const watched = record;
-    HVLatch done;
-    std::string path;
-    record->GenerateCookiesFile2(
+    std::weak_ptr<IHVDownloadCookies> const watched = record_;
+    std::promise<std::string> path;
+    record_->GenerateCookiesFile2(
         folder_,
-        [&done, &path, record](std::string const&, std::shared_ptr<IHVBrowserState const>) {
-            path = record->GetCookiesPathFile();
-            done.Raise();
-        },
+        [&path, record = record_](auto const&, auto const&) { path.set_value(record->GetCookiesPathFile()); },
         HVDownloadBrowserEdge, 0);
-    record.reset();
+    record_.reset();
     EXPECT_FALSE(watched.expired());
     stock_->gate->Raise();
-    ASSERT_EQ(done.Wait(Patience), HVErrSuccess);
-    EXPECT_EQ(path, "/c");
-    for (unsigned int i = 0; i < Patience && !watched.expired(); ++i)
-        IHVThread::Sleep(1);
-    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(path.get_future().get(), "/c");
+    EXPECT_TRUE(Eventually([&] { return watched.expired(); }));
 }
 
 } // namespace
