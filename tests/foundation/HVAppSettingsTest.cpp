@@ -1,17 +1,12 @@
 #include "HVAppSettings.h"
 
-#include "IHVFileProvider.h"
-#include "IHVLogConfig.h"
+#include "Folder.h"
+#include "LogLines.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
 
 namespace Halvorn {
 namespace {
@@ -20,125 +15,93 @@ namespace fs = std::filesystem;
 
 class HVAppSettings : public testing::Test {
 protected:
-    HVAppSettings() : folder_(fs::temp_directory_path() / IHVFileProvider::CreateRandomFileName("set", 12)) {
-        fs::create_directories(folder_);
-        IHVLogConfig::SetHandler([this](IHVLogConfig::LogLevel level, std::string const& line) {
-            if (level >= IHVLogConfig::LogLevelWarning)
-                log_ += line + "\n";
-        });
+    /// Sets the value in the settings of a file and saves them.
+    static void Save(std::string const& file, bool value, char const* key = "a") {
+        auto const settings = MallocAppSettings(file);
+        settings->SetBool(value, key);
+        EXPECT_EQ(settings->GetBool(key), value);
+        settings->Save();
     }
-    ~HVAppSettings() override {
-        IHVLogConfig::SetHandler(nullptr);
-        fs::remove_all(folder_);
-    }
-    std::string File(std::string const& name = "settings.json") const { return folder_ / name; }
-    void Put(std::string const& text) const { std::ofstream(File(), std::ios::binary) << text; }
-    std::string Get() const {
-        std::ostringstream text;
-        text << std::ifstream(File(), std::ios::binary).rdbuf();
-        return text.str();
+    static bool Saved(std::string const& file, char const* key = "a") {
+        return MallocAppSettings(file)->GetBool(key);
     }
 
-    fs::path folder_;
-    std::string log_;
+    Folder folder_;
+    std::string const file_ = folder_ / "settings.json";
+    LogLines log_;
 };
 
 TEST_F(HVAppSettings, WhatIsSavedIsThereAtTheNextStart) {
-    std::string const file = File("new/folders/settings.json");
+    std::string const file = folder_ / "new/folders/settings.json";
     auto const settings = MallocAppSettings(file);
     settings->SetBool(true, "a");
-    EXPECT_TRUE(settings->GetBool("a"));
-    EXPECT_FALSE(MallocAppSettings(file)->GetBool("a")) << "not saved yet";
+    EXPECT_FALSE(Saved(file)) << "not saved yet";
     settings->Save();
-    EXPECT_TRUE(MallocAppSettings(file)->GetBool("a"));
-    EXPECT_FALSE(MallocAppSettings(file)->GetBool("never written"));
-    settings->SetBool(false, "a");
-    settings->Save();
-    EXPECT_FALSE(MallocAppSettings(file)->GetBool("a"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(file).parent_path()), fs::directory_iterator()),
-              1);
-    EXPECT_EQ(log_, "");
+    EXPECT_TRUE(Saved(file));
+    EXPECT_FALSE(Saved(file, "never written"));
+    Save(file, false);
+    EXPECT_FALSE(Saved(file));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "new/folders"), fs::directory_iterator()), 1);
+    fs::create_symlink(file, folder_ / "link.json");
+    Save(folder_ / "link.json", true);
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link.json") && Saved(file));
+    EXPECT_THAT(log_.Take(), testing::IsEmpty());
 }
 
 TEST_F(HVAppSettings, WhatOthersWroteStays) {
-    Put(R"({"theirs": {"deep": [1, 2.5, null]}, "a": false, "text": "\u00e9"})");
-    auto const settings = MallocAppSettings(File());
+    std::string const theirs = R"({"theirs": {"deep": [1, 2.5, null]}, "a": false, "text": "\u00e9")";
+    folder_.Put("settings.json", theirs + "}");
+    auto const settings = MallocAppSettings(file_);
     settings->SetBool(true, "a");
-    Put(R"({"theirs": {"deep": [1, 2.5, null]}, "a": false, "text": "\u00e9", "later": true})");
+    folder_.Put("settings.json", theirs + R"(, "later": true})");
     settings->Save();
-    EXPECT_THAT(Get(), testing::HasSubstr("\"deep\""));
-    EXPECT_THAT(Get(), testing::HasSubstr("2.5"));
-    EXPECT_TRUE(MallocAppSettings(File())->GetBool("later"));
-    EXPECT_TRUE(MallocAppSettings(File())->GetBool("a"));
+    EXPECT_THAT(folder_.Get("settings.json"), testing::ContainsRegex("\"deep\".*2\\.5"));
+    EXPECT_TRUE(Saved(file_, "later") && Saved(file_));
 }
 
 TEST_F(HVAppSettings, ADamagedFileReadsAsEmptyAndIsLeftAloneUntilTheNextSave) {
     for (auto const& text : {std::string("{\"a\": true"), std::string("[true]"), std::string("\0\xFF", 2),
                              std::string(2U << 20, ' '), std::string(500'000, '[')}) {
-        Put(text);
-        log_.clear();
-        auto const settings = MallocAppSettings(File());
-        EXPECT_FALSE(settings->GetBool("a"));
-        EXPECT_EQ(Get(), text);
-        EXPECT_THAT(log_, testing::HasSubstr("can't be read"));
-        settings->SetBool(true, "b");
-        settings->Save();
-        EXPECT_TRUE(MallocAppSettings(File())->GetBool("b"));
+        folder_.Put("settings.json", text);
+        EXPECT_FALSE(Saved(file_));
+        EXPECT_EQ(folder_.Get("settings.json"), text);
+        EXPECT_THAT(log_.Take(), testing::Contains(testing::HasSubstr("can't be read")));
+        Save(file_, true, "b");
+        EXPECT_TRUE(Saved(file_, "b"));
     }
-    Put(R"({"a": "true", "b": 1})");
-    EXPECT_FALSE(MallocAppSettings(File())->GetBool("a") || MallocAppSettings(File())->GetBool("b"));
+    folder_.Put("settings.json", R"({"a": "true", "b": 1})");
+    EXPECT_FALSE(Saved(file_) || Saved(file_, "b"));
 }
 
 TEST_F(HVAppSettings, WhereNothingCanBeWrittenALineInTheLogSaysSo) {
-    Put("{}");
-    fs::create_directory(File("folder"));
+    folder_.Put("settings.json", "{}");
     for (auto const& path :
-         {std::string(), File("settings.json/x/settings.json"), File("folder"), std::string("/dev/null")}) {
-        log_.clear();
-        auto const settings = MallocAppSettings(path);
-        settings->SetBool(true, "a");
-        settings->Save();
-        EXPECT_TRUE(settings->GetBool("a"));
-        EXPECT_NE(log_, "") << path;
+         {std::string(), file_ + "/x/settings.json", folder_.Path(), std::string("/dev/null")}) {
+        log_.Take();
+        Save(path, true);
+        EXPECT_THAT(log_.Take(), testing::Not(testing::IsEmpty())) << path;
     }
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
-TEST_F(HVAppSettings, ALinkedFileStaysALink) {
-    Put("{}");
-    fs::create_symlink("settings.json", File("link.json"));
-    auto const settings = MallocAppSettings(File("link.json"));
-    settings->SetBool(true, "a");
-    settings->Save();
-    EXPECT_TRUE(fs::is_symlink(File("link.json")));
-    EXPECT_TRUE(MallocAppSettings(File())->GetBool("a"));
-}
-
 TEST_F(HVAppSettings, TheFileStandsWhereTheEnvironmentSays) {
-    for (auto const& [chosen, config, home, expected] : std::vector<std::array<std::string, 4>>{
-             {"/chosen.json", "/config", "/home/u", "/chosen.json"},
+    std::array<char const*, 3> const names = {"REELHAUL_SETTINGS", "XDG_CONFIG_HOME", "HOME"};
+    std::array<std::string, 3> old;
+    for (std::size_t i = 0; i < 3; ++i)
+        old[i] = std::getenv(names[i]) == nullptr ? "" : std::getenv(names[i]);
+    auto const pathWith = [&names](std::array<std::string, 3> const& values) {
+        for (std::size_t i = 0; i < 3; ++i)
+            setenv(names[i], values[i].c_str(), 1);
+        return SettingsPathFile();
+    };
+    EXPECT_EQ(pathWith({"/chosen.json", "/config", "/home/u"}), "/chosen.json");
 #ifdef __linux__
-             {"", "/config", "/home/u", "/config/reelhaul/settings.json"},
-             {"", "relative", "/home/u", "/home/u/.config/reelhaul/settings.json"},
-             {"", "", "/home/u", "/home/u/.config/reelhaul/settings.json"},
+    EXPECT_EQ(pathWith({"", "/config", "/home/u"}), "/config/reelhaul/settings.json");
+    EXPECT_EQ(pathWith({"", "relative", "/home/u"}), "/home/u/.config/reelhaul/settings.json");
+    EXPECT_EQ(pathWith({"", "", "/home/u"}), "/home/u/.config/reelhaul/settings.json");
 #endif
-             {"", "", "", ""}}) {
-        std::map<std::string, std::string> const values = {
-            {"REELHAUL_SETTINGS", chosen}, {"XDG_CONFIG_HOME", config}, {"HOME", home}};
-        std::map<std::string, std::string> old;
-        for (auto const& [name, value] : values) {
-            if (char const* const before = std::getenv(name.c_str()))
-                old[name] = before;
-            setenv(name.c_str(), value.c_str(), 1);
-        }
-        EXPECT_EQ(SettingsPathFile(), expected);
-        for (auto const& entry : values) {
-            if (old.count(entry.first) != 0)
-                setenv(entry.first.c_str(), old[entry.first].c_str(), 1);
-            else
-                unsetenv(entry.first.c_str());
-        }
-    }
+    EXPECT_EQ(pathWith({"", "", ""}), "");
+    pathWith(old);
 }
 
 } // namespace
