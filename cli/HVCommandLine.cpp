@@ -2,6 +2,7 @@
 
 #include "HVChoice.h"
 #include "HVCookiesCommand.h"
+#include "HVGenerateCommand.h"
 #include "HVGetCommand.h"
 #include "HVInfoCommand.h"
 #include "HVOptionDocument.h"
@@ -42,6 +43,8 @@ std::string ParserFault(std::string fault) {
     constexpr std::string_view kOverride = " was given a disallowed flag override";
     if (fault.ends_with(kOverride))
         return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
+    if (fault.starts_with("URL: At Most"))
+        return "info takes one address";
     return fault;
 }
 
@@ -72,7 +75,7 @@ CLI::App& HVCommandLine::Add(char const* name, char const* help, Command command
 
 void HVCommandLine::AddInfo() {
     CLI::App& app = Add("info", "Show what an address holds: title, duration, formats, subtitles", RunInfo);
-    app.add_option("URL", request_.urls, "The address")->required()->type_name("");
+    app.add_option("URL", request_.urls, "The address")->required()->expected(1)->type_name("");
     app.add_flag("--json", request_.json, "Print one JSON document instead of text");
     app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
     AddToolPaths(app);
@@ -173,6 +176,17 @@ void HVCommandLine::AddLesser() {
 
     CLI::App& document = Add("option-table", "Print docs/options.md", RunOptionTable);
     document.group("");
+    CLI::App& generate = Add("generate", "Print the manual page or a shell's completions", RunGenerate);
+    generate.group("");
+    generate.add_option("WHAT", request_.document, "man, bash, zsh or fish")->required()->type_name("");
+}
+
+HVCommandDescription HVCommandLine::Description() const {
+    return DescribeCommand(*app_);
+}
+
+std::string HVCommandLine::Footer() const {
+    return app_->get_footer();
 }
 
 bool HVCommandLine::Quiet() const {
@@ -197,8 +211,6 @@ std::string HVCommandLine::Parse(int count, char const* const* arguments, int& s
 }
 
 std::string HVCommandLine::Complete() {
-    if (run_ == RunInfo && request_.urls.size() > 1)
-        return "info takes one address";
     for (std::string const& url : request_.urls)
         if (url.empty())
             return "an address is empty";

@@ -1,6 +1,7 @@
 #pragma once
 // The command line: what may stand on it, its help, and what it asks for.
 
+#include "HVCommandDescription.h"
 #include "HVOptionReader.h"
 #include "HVRequest.h"
 
@@ -31,6 +32,11 @@ public:
     bool Quiet() const;
     /// Does what was asked for; returns the exit status.
     int Run(HVSession& session) { return run_(session, request_); }
+
+    /// What may stand on it.
+    HVCommandDescription Description() const;
+    /// What the help says at its end.
+    std::string Footer() const;
 
 private:
     using Command = int (*)(HVSession&, HVRequest&);

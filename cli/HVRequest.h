@@ -22,6 +22,7 @@ struct HVRequest {
     std::string browser;         ///< of "cookies"
     std::string search;          ///< of "providers"
     std::string copies;          ///< of "tools use"
+    std::string document;        ///< of "generate"
     std::string toolFolder;      ///< folder of the local copies; empty for the built-in ones
     std::string jsRuntime;       ///< empty for the built-in one
     int jobs = 6;

@@ -34,6 +34,7 @@ consumer package -DCMAKE_PREFIX_PATH="$prefix"
 "$work/package/built/by_package"
 LD_LIBRARY_PATH=$lib "$work/package/built/by_pkg_config"
 "$prefix/bin/reelhaul" --version
+python3 "$here/shared_files.py" "$prefix"
 
 # What the library itself is made from suffices; anything for developers would miss its folder.
 mkdir -p "$work/part/reelhaul"
