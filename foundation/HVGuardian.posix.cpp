@@ -2,6 +2,7 @@
 #include "HVSpawn.h"
 #include "IHVLogConfig.h"
 
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <mutex>
@@ -39,8 +40,11 @@ struct HVGuardian::State {
     }
 
     void Start() {
-        if (pid > 0)
-            waitpid(pid, nullptr, WNOHANG);
+        // One that no longer reads would take the end of its pipe for ours, and end the groups.
+        if (pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+        }
         pid = -1;
         pipe.Reset();
         HVPipe ends;

@@ -32,10 +32,8 @@ bool IsStillNamed(int file, int folder, char const* name) {
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
-bool IsPrivateFolder(int folder) {
-    struct stat info {};
-    return fstat(folder, &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid() &&
-           (info.st_mode & 077) == 0;
+bool IsPrivateFolder(struct stat const& info) {
+    return S_ISDIR(info.st_mode) && info.st_uid == geteuid() && (info.st_mode & 077) == 0;
 }
 
 enum class LockResult { Taken, Held, Impossible };
@@ -49,7 +47,8 @@ LockResult TryLock(int file) {
 /// Removes the folder if it is one of ours whose process is gone.
 void RemoveIfDead(int parent, std::string const& name) {
     HVDescriptor const folder = OpenFolder(parent, name);
-    if (!folder.Valid() || !IsPrivateFolder(folder.Get()))
+    struct stat info {};
+    if (!folder.Valid() || fstat(folder.Get(), &info) != 0 || !IsPrivateFolder(info))
         return;
     HVDescriptor const lock(openat(folder.Get(), kLockName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     // The second look: another start may have locked it first, removed it and let go.
@@ -113,7 +112,9 @@ bool HVTmpFolder::IsOwn() const {
 }
 
 bool HVTmpFolder::Usable() const {
-    return IsOwn() && IsPrivateFolder(OpenFolder(AT_FDCWD, path_).Get());
+    // Without opening it: a process that has run out of descriptors for a moment must not leave its folder.
+    struct stat info {};
+    return IsOwn() && lstat(path_.c_str(), &info) == 0 && IsPrivateFolder(info);
 }
 
 void HVTmpFolder::Keep(std::string const& name) {

@@ -163,10 +163,10 @@ void WriteFile(std::string const& path, long bytes) {
     close(fd);
 }
 
-void Flood(int fd, long mebibytes) {
+void Flood(int fd, long mebibytes, char end = '\n') {
     std::string block;
     while (block.size() < 65536)
-        block += std::string(63, 'f') + '\n';
+        block += std::string(63, 'f') + end;
     for (long i = 0; i < mebibytes * 16; ++i)
         Print(fd, block);
 }
@@ -190,6 +190,8 @@ bool Printing(std::string const& command, std::string_view rest) {
         PrintProgress(rest);
     else if (command == "flood" || command == "errflood")
         Flood(command == "flood" ? 1 : 2, Number(rest));
+    else if (command == "longline")
+        Flood(1, Number(rest), 'l');
     else if (command == "args")
         for (auto const& argument : gArguments)
             Print(1, argument + "\n");
