@@ -41,6 +41,10 @@ if(REELHAUL_SANITIZE)
                          -fno-sanitize-recover=all)
   target_link_options(reelhaul_flags INTERFACE -fsanitize=${REELHAUL_SANITIZE})
 endif()
+if(REELHAUL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Instrumented code hides from gcc what is initialized, in the standard library's own headers first of all.
+  target_compile_options(reelhaul_flags INTERFACE -Wno-maybe-uninitialized)
+endif()
 if(REELHAUL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(reelhaul_flags INTERFACE
     -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignore.txt)

@@ -1,7 +1,9 @@
 #include "HVFormat.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 namespace Halvorn {
@@ -51,17 +53,11 @@ std::string FormatText(char const* format, va_list args) {
     if (format == nullptr)
         return {};
     std::string const safe = EscapeIncompleteConversions(format);
-    va_list again;
-    va_copy(again, args);
-    int const length = std::vsnprintf(nullptr, 0, safe.c_str(), args);
-    std::string text;
-    if (length > 0) {
-        text.resize(static_cast<std::size_t>(length) + 1);
-        std::vsnprintf(text.data(), text.size(), safe.c_str(), again);
-        text.resize(static_cast<std::size_t>(length));
-    }
-    va_end(again);
-    return text;
+    // Not measured first: that takes seconds for a text of hundreds of megabytes, which a tool may well print.
+    char* bytes = nullptr;
+    int const length = vasprintf(&bytes, safe.c_str(), args);
+    std::unique_ptr<char, decltype(&std::free)> const owner(length < 0 ? nullptr : bytes, &std::free);
+    return owner == nullptr ? std::string() : std::string(bytes, static_cast<std::size_t>(length));
 }
 
 } // namespace Halvorn

@@ -5,11 +5,10 @@
 #include "Faults.h"
 #include "LoopbackServer.h"
 #include "control/DownloadFixture.h"
+#include "reliability/Figures.h"
 
 #include "IHVDownloadController.h"
 #include "IHVDownloadControllers.h"
-
-#include <sstream>
 
 #include <sys/wait.h>
 
@@ -26,24 +25,9 @@ std::string ContentOf(fs::path const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Open descriptors, and children: of the library's own there may be a lock, a pipe, and the guardian at its
-/// end.
-std::size_t CountOf(char const* folder) {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
-}
 std::string NameOf(Fault fault) {
     char const* const names[] = {"None", "Spawn", "Open", "Write", "Rename", "Folder", "Thread", "Request"};
     return names[static_cast<int>(fault)];
-}
-
-bool ToolRuns() {
-    for (auto const& task : fs::directory_iterator("/proc/self/task")) {
-        std::istringstream children(ContentOf(task.path() / "children"));
-        for (std::string child; children >> child;)
-            if (ContentOf("/proc/" + child + "/cmdline").rfind("/bin/sh", 0) != 0)
-                return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -123,7 +107,7 @@ TEST_F(FaultedProcess, DISABLED_DoesItsWork) {
     std::string const folder = fs::create_directories(elsewhere) ? elsewhere : out_;
     for (auto const& path : {folder, out_})
         std::ofstream(path + "/A.mp4") << "earlier";
-    std::size_t const descriptors = CountOf("/proc/self/fd");
+    std::size_t const descriptors = CountOf(Counted::Descriptors);
 
     FailNth(static_cast<Fault>(kind), nth);
     Analyse();
@@ -133,12 +117,13 @@ TEST_F(FaultedProcess, DISABLED_DoesItsWork) {
     bool const happened = FaultHappened();
     FailNth(Fault::None, 0);
 
-    EXPECT_TRUE(Eventually([] { return !ToolRuns(); }));
+    EXPECT_TRUE(Eventually([] { return CountOf(Counted::Children) == 0; }));
     for (auto const& path : {folder, out_})
         EXPECT_EQ(ContentOf(path + "/A.mp4"), "earlier");
-    EXPECT_LE(CountOf("/proc/self/fd"), descriptors + 2);
+    // Of the library's own: the temporary folder's lock, and the pipe to the guardian.
+    EXPECT_LE(CountOf(Counted::Descriptors), descriptors + 2);
     EXPECT_EQ(ContentOf(tools_ + "/yt-dlp"), ContentOf(REELHAUL_BINARY_DIR "/tests/tool/yt-dlp"));
-    EXPECT_EQ(CountOf(tools_.c_str()), 1U);
+    EXPECT_EQ(FilesIn(tools_).size(), 1U);
     std::ofstream(std::getenv("REELHAUL_KEPT")) << words;
     fs::remove_all(elsewhere);
     if (!happened && !HasFailure())
