@@ -7,6 +7,7 @@
 #include "HVToolSetUp.h"
 
 #include <Reelhaul/IHVDownloadPlugin.h>
+#include <Reelhaul/IHVLogConfig.h>
 
 #include <future>
 #include <memory>
@@ -87,7 +88,18 @@ int RunToolsUse(HVSession& session, HVRequest& request) {
         session.Console().Error(fault + "; \"reelhaul tools update\" makes a local copy");
         return HVExitFailed;
     }
+    // Whether the choice could be stored, the library says in its log alone.
+    std::string failure;
+    IHVLogConfig::SetHandler([&failure](IHVLogConfig::LogLevel level, std::string const& line) {
+        if (level == IHVLogConfig::LogLevelError)
+            failure = line;
+    });
     IHVDownloadPlugin::SharedDownloadPlugin()->EnableLocalPlugin(local);
+    IHVLogConfig::SetHandler({});
+    if (!failure.empty()) {
+        session.Console().Error(failure);
+        return HVExitFailed;
+    }
     session.Console().Note(local ? "The local copies serve from now on: " + LocalToolFolder(request)
                                  : std::string("The built-in copies serve from now on."));
     return HVExitDone;

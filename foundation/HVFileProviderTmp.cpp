@@ -16,7 +16,7 @@ namespace {
 struct TmpFolder {
     std::mutex mutex;
     HVTmpFolder folder;
-    bool cleaned = false;
+    std::shared_ptr<IHVThread> cleaner; ///< removes what killed processes left
     bool ended = false; ///< the process is ending: a new folder would stay behind
 
     static TmpFolder& Shared() {
@@ -33,16 +33,16 @@ std::string SystemTmpFolder() {
     return usable ? folder : "/tmp";
 }
 
+/// How long the end of the process waits for the cleaner: a short run would else never get it done.
+constexpr unsigned int kCleanerMilliseconds = 2000;
+
 void EndTmpFolder() {
     auto& shared = TmpFolder::Shared();
     std::lock_guard const lock(shared.mutex);
     shared.folder.End();
     shared.ended = true;
-}
-
-/// Elsewhere, since a killed process may have left a lot.
-void CleanInBackground(std::string const& parent) {
-    IHVThread::MallocThread([parent] { RemoveDeadTmpFolders(parent); })->Start();
+    if (shared.cleaner != nullptr)
+        shared.cleaner->WaitEnd(kCleanerMilliseconds);
 }
 
 /// Name in the temporary folder of a path in it, or empty.
@@ -69,9 +69,11 @@ std::string IHVFileProvider::GetTmpPath() {
         return {};
     }
     SetProcessEndFunction(HVEndStage::Files, EndTmpFolder);
-    if (!shared.cleaned)
-        CleanInBackground(parent);
-    shared.cleaned = true;
+    if (shared.cleaner == nullptr) {
+        // Elsewhere, since a killed process may have left a lot.
+        shared.cleaner = IHVThread::MallocThread([parent] { RemoveDeadTmpFolders(parent); });
+        shared.cleaner->Start();
+    }
     return shared.folder.Path();
 }
 

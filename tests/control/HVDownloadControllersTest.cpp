@@ -1,4 +1,5 @@
 #include "DownloadFixture.h"
+#include "Scale.h"
 
 #include "HVDownloadControllers.h"
 #include "IHVDownloadController.h"
@@ -35,10 +36,6 @@ protected:
     }
     bool Quiet() {
         return Eventually([this] { return !queue_->AnyControllerIsDownloading(); }) && NothingLeft();
-    }
-    static int Scaled(int count) {
-        char const* const scale = std::getenv("REELHAUL_TEST_SCALE");
-        return std::max(1, static_cast<int>(count * (scale == nullptr ? 0.1 : std::atof(scale))));
     }
 
     std::shared_ptr<IHVDownloadControllers> queue_ = IHVDownloadControllers::MallocDownloadControllers();
@@ -219,15 +216,16 @@ TEST_F(Queue, RunsEachOfManyOnceAndNeverMoreThanTheLimit) {
 }
 
 TEST_F(Queue, StandsManyHandsAtOnce) {
+    int const count = std::max(40, Scaled(1000));
     queue_->SetConcurrentDownload(4);
     char const* const scripts[] = {"exit 1", "write . 1", "progress 50;sleep 5", "write +.part 9;hang"};
-    for (int row = 0; row < 40; ++row)
+    for (int row = 0; row < count; ++row)
         Add(scripts[row % 4], "t" + std::to_string(row));
     std::atomic<bool> over = false;
     auto const hand = [&](unsigned int seed) {
         std::mt19937 random(seed);
         while (!over) {
-            int const row = static_cast<int>(random() % 44);
+            int const row = static_cast<int>(random() % static_cast<unsigned int>(count + 4));
             auto const controller = queue_->GetController(row);
             switch (random() % 10) {
             case 0:
@@ -275,7 +273,7 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
     std::vector<std::thread> hands;
     for (unsigned int seed = 0; seed < 8; ++seed)
         hands.emplace_back(hand, seed);
-    std::this_thread::sleep_for(std::chrono::seconds(3));
+    std::this_thread::sleep_for(std::chrono::seconds(std::max(3, Scaled(60))));
     over = true;
     for (auto& thread : hands)
         thread.join();
@@ -289,7 +287,7 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
         return !queue_->AnyControllerIsDownloading() && queue_->CountOfPendingControllers() == 0;
     }));
     EXPECT_TRUE(NothingLeft());
-    EXPECT_EQ(queue_->GetControllerCount(), 40);
+    EXPECT_EQ(queue_->GetControllerCount(), count);
     queue_->SetConcurrentDownload(4);
     for (int const row : queue_->AllControllers()) {
         bool const hangs =
@@ -302,6 +300,6 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
         int done = 0;
         for (int const row : queue_->AllControllers())
             done += queue_->GetController(row)->DownloadWasDone() ? 1 : 0;
-        return done == 30;
+        return done == count - count / 4;
     }));
 }

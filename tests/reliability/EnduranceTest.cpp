@@ -1,5 +1,6 @@
 // Thousands of analyses and downloads in one process, many analyses at once, and tasks that nobody holds.
 
+#include "Scale.h"
 #include "control/DownloadFixture.h"
 #include "reliability/Figures.h"
 

@@ -1,7 +1,5 @@
 #include "Figures.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -42,11 +40,6 @@ std::size_t Memory() {
 }
 
 } // namespace
-
-int Scaled(int full) {
-    char const* const scale = std::getenv("REELHAUL_TEST_SCALE");
-    return std::max(1, static_cast<int>(full * (scale == nullptr ? 0.1 : std::atof(scale))));
-}
 
 std::size_t CountOf(Counted what) {
     switch (what) {

@@ -1,6 +1,7 @@
 // The tool at its worst, in an analysis from JSON, in one from tables, and in a download: each ends with one
 // completion, by itself or when it is stopped, and leaves neither a process nor a file.
 
+#include "Scale.h"
 #include "control/DownloadFixture.h"
 #include "reliability/Figures.h"
 

@@ -1,0 +1,140 @@
+"""What outlives a disaster: the application killed at any moment, a full disk, a folder that goes away.
+
+REELHAUL_TEST_SCALE is the share of 200 kills that are done, a twentieth unless set.
+"""
+
+import os
+import random
+import subprocess
+import time
+from pathlib import Path
+
+from servers import COMMAND, SITE, TOOL, ServerTest
+
+FFPROBE = TOOL.parent / "ffprobe"
+
+
+def seconds_of(file):
+    return float(subprocess.run([FFPROBE, "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", file],
+                                capture_output=True, text=True, check=True).stdout)
+
+
+def processes_with(text):
+    """Those in whose environment the text stands."""
+    found = []
+    for folder in Path("/proc").glob("[0-9]*"):
+        try:
+            if text.encode() in (folder / "environ").read_bytes():
+                found.append((folder / "cmdline").read_bytes().replace(b"\0", b" ").decode())
+        except OSError:
+            pass  # it has ended
+    return found
+
+
+class DisasterTest(ServerTest):
+    def setUp(self):
+        super().setUp()
+        self.temporary = self.folder / "temporary"
+        self.out = self.folder / "out"
+        self.environment = {**os.environ, "PYTHONPATH": str(SITE / "plugin"), "TMPDIR": str(self.temporary),
+                            "REELHAUL_SETTINGS": str(self.folder / "settings")}
+        for folder in (self.temporary, self.out):
+            folder.mkdir()
+
+    def get_command(self, *arguments):
+        return [COMMAND, "get", "--quiet", "-o", self.out, *arguments]
+
+    def left(self):
+        return [path.name for path in self.temporary.rglob("*") if path.is_file()]
+
+
+class KillTest(DisasterTest):
+    def wait_for_processes(self):
+        until = time.monotonic() + 10
+        while (left := processes_with(str(self.temporary))) and time.monotonic() < until:
+            time.sleep(0.02)
+        self.assertEqual(left, [])
+
+    def test_at_random_moments(self):
+        pages = [self.page(name) for name in ("merged-mp4", "combined", "dash", "two-languages")]
+        command = self.get_command("--jobs", "3", *pages)
+        begin = time.monotonic()
+        subprocess.run(command, env=self.environment, check=True, stdout=subprocess.DEVNULL)
+        whole = time.monotonic() - begin
+        moments, seed, finished = random.Random(), random.randrange(1 << 32), 0
+        moments.seed(seed)
+        kills = max(3, round(200 * float(os.environ.get("REELHAUL_TEST_SCALE", 0.05))))
+        for number in range(kills):
+            for file in self.out.iterdir():
+                file.unlink()
+            with subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL) as process:
+                time.sleep(moments.uniform(0, whole))
+                process.kill()
+            self.wait_for_processes()
+            files = [file for file in self.out.iterdir() if not file.name.startswith(".")]
+            finished += len(files)
+            for file in files:
+                self.assertAlmostEqual(seconds_of(file), 8, delta=0.3, msg=f"{file} after kill {number} of seed {seed}")
+        print(f"{kills} kills within {whole:.1f} s, {finished} whole files (seed {seed})")
+        # The next one that makes a temporary folder removes what the killed ones left.
+        subprocess.run(self.get_command(pages[1]), env=self.environment, check=True, stdout=subprocess.DEVNULL)
+        self.assertEqual(self.left(), [])
+
+
+class SmallDiskTest(DisasterTest):
+    def run_on_small_disk(self, folder, kibibytes, *command, fill=""):
+        """Runs a command while the folder is a file system of its own; then prints what is there."""
+        script = f'mount -t tmpfs -o size={kibibytes}k none "$1"; at=$1; shift\n{fill}\n"$@"; status=$?\n' \
+                 'find "$at" -type f -exec echo left {} +; exit $status'
+        own = [] if os.geteuid() == 0 else ["-r"]
+        return subprocess.run(["unshare", "-m", *own, "sh", "-c", script, "sh", folder, *command], env=self.environment,
+                              text=True, capture_output=True, timeout=120)
+
+    def test_no_room_for_the_download_or_its_merge(self):
+        sizes = [("the file", 4096, "direct/large.mp4", []),
+                 ("its merge", 420, "watch/merged-mp4", ["--format", "video640mp4+audio-en"])]
+        for what, kibibytes, page, arguments in sizes:
+            with self.subTest(what):
+                run = self.run_on_small_disk(self.temporary, kibibytes,
+                                             *self.get_command(*arguments, f"{self.site.address}/{page}"))
+                self.assertEqual(run.returncode, 1, run.stderr)
+                self.assertIn("No space left on device", run.stderr)
+                self.assertEqual(run.stdout, "")
+                self.assertEqual(list(self.out.iterdir()), [])
+
+    def test_no_room_where_the_file_goes(self):
+        run = self.run_on_small_disk(self.out, 64, *self.get_command(self.page("combined")), fill='echo mine >"$at/mine"')
+        self.assertEqual(run.returncode, 1, run.stderr)
+        self.assertIn("no space is left there", run.stderr)
+        self.assertEqual(run.stdout, f"left {self.out}/mine\n")
+        kept = Path(run.stderr.split('The file stays at "')[1].split('"')[0])
+        self.assertAlmostEqual(seconds_of(kept), 8, delta=0.3)
+
+    def test_no_room_for_the_settings(self):
+        folder = self.folder / "settings-disk"
+        folder.mkdir()
+        self.environment["REELHAUL_SETTINGS"] = str(folder / "settings.json")
+        run = self.run_on_small_disk(folder, 64, "sh", "-c", f'{COMMAND} tools use built-in; echo $?; cat "{folder}/settings.json"',
+                                     fill='echo mine >"$at/settings.json"; cat /dev/zero >"$at/full" 2>/dev/null')
+        self.assertEqual(run.stdout.splitlines()[:2], ["1", "mine"])
+        self.assertIn("Can't write the settings", run.stderr)
+
+    def test_the_folder_goes_away_or_is_closed(self):
+        for what, change in (("gone", Path.rmdir), ("closed", lambda path: path.chmod(0o500))):
+            with self.subTest(what):
+                self.out.mkdir(exist_ok=True)
+                command = self.get_command(self.page("combined?media.rate=150000"))
+                if os.geteuid() == 0:  # who may write everywhere
+                    for path in (self.folder, self.temporary, self.out):
+                        os.chown(path, 65534, 65534)
+                    command = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", *command]
+                with subprocess.Popen(command, env={**self.environment, "HOME": str(self.folder)}, text=True,
+                                      stderr=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+                    while process.poll() is None and not list(self.temporary.rglob("*.part")):
+                        time.sleep(0.01)
+                    change(self.out)
+                    words = process.stderr.read()
+                self.assertEqual(process.returncode, 1, words)
+                kept = Path(words.split('The file stays at "')[1].split('"')[0])
+                self.assertAlmostEqual(seconds_of(kept), 8, delta=0.3)
