@@ -130,6 +130,10 @@ TEST_F(FaultedProcess, DISABLED_DoesItsWork) {
         std::exit(kOver);
 }
 
+std::ostream& operator<<(std::ostream& stream, Fault fault) {
+    return stream << NameOf(fault);
+}
+
 class FailTheNth : public testing::TestWithParam<Fault> {};
 
 TEST_P(FailTheNth, HarmsNothing) {

@@ -5,6 +5,8 @@
 #include "control/DownloadFixture.h"
 #include "reliability/Figures.h"
 
+#include <ostream>
+
 using namespace Halvorn;
 using namespace std::chrono_literals;
 
@@ -15,6 +17,10 @@ struct Manner {
     std::string script;
     bool ends; ///< without being stopped
 };
+
+std::ostream& operator<<(std::ostream& stream, Manner const& manner) {
+    return stream << manner.name;
+}
 
 // Sizes are those of the full run.
 Manner const kManners[] = {
