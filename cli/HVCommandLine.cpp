@@ -43,8 +43,6 @@ std::string ParserFault(std::string fault) {
     constexpr std::string_view kOverride = " was given a disallowed flag override";
     if (fault.ends_with(kOverride))
         return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
-    if (fault.starts_with("URL: At Most"))
-        return "info takes one address";
     return fault;
 }
 
@@ -75,7 +73,10 @@ CLI::App& HVCommandLine::Add(char const* name, char const* help, Command command
 
 void HVCommandLine::AddInfo() {
     CLI::App& app = Add("info", "Show what an address holds: title, duration, formats, subtitles", RunInfo);
-    app.add_option("URL", request_.urls, "The address")->required()->expected(1)->type_name("");
+    app.add_option_function<std::string>(
+           "URL", [this](std::string const& url) { request_.urls = {url}; }, "The address")
+        ->required()
+        ->type_name("");
     app.add_flag("--json", request_.json, "Print one JSON document instead of text");
     app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
     AddToolPaths(app);
