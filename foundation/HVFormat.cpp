@@ -53,7 +53,8 @@ std::string FormatText(char const* format, va_list args) {
     if (format == nullptr)
         return {};
     std::string const safe = EscapeIncompleteConversions(format);
-    // Not measured first: that takes seconds for a text of hundreds of megabytes, which a tool may well print.
+    // Not measured first: that takes seconds for a text of hundreds of megabytes, which a tool may well
+    // print.
     char* bytes = nullptr;
     int const length = vasprintf(&bytes, safe.c_str(), args);
     std::unique_ptr<char, decltype(&std::free)> const owner(length < 0 ? nullptr : bytes, &std::free);
