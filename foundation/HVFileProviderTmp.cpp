@@ -17,7 +17,7 @@ struct TmpFolder {
     std::mutex mutex;
     HVTmpFolder folder;
     std::shared_ptr<IHVThread> cleaner; ///< removes what killed processes left
-    bool ended = false; ///< the process is ending: a new folder would stay behind
+    bool ended = false;                 ///< the process is ending: a new folder would stay behind
 
     static TmpFolder& Shared() {
         static auto* folder = new TmpFolder;
