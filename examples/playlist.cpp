@@ -1,0 +1,75 @@
+// Shows the entries of a playlist as they load, and which of them did not.
+//
+//   example_playlist URL
+
+#include <Reelhaul/Reelhaul.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+using namespace Halvorn;
+
+namespace {
+
+//! [delegate]
+/// Each entry is reported by its item, where it loads, and then by a progress. All reports come on the task's
+/// one worker thread, so nothing here needs a lock; the main thread reads only after the end.
+class PlayList final : public IHVDownloadTaskDelegate {
+public:
+    std::shared_ptr<IHVPlayList> list;
+    std::vector<int> failed; ///< numbers of the entries that did not load, from 1
+    std::shared_ptr<IHVError const> result;
+
+    void DownloadTaskStarted(std::string, IHVDownloadTask const*) override {}
+    void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item, IHVDownloadTask const*) override {
+        std::printf("%d. %s\n", item->GetEntryIndexOfPlayList() + 1, item->GetFileName().c_str());
+        loaded_ = true;
+    }
+    void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const*) override {
+        ++entry_;
+        if (!loaded_)
+            failed.push_back(entry_);
+        loaded_ = false;
+        std::fprintf(stderr, "%s (%.0f %%)\n", message.c_str(), static_cast<double>(percent));
+    }
+    void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList, IHVDownloadTask const*) override {
+        list = std::move(playList);
+    }
+    void DownloadTaskCompleted(std::shared_ptr<IHVError const> error, IHVDownloadTask const*) override {
+        result = std::move(error); // a success as soon as one entry has loaded
+    }
+
+private:
+    int entry_ = 0;
+    bool loaded_ = false;
+};
+//! [delegate]
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: example_playlist URL\n");
+        return 2;
+    }
+    IHVDownloadPlugin::UseLocalPluginForThisProcess(false); // the tools beside the library
+    PlayList found;
+    auto const task = IHVDownloadTask::MallocDownloadTask(argv[1]);
+    task->SetDelegate(&found);
+    task->SetJSRuntimePath(IHVDownloadPlugin::BuiltInJSRuntimePathFile());
+    task->StartTask();
+    task->WaitFinish(HVInfiniteTimeOut); // "found" is not owned by the task and has to outlive its run
+    if (!found.result->Succeed()) {
+        std::fprintf(stderr, "%s: %s\n", argv[1], found.result->GetErrorMessage().c_str());
+        return 1;
+    }
+    if (found.list != nullptr)
+        std::printf("%s: %d of %zu entries\n", found.list->GetTitle().c_str(),
+                    found.list->GetDownloadItemCount(),
+                    found.failed.size() + found.list->GetDownloadItems().size());
+    for (int const entry : found.failed)
+        std::printf("entry %d did not load\n", entry);
+    return found.failed.empty() ? 0 : 1;
+}
