@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadControllers
 /// The queue: an ordered list of controllers, of which at most so many download at the same time. Rows are
 /// indices into the list; the next Pending row, lowest first, starts when one ends.
 ///
@@ -20,36 +20,55 @@ public:
     /// An empty queue with a limit of 6.
     static std::shared_ptr<IHVDownloadControllers> MallocDownloadControllers();
 
+    ///@{
     /// How many may download at once. Starts nothing and stops nothing; 0 or less lets none start.
     virtual void SetConcurrentDownload(int count) = 0;
     virtual int GetConcurrentDownload() const = 0;
+    ///@}
+    ///@{
+    /// Appends, and starts nothing. Empty pointers are left out.
     virtual void AddController(std::shared_ptr<IHVDownloadController> controller) = 0;
     virtual void AddController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
-    /// Inserts in front of the row `index`; an index outside the list means its nearer end.
+    ///@}
+    ///@{
+    /// Inserts in front of the row `index`, and starts nothing; an index outside the list means its nearer
+    /// end.
     virtual void InsertController(std::shared_ptr<IHVDownloadController> controller, int index) = 0;
     virtual void InsertController(std::vector<std::shared_ptr<IHVDownloadController>> controllers,
                                   int index) = 0;
-    /// False when the controller is not in the list. A running download goes on.
+    ///@}
+    ///@{
+    /// Takes rows out of the list. A running download goes on, and its end starts no other row. False when
+    /// the one row is not in the list.
     virtual bool RemoveController(std::shared_ptr<IHVDownloadController> controller) = 0;
     virtual bool RemoveController(int index) = 0;
     virtual bool RemoveController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
+    ///@}
     /// Removes one after the other: each removal shifts the rows behind it. Pass indices from high to low.
     virtual bool RemoveController(std::vector<int> indices) = 0;
+    /// Number of rows.
     virtual int GetControllerCount() const = 0;
+    ///@{
     /// Empty when the index is out of range.
     virtual std::shared_ptr<IHVDownloadController> GetController(int index) = 0;
     virtual std::shared_ptr<IHVDownloadController const> GetController(int index) const = 0;
+    ///@}
     /// Row of the controller, or -1.
     virtual int IndexOfController(std::shared_ptr<IHVDownloadController> controller) = 0;
 
+    /// State of the row, HVDownloadStateNone when the index is out of range.
     HVDownloadState State(int index) const;
     /// The rows' common state, HVDownloadStateMixed when they differ, HVDownloadStateNone for no rows.
     HVDownloadState State(std::vector<int> const& indices) const;
+    ///@{
+    /// How many rows are in this state at the moment.
     int CountOfPendingControllers() const;
     int CountOfDownloadingControllers() const;
     bool AnyControllerIsDownloading() const;
+    ///@}
     /// True also for an empty list.
     bool AllControllerIsDownloading() const;
+    /// All rows, ascending.
     std::vector<int> AllControllers() const;
 
     /// Starts the rows, in the order given, as places are free, and makes the others Pending; an empty vector
@@ -62,17 +81,26 @@ public:
     /// all.
     void StopDownload(std::vector<int> indices);
 
+    /// Whether the controller is in the list.
     bool ExistController(std::shared_ptr<IHVDownloadController const> controller) const;
     /// Rows of the selected controllers, ascending.
     std::vector<int> GetSelected() const;
+    ///@{
+    /// IHVDownloadController::SetSelected of the rows; of all by ClearSelected. False for an index out of
+    /// range.
     bool GetSelected(int index) const;
     void SetSelected(bool selected, int index);
     void SetSelected(bool selected, std::vector<int> const& indices);
     void ClearSelected();
+    ///@}
+    ///@{
+    /// IHVDownloadController::SetChecked of the rows; of all by ClearChecked. False for an index out of
+    /// range.
     bool GetChecked(int index) const;
     void SetChecked(bool checked, int index);
     void SetChecked(bool checked, std::vector<int> const& indices);
     void ClearChecked();
+    ///@}
 
 protected:
     ~IHVDownloadControllers() = default;

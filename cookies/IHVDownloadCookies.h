@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadCookies
 /// Where the tool gets cookies from, for sites that answer a logged-in browser only; and the service that
 /// makes cookies files.
 ///
@@ -42,11 +42,16 @@ public:
     virtual std::string GetCookiesPathFile() const = 0;
     /// A record of its own with the same path and browser; a worker of this one is not its.
     virtual std::shared_ptr<IHVDownloadCookies> Clone() const = 0;
+    ///@{
+    /// The browser that the tool reads at each run, HVDownloadBrowserUnknown for none. Counts only without a
+    /// path.
     virtual void SetCookiesFromBrowser(HVDownloadBrowser browser) = 0;
     virtual HVDownloadBrowser GetCookiesFromBrowser() const = 0;
+    ///@}
 
     /// Has the tool write the cookies of `browser` to a new file in the folder `path`. The record's path is
-    /// that file from now on, also after a failure. Blocks until the tool has ended; can't be stopped.
+    /// that file from now on, also after a failure. The file holds the browser's logins: name a folder that
+    /// nobody else can read. Blocks until the tool has ended; can't be stopped.
     virtual std::shared_ptr<IHVError const> GenerateCookiesFile(std::string const& path,
                                                                 HVDownloadBrowser browser) = 0;
     /// Asks the running browser for its cookies and writes them to a file in the folder `path`. Returns at

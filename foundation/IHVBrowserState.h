@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVBrowserState
 /// What is known of a browser at one moment, and the names of browsers.
 ///
 /// Thread-safety: a state never changes; any operation may be called from any thread. Ownership: held by

@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVError
 /// The one result object of the library: what an operation came to, for a program and for a person.
 ///
 /// Thread-safety: an error object never changes after it is made and may be read from any thread.
@@ -54,10 +54,13 @@ public:
     virtual std::string const& GetErrorTitle() const = 0;
     /// HVErrorCodeSucceed, HVErrorCodeCancelled, HVErrorCodeIO, or -1 for any other failure.
     virtual int GetErrorCode() const = 0;
-    /// Where the object was made: base name of the source file, line, short name of the operation.
+    ///@{
+    /// Where the object was made: base name of the source file, line, short name of the operation. For
+    /// reports of faults.
     virtual std::string const& GetSourceFile() const = 0;
     virtual int GetSourceLine() const = 0;
     virtual std::string const& GetFunctionName() const = 0;
+    ///@}
 
 protected:
     ~IHVError() = default;

@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVLogConfig
 /// The library's log.
 ///
 /// Lines of level 2 and 3 go to standard error; the others are silent. The environment variable REELHAUL_LOG
@@ -17,6 +17,7 @@ namespace Halvorn {
 
 class HV_EXPORT IHVLogConfig {
 public:
+    /// How grave a line is.
     enum LogLevel {
         LogLevelDebug = 0,   ///< what the tool printed, for debugging
         LogLevelDefault = 1, ///< what the library is doing
@@ -41,10 +42,12 @@ public:
         else
             LogFormat(level, format, args...);
     }
+    /// The same on LogLevelDefault.
     template <typename... Args>
     static void Printf(char const* format, Args... args) {
         Printf(LogLevelDefault, format, args...);
     }
+    /// The same on LogLevelDebug.
     template <typename... Args>
     static void DebugPrintf(char const* format, Args... args) {
         Printf(LogLevelDebug, format, args...);

@@ -1,6 +1,18 @@
 #pragma once
 /// \file
 /// The whole interface of Reelhaul, and the version of the library that is loaded.
+///
+/// \mainpage
+/// Start with Halvorn::IHVDownloadTask, which analyses an address, Halvorn::IHVDownloadItem, which is what it
+/// finds, and Halvorn::IHVDownloadControllers, the queue that downloads it. docs/guide.md leads through all
+/// of it.
+///
+/// Objects are made by the static `Malloc...` operations, which never return an empty pointer unless they say
+/// so, and are held by shared pointers. They have no virtual destructor: delete none yourself. A text is
+/// UTF-8. Nothing blocks or throws unless it says so.
+
+/// \namespace Halvorn
+/// All of the interface but the version of the library.
 
 #include "HVArgsBuilder.h"
 #include "HVConstants.h"

@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadFormat
 /// One way to fetch an item: one row of the tool's format list, or a video row and an audio row together.
 ///
 /// Thread-safety: a format does not change once it is loaded, but for SetEstSize; reading it from several
@@ -14,6 +14,7 @@
 
 namespace Halvorn {
 
+///@{
 /// The column keys of the tool's format table.
 HV_EXPORT extern char const HVFormatIDKey[];
 HV_EXPORT extern char const HVFormatExtKey[];
@@ -30,6 +31,7 @@ HV_EXPORT extern char const HVFormatACodecKey[];
 HV_EXPORT extern char const HVFormatABRKey[];
 HV_EXPORT extern char const HVFormatASRKey[];
 HV_EXPORT extern char const HVFormatMoreInfoKey[];
+///@}
 
 class HV_EXPORT IHVDownloadFormat {
 public:
@@ -53,33 +55,34 @@ public:
     virtual bool MergeFormat() const = 0;
     /// Name of the video half's own container; empty for a format that is not merged.
     virtual std::string MergeFormatName() const { return {}; }
-    /// Codec names as the tool gave them ("none" stays "none"), and the same cut at the first dot.
+    ///@{
+    /// Codec name as the tool gave it ("none" stays "none"); the short one is cut at the first dot.
     virtual std::string VideoCodecShortName() const = 0;
     virtual std::string VideoCodecName() const = 0;
     virtual std::string AudioCodecShortName() const = 0;
     virtual std::string AudioCodecName() const = 0;
+    ///@}
     /// The tool's identifier of the format; video and audio with a "+" between them for a merged one.
     virtual std::string FormatCode() const = 0;
     /// File extension without a dot.
     virtual std::string Extension() const = 0;
     /// Resolution text, such as "1920x1080".
     virtual std::string Resolution() const = 0;
+    ///@{
     /// Size of the picture in pixels, 0 when unknown.
     virtual int Width() const = 0;
     virtual int Height() const = 0;
-    /// 0 when unknown.
-    virtual float FramePerSecond() const = 0;
-    virtual int ChannelCount() const = 0;
-    /// Display text: total bitrate; transfer protocol; bitrate of the picture and of the sound; sample rate.
-    virtual std::string TBR() const = 0;
-    virtual std::string Proto() const = 0;
-    virtual std::string VBR() const = 0;
-    virtual std::string ABR() const = 0;
-    virtual std::string ASR() const = 0;
-    /// Display text: dynamic range; free text; size.
-    virtual std::string HDR() const = 0;
-    virtual std::string MoreInfo() const = 0;
-    virtual std::string SizeFormat() const = 0;
+    ///@}
+    virtual float FramePerSecond() const = 0;   ///< frames a second, 0 when unknown
+    virtual int ChannelCount() const = 0;       ///< channels of the sound, 0 when unknown
+    virtual std::string TBR() const = 0;        ///< display text: total bitrate
+    virtual std::string Proto() const = 0;      ///< display text: transfer protocol
+    virtual std::string VBR() const = 0;        ///< display text: bitrate of the picture
+    virtual std::string ABR() const = 0;        ///< display text: bitrate of the sound
+    virtual std::string ASR() const = 0;        ///< display text: sample rate
+    virtual std::string HDR() const = 0;        ///< display text: dynamic range
+    virtual std::string MoreInfo() const = 0;   ///< display text: free
+    virtual std::string SizeFormat() const = 0; ///< display text: size
     /// Size in bytes, 0 when unknown.
     virtual std::uint64_t Size() const = 0;
     /// Sets an estimated size in bytes. A merged format ignores it: its size is the sum of its halves.
@@ -97,6 +100,8 @@ public:
     static std::string GetFormatName(FormatType type);
     /// Name of this format's kind.
     std::string GetFormatName() const;
+    ///@{
+    /// Whether GetFormatType is that kind.
     bool IsMP4() const;
     bool IsMP3() const;
     bool IsM4A() const;
@@ -104,6 +109,7 @@ public:
     bool IsMKA() const;
     bool IsWebM() const;
     bool IsWebA() const;
+    ///@}
     /// Whether the text is the head line of the tool's format table.
     static bool IsFormatAuxiliary(std::string const& text);
     /// The format of one row of the tool's format table; empty when the row is none or is not offered. Throws
@@ -111,14 +117,18 @@ public:
     static std::shared_ptr<IHVDownloadFormat> MallocDownloadFormat(std::string const& row,
                                                                    std::string const& head);
 
+    ///@{
     /// Whether this ranks before `other`: any format before none; sounds among themselves by size; a sound
     /// never before a format with a picture; pictures by width, then height, then size. This is no strict
     /// weak order, so do not sort with std::sort by it.
     bool BetterThan(IHVDownloadFormat const* other) const;
     bool BetterThan(std::shared_ptr<IHVDownloadFormat const> const& other) const;
+    ///@}
+    ///@{
     /// Whether both are the same to a user: identifier, protocol and language play no part.
     bool operator==(IHVDownloadFormat const* other) const;
     bool operator==(std::shared_ptr<IHVDownloadFormat const> const& other) const;
+    ///@}
     /// 1 when `a` is better, -1 when `b` is, 0 when neither is or either is empty.
     static int CompareDownloadFormat(std::shared_ptr<IHVDownloadFormat> const& a,
                                      std::shared_ptr<IHVDownloadFormat> const& b);

@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadItem
 /// One thing that can be downloaded: an address, what the analysis found about it, and the user's choices.
 ///
 /// Thread-safety: the file name and the downloaded file may be set and read from any thread at any time; for
@@ -33,9 +33,12 @@ public:
     MallocDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
                        std::string const& url);
 
+    ///@{
     /// Append formats and choose the first of all, whatever was chosen before. Empty pointers are left out.
     virtual void AddDownloadFormat(std::shared_ptr<IHVDownloadFormat> format) = 0;
     virtual void AddDownloadFormat(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats) = 0;
+    ///@}
+    /// Number of formats.
     virtual int GetDownloadFormatCount() const = 0;
     /// Empty when out of range.
     virtual std::shared_ptr<IHVDownloadFormat> GetDownloadFormatAtIndex(int index) const = 0;
@@ -46,47 +49,68 @@ public:
     virtual void SetCurrentFormatIndex(int index) = 0;
     /// The address of the item; empty for an entry of a playlist that has none of its own.
     virtual std::string const& DownloadURL() const = 0;
+    ///@{
     /// Proposes a file name, without an extension. An empty one is ignored; "unknown" until one is set.
     virtual void SetFileName(std::string const& name) = 0;
     virtual std::string const& GetFileName() const = 0;
+    ///@}
     /// Sets the duration in seconds, and with it the text of GetDurationString.
     virtual void SetDuration(int seconds) = 0;
     /// Keeps the tool's own text of the duration, which GetDurationString does not show.
     virtual void SetDuration(std::string const& text) = 0;
-    /// "hh:mm:ss".
+    /// "hh:mm:ss"; "00:00:00" when unknown.
     virtual std::string const& GetDurationString() const = 0;
+    /// 0 when unknown.
     virtual int GetDurationSeconds() const = 0;
+    ///@{
     /// The best thumbnail; empty when there is none.
     virtual std::shared_ptr<IHVDownloadThumbnail> GetThumbnail() const = 0;
     virtual void SetThumbnail(std::shared_ptr<IHVDownloadThumbnail> thumbnail) = 0;
+    ///@}
+    ///@{
+    /// Whether the item goes on as long as it is downloaded. False until it is set.
     virtual bool IsLiveStream() const = 0;
     virtual void SetLiveStream(bool liveStream) = 0;
+    ///@}
+    ///@{
+    /// LiveStreamFromNow until it is set.
     virtual LiveStreamPos GetLiveStreamDownloadPos() const = 0;
     virtual void SetLiveStreamDownloadPos(LiveStreamPos pos) = 0;
+    ///@}
+    ///@{
     /// Append subtitles; the choice stays. Empty pointers are left out.
     virtual void AddDownloadSubtitle(std::shared_ptr<IHVDownloadSubtitle> subtitle) = 0;
     virtual void AddDownloadSubtitles(std::vector<std::shared_ptr<IHVDownloadSubtitle>> const& subtitles) = 0;
+    ///@}
+    /// Number of subtitle languages.
     virtual int GetDownloadSubtitlesCount() const = 0;
-    /// Empty when out of range; the same for the chosen one.
+    ///@{
+    /// That subtitle, or the chosen one; empty when out of range or none is chosen.
     virtual std::shared_ptr<IHVDownloadSubtitle const> GetDownloadSubtitleAtIndex(int index) const = 0;
     virtual std::shared_ptr<IHVDownloadSubtitle const> CurrentDownloadSubtitle() const = 0;
     virtual std::shared_ptr<IHVDownloadSubtitle> GetDownloadSubtitleAtIndex(int index) = 0;
     virtual std::shared_ptr<IHVDownloadSubtitle> CurrentDownloadSubtitle() = 0;
+    ///@}
+    ///@{
+    /// The chosen subtitle language, -1 for none. Any number is stored; one out of range chooses none.
     virtual int GetCurrentSubtitleIndex() const = 0;
-    /// Chooses a subtitle language, -1 for none. Any number is stored; one out of range chooses none.
     virtual void SetCurrentSubtitleIndex(int index) = 0;
-    /// Path of the finished download; empty until there is one.
+    ///@}
+    /// Set by the download of the item.
     virtual void SetDownloadedFile(std::string const& path) = 0;
     /// Forgets the downloaded file; the file stays.
     virtual void ResetDownload() = 0;
+    /// Path of the finished download; empty until there is one.
     virtual std::string const& GetDownloadFile() const = 0;
     /// Tells the item which playlist it belongs to, and its index there. An empty list changes nothing.
     virtual void SetPlayList(std::shared_ptr<IHVPlayList> playList, int index) = 0;
     /// -1 for an item of no playlist.
     virtual int GetEntryIndexOfPlayList() const = 0;
+    ///@{
     /// Empty once the playlist is gone; its address stays.
     virtual std::shared_ptr<IHVPlayList> GetPlayList() const = 0;
     virtual std::string GetPlaylistURL() const = 0;
+    ///@}
 
     /// Whether there is a format to download.
     bool Valid() const;

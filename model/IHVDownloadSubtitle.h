@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadSubtitle
 /// One language of an item's subtitles: its code, its name, and the file formats on offer.
 ///
 /// Thread-safety: none of its own; one thread at a time while the choice is changed. No operation blocks.
@@ -24,9 +24,11 @@ public:
     virtual std::vector<std::string> GetSubtitleFormats() const = 0;
     /// The address of the file in this format; empty when the format is not on offer.
     virtual std::string GetSubtitleURL(std::string const& format) const = 0;
-    /// Change nothing: the formats are those that the analysis found.
+    ///@{
+    /// Without effect: the formats are those that the analysis found.
     virtual void AddSubtitleFormat(std::string const& format, std::string const& url) = 0;
     virtual void AddSubtitleFormats(std::map<std::string, std::string> formats) = 0;
+    ///@}
     /// The chosen file format, at first the first one on offer.
     virtual std::string GetCurrentSubtitleFormat() const = 0;
     /// Chooses a file format; it need not be on offer. An empty text clears the choice and gives false.
@@ -42,5 +44,6 @@ protected:
 
 /// Whether a's language name goes before b's. Only the first letter counts, without its case; bytes above 127
 /// go before ASCII. An empty pointer counts as an empty name.
+/// \relates Halvorn::IHVDownloadSubtitle
 HV_EXPORT bool CompareByName(std::shared_ptr<Halvorn::IHVDownloadSubtitle>& a,
                              std::shared_ptr<Halvorn::IHVDownloadSubtitle>& b);

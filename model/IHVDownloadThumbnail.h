@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadThumbnail
 /// One picture of an item or a playlist: its size, its address and, once fetched, its bytes.
 ///
 /// Thread-safety: reading is safe from several threads while nobody fetches; one fetch of a picture at a
@@ -14,11 +14,13 @@ namespace Halvorn {
 
 class IHVDownloadOptions;
 
+///@{
 /// The column keys of the tool's thumbnail table.
 HV_EXPORT extern char const HVDownloadThumbnailID[];
 HV_EXPORT extern char const HVDownloadThumbnailWidth[];
 HV_EXPORT extern char const HVDownloadThumbnailHeight[];
 HV_EXPORT extern char const HVDownloadThumbnailURL[];
+///@}
 
 class HV_EXPORT IHVDownloadThumbnail {
 public:
@@ -33,14 +35,18 @@ public:
         ThumbnailUnknown = 6
     };
 
+    ///@{
     /// Size of the picture in pixels, 0 when unknown.
     virtual int GetWidth() const = 0;
     virtual int GetHeight() const = 0;
+    ///@}
+    /// The address of the picture.
     virtual std::string const& GetDownloadURL() const = 0;
     /// The bytes as they came; null before a fetch. Valid until the next fetch that finds none.
     virtual unsigned char const* GetData() const = 0;
     /// Number of bytes, 0 before a fetch.
     virtual int GetDataSize() const = 0;
+    /// ThumbnailUnknown when the address does not tell.
     virtual ThumbnailDataFormat GetDataFormat() const = 0;
     /// Fetches the bytes by a run of the tool, with `options`, which may be empty. Blocks without limit until
     /// the tool has ended, so keep it off a thread that must answer. True when the bytes are there, at once

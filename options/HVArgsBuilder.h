@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::HVArgsBuilder
 /// Turns one intention of the library into the argument list of one run of the tool.
 ///
 /// An element of a list is one argument of the child process, never quoted or escaped; the program's name is
@@ -47,12 +47,15 @@ public:
     /// Replaces the bundle; an empty pointer leaves the builder without one.
     void SetDownloadOpitons(std::shared_ptr<IHVDownloadOptions> options);
 
-    // Each of these sets one group of the bundle, and makes a bundle first where there is none.
+    ///@{
+    /// Sets one group of the bundle, and makes a bundle first where there is none. The group is shared, not
+    /// copied; an empty pointer makes it absent.
     void SetGeneralOptions(std::shared_ptr<IHVGeneralOptions> options);
     void SetNetworkOptions(std::shared_ptr<IHVNetworkOptions>& options);
     void SetAuthenticationOptions(std::shared_ptr<IHVAuthenticationOptions>& options);
     void SetGeoRestrictionOptions(std::shared_ptr<IHVGeoRestrictionOptions> options);
     void SetDownloadCookiesOpitons(std::shared_ptr<IHVDownloadCookies> cookies);
+    ///@}
 
     /// Whether the address holds, anywhere in it, the https address of YouTube's main site.
     bool IsYoutube(std::string const& url) const;
@@ -81,11 +84,14 @@ public:
     std::vector<std::string> BuildGeneralOptions() const;
     /// The cookies file, or else the browser; empty without a record.
     std::vector<std::string> BuildCookiesptions() const;
-    // These three are parts of BuildOptionsArgs.
+    ///@{
+    /// A part of BuildOptionsArgs; empty without the record.
     std::vector<std::string> BuildAuthOptionsArgs() const;
     std::vector<std::string> BuildNetworkOptsArgs() const;
     std::vector<std::string> BuildGeoOptsArgs() const;
-    // Each of these appends the arguments of one way to log in.
+    ///@}
+    ///@{
+    /// Appends the arguments of one way to log in; nothing for an empty pointer.
     void BuildGeneralAuthOptionsArgs(std::vector<std::string>& args,
                                      std::shared_ptr<IHVGeneralAuthentication> const& method) const;
     void BuildNetrcAuthOptionsArgs(std::vector<std::string>& args,
@@ -94,6 +100,7 @@ public:
                                        std::shared_ptr<IHVAdobePassAuthentication> const& method) const;
     void BuildCertificateAuthOptionsArgs(std::vector<std::string>& args,
                                          std::shared_ptr<IHVCertificateAuthentication> const& method) const;
+    ///@}
 
 private:
     IHVDownloadOptions& Bundle();

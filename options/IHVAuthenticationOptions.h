@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVAuthenticationOptions
 /// How the tool logs in: one of four methods, and the password of a single protected video.
 ///
 /// Where several methods are set, one is used: general before netrc before Adobe Pass before certificate,
@@ -25,12 +25,16 @@ public:
     /// A record with no method and no password.
     static std::shared_ptr<IHVAuthenticationOptions> MallocAuthenticationOptions();
 
+    ///@{
     /// Password of a video that is protected by itself; independent of the methods.
     virtual void SetVideoPassword(std::string const& password) = 0;
     virtual std::string const& GetVideoPassword() const = 0;
+    ///@}
 
-    // Each setter stores a copy, so that later changes to the argument don't count; an empty pointer clears
-    // the method. Each getter answers the record's own object: a change made through it counts.
+    ///@{
+    /// One method. The setter stores a copy, so that later changes to the argument don't count; an empty
+    /// pointer clears the method. The getter answers the record's own object, empty when it is not set: a
+    /// change made through it counts.
     virtual void SetAdobePassAuthentication(std::shared_ptr<IHVAdobePassAuthentication> method) = 0;
     virtual std::shared_ptr<IHVAdobePassAuthentication> GetAdobePassAuthentication() const = 0;
     virtual void SetCertificateAuthentication(std::shared_ptr<IHVCertificateAuthentication> method) = 0;
@@ -39,6 +43,7 @@ public:
     virtual std::shared_ptr<IHVGeneralAuthentication> GetGeneralAuthentication() const = 0;
     virtual void SetNetrcAuthentication(std::shared_ptr<IHVNetrcAuthentication> method) = 0;
     virtual std::shared_ptr<IHVNetrcAuthentication> GetNetrcAuthentication() const = 0;
+    ///@}
     /// A record of its own with the same password and copies of the methods.
     virtual std::shared_ptr<IHVAuthenticationOptions> Clone() const = 0;
 

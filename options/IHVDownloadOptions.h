@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadOptions
 /// The bundle of everything that a run of the tool can be told: five records, any of which may be absent.
 ///
 /// Thread-safety: none; set the bundle up before it goes to a task or a controller, whose worker threads read
@@ -23,7 +23,9 @@ public:
     /// A bundle with all records absent.
     static std::shared_ptr<IHVDownloadOptions> MallocDownloadOptions();
 
-    // An empty pointer makes a record absent; a getter answers an empty pointer for an absent one.
+    ///@{
+    /// One record, shared with the caller. An empty pointer makes it absent, which leaves its matters to the
+    /// tool; the getter answers an empty pointer for an absent one.
     virtual void SetGeneralOptions(std::shared_ptr<IHVGeneralOptions> options) = 0;
     virtual std::shared_ptr<IHVGeneralOptions const> GetGeneralOptions() const = 0;
     virtual void SetNetworkOptions(std::shared_ptr<IHVNetworkOptions> options) = 0;
@@ -34,6 +36,7 @@ public:
     virtual std::shared_ptr<IHVGeoRestrictionOptions const> GetGeoRestrictionOptions() const = 0;
     virtual std::shared_ptr<IHVDownloadCookies const> GetDownloadCookies() const = 0;
     virtual void SetDownloadCookies(std::shared_ptr<IHVDownloadCookies> cookies) = 0;
+    ///@}
     /// A bundle with copies of all records that are there. As with IHVNetworkOptions::Clone, the copy does
     /// not check certificates until it is told to.
     virtual std::shared_ptr<IHVDownloadOptions> Clone() const = 0;

@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVGeoRestrictionOptions
 /// What the tool does about sites that serve some countries only.
 ///
 /// Thread-safety: none; set the record up before it goes to a task or a controller, whose worker threads read
@@ -29,9 +29,11 @@ public:
 
     /// The proxy that verifies the country, empty for none.
     virtual std::shared_ptr<IHVProxy> const& GetProxy() const = 0;
+    ///@{
     /// Stores a copy: later changes to `proxy` don't reach the record. An empty pointer changes nothing.
     virtual void SetProxy(std::shared_ptr<IHVProxy>& proxy) = 0;
     virtual std::string const& GetXForwardedFor() const = 0;
+    ///@}
     /// "default", "never", an address block, or a country's two-letter code. Empty means "default".
     virtual void SetXForwardedFor(std::string const& value) = 0;
     /// A record with the same value and a copy of the proxy.

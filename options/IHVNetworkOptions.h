@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVNetworkOptions
 /// How the tool reaches the network.
 ///
 /// Thread-safety: none; set the record up before it goes to a task or a controller, whose worker threads read
@@ -33,22 +33,30 @@ public:
 
     /// The record's own proxy, empty for none.
     virtual std::shared_ptr<IHVProxy> const& GetProxy() const = 0;
+    ///@{
     /// Stores a copy: later changes to `proxy` don't reach the record. An empty pointer changes nothing.
     virtual void SetProxy(std::shared_ptr<IHVProxy> const& proxy) = 0;
     virtual void SetConnectionVia(ConnectionVia connectionVia) = 0;
     virtual ConnectionVia GetConnectionVia() const = 0;
+    ///@}
+    ///@{
     /// Address of this machine that connections are made from; empty for any.
     virtual void SetClientSideIPAddress(std::string const& address) = 0;
     virtual std::string const& GetClientSideIPAddress() const = 0;
+    ///@}
+    ///@{
     /// In seconds, HVConnectionTimeOutUndefined for the tool's default. Not checked.
     virtual void SetSocketTimeout(int seconds) = 0;
     virtual int GetSocketTimeout() const = 0;
+    ///@}
     /// A record with the same values and a copy of the proxy, but for the certificates flag: that starts as
     /// false and has to be set again.
     virtual std::shared_ptr<IHVNetworkOptions> Clone() const = 0;
+    ///@{
     /// Whether the certificates of https sites are checked. False in a new record.
     virtual bool GetCheckCertificates() const = 0;
     virtual void SetCheckCertificates(bool check) = 0;
+    ///@}
 
 protected:
     ~IHVNetworkOptions() = default;

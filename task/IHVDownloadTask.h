@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadTask
 /// One unit of work against the tool on a worker thread of its own: the analysis of a web address or the
 /// download of an item. A task object runs once.
 ///
@@ -35,12 +35,17 @@ public:
     /// its JSON: no subtitles, no estimated sizes, and items only at the end.
     static std::shared_ptr<IHVDownloadTask> MallocTextDownloadTask(std::string const& url);
 
+    ///@{
     /// The bundle is shared with the caller, not copied.
     virtual void SetOptions(std::shared_ptr<IHVDownloadOptions> options) = 0;
     virtual std::shared_ptr<IHVDownloadOptions const> GetOptions() const = 0;
+    ///@}
+    ///@{
     /// Null means that nobody listens. Takes effect for the next report; one under way is not waited for.
     virtual void SetDelegate(IHVDownloadTaskDelegate* delegate) = 0;
     virtual IHVDownloadTaskDelegate* GetDelegate() = 0;
+    ///@}
+    /// HVTaskTypeParse for an analysis, HVTaskTypeDownload for a download.
     virtual HVTaskType GetTaskType() = 0;
     /// The address of the analysis, or of the item's playlist if it has one, or of the item.
     virtual std::string TaskURL() const = 0;
@@ -48,9 +53,11 @@ public:
     virtual std::shared_ptr<IHVError const> StartTask() = 0;
     /// Asks for an end and returns at once; the task notices within half a second and reports its completion.
     virtual void StopTask() = 0;
+    ///@{
     /// Path of the JS runtime that the tool is to use; empty for none.
     virtual void SetJSRuntimePath(std::string const& path) = 0;
     virtual std::string GetJSRuntimePath() = 0;
+    ///@}
     /// Blocks for at most so many milliseconds until the work is done: HVErrSuccess, or HVErrTimeout when the
     /// time ran out, or HVErrFailure for a task that was not started. Not to be called from a delegate's
     /// operation.

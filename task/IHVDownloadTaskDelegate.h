@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadTaskDelegate
 /// What a task reports to its owner: implemented by an application for an analysis and by the library's
 /// controllers for downloads.
 ///
@@ -25,12 +25,14 @@ class HV_EXPORT IHVDownloadTaskDelegate {
 public:
     /// The worker runs. The text is ready to be shown.
     virtual void DownloadTaskStarted(std::string message, IHVDownloadTask const* task) = 0;
-    /// `percent` is 0 to 100. An analysis reports each entry of a playlist; a download's value never falls.
+    /// `percent` is 0 to 100. An analysis reports each entry of a playlist, whether it loaded or not, after
+    /// its item; a download's value never falls.
     virtual void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const* task) = 0;
     /// A playlist, after all its items; at most once.
     virtual void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList,
                                          IHVDownloadTask const* task) = 0;
-    /// An item: the one of the address, or each of a playlist as it loads.
+    /// An item: the one of the address, or each of a playlist as it loads. An analysis from tables hands over
+    /// a playlist's items with the playlist alone.
     virtual void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item,
                                          IHVDownloadTask const* task) = 0;
     /// The end, with its result. An analysis that is stopped after its only tool run reports twice: the

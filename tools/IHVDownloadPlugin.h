@@ -1,5 +1,5 @@
 #pragma once
-/// \file
+/// \class Halvorn::IHVDownloadPlugin
 /// Where the copies of the tools are, which of them is in force, their versions, and the update of the local
 /// copy.
 ///
@@ -39,9 +39,11 @@ public:
     virtual void EnableLocalPlugin(bool enable) = 0;
     /// True when the local copy is in force, as it is where nothing else was ever stored.
     virtual bool LocalPluginEnabled() const = 0;
+    ///@{
     /// Names the folder of the local copy. It is neither tested nor stored: set it in each process.
     virtual void SetLocalPluginInstallPath(std::string const& path) = 0;
     virtual std::string GetLocalPluginInstallPath() const = 0;
+    ///@}
 
     /// Copies the built-in tools to the install path where they are missing there, which blocks; then, on a
     /// thread of its own, asks for the latest release, has an older local tool update itself in a copy that

@@ -9,13 +9,13 @@ PACKAGES_build=(g++ cmake ninja-build pkg-config ccache rapidjson-dev libcurl4-o
   ca-certificates ffmpeg npm git)
 # shellcheck disable=SC2034
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
-  procps util-linux openssl chromium man-db libglib2.0-dev)
+  procps util-linux openssl chromium man-db libglib2.0-dev doxygen)
 
 # install_packages GROUP... : installs what is missing of the groups; says nothing when all is there.
 install_packages() {
   if [ "$(uname -s)" = Darwin ]; then
     command -v cmake ninja >/dev/null && return
-    say "install what is needed first: brew install cmake ninja ccache rapidjson curl cli11 googletest google-benchmark glib yt-dlp ffmpeg deno"
+    say "install what is needed first: brew install cmake ninja ccache rapidjson curl cli11 googletest google-benchmark glib doxygen yt-dlp ffmpeg deno"
     exit 1
   fi
   local group wanted=() missing=() name
