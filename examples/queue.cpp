@@ -17,7 +17,7 @@ namespace {
 std::shared_ptr<IHVDownloadController> NewRow(std::shared_ptr<IHVDownloadItem> const& item,
                                               std::string const& folder,
                                               std::shared_ptr<std::latch> const& running) {
-    auto const row = IHVDownloadController::MallocDownloadController(item, folder);
+    auto row = IHVDownloadController::MallocDownloadController(item, folder);
     row->SetJSRuntimePath(IHVDownloadPlugin::BuiltInJSRuntimePathFile());
     // The controller owns its callbacks. One that held the controller by a shared pointer would keep both for
     // ever; a plain pointer is valid as long as a callback runs.

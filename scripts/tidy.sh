@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds everything by clang, with its warnings, and has clang-tidy read each source of the library and the command.
+# Builds everything by clang, with its warnings, and has clang-tidy read each source of the library, the command and the examples.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/setup.sh

@@ -32,7 +32,8 @@ public:
     static std::shared_ptr<IHVDownloadTask> MallocDownloadTask(std::shared_ptr<IHVDownloadItem> item,
                                                                std::string const& outputPath);
     /// A task that analyses the web address from the tables that the tool prints for people instead of from
-    /// its JSON: no subtitles, no estimated sizes, and items only at the end.
+    /// its JSON: no subtitles, no estimated sizes, the tool's file names for titles, and items only at the
+    /// end.
     static std::shared_ptr<IHVDownloadTask> MallocTextDownloadTask(std::string const& url);
 
     ///@{
@@ -49,7 +50,8 @@ public:
     virtual HVTaskType GetTaskType() = 0;
     /// The address of the analysis, or of the item's playlist if it has one, or of the item.
     virtual std::string TaskURL() const = 0;
-    /// Starts the worker and returns at once. Fails for a task that was started before, also after its end.
+    /// Starts the worker and returns at once. Fails for a task that was started before, also after its end. A
+    /// worker that can't be had is no failure here but the task's completion, on the caller's thread.
     virtual std::shared_ptr<IHVError const> StartTask() = 0;
     /// Asks for an end and returns at once; the task notices within half a second and reports its completion.
     virtual void StopTask() = 0;
