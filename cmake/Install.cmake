@@ -31,6 +31,11 @@ if(REELHAUL_COMMAND)
   install(TARGETS reelhaul_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR})
 endif()
+if(REELHAUL_TESTKIT)
+  install(TARGETS scripted_tool RUNTIME DESTINATION ${home}/testkit)
+  install(FILES tests/tool/README.md ${PROJECT_BINARY_DIR}/tests/tool/ffmpeg DESTINATION ${home}/testkit)
+  install(DIRECTORY tests/tool/sites DESTINATION ${home}/testkit)
+endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
 
@@ -38,7 +43,7 @@ set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Reelhaul)
 install(EXPORT ReelhaulTargets NAMESPACE Reelhaul:: DESTINATION ${package})
 set_target_properties(reelhaul PROPERTIES EXPORT_NAME Reelhaul)
 configure_package_config_file(cmake/ReelhaulConfig.cmake.in ${PROJECT_BINARY_DIR}/install/ReelhaulConfig.cmake
-                              INSTALL_DESTINATION ${package})
+                              INSTALL_DESTINATION ${package} PATH_VARS home)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/install/ReelhaulConfigVersion.cmake
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/install/ReelhaulConfig.cmake

@@ -2,6 +2,8 @@
 string(COMPARE EQUAL "${CMAKE_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}" REELHAUL_TOP_LEVEL)
 option(REELHAUL_COMMAND "Build the reelhaul command" ${REELHAUL_TOP_LEVEL})
 option(REELHAUL_INSTALL "Make the rules for installation" ${REELHAUL_TOP_LEVEL})
+option(REELHAUL_TESTKIT "Build the scripted stand-in for the tool, with which applications test themselves"
+       ${REELHAUL_TOP_LEVEL})
 option(REELHAUL_EXAMPLES "Build the examples" ${REELHAUL_TOP_LEVEL})
 option(REELHAUL_TESTS "Build the tests" ${REELHAUL_TOP_LEVEL})
 option(REELHAUL_BENCH "Build the measurements" OFF)

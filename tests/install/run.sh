@@ -19,7 +19,7 @@ consumer() {
   local folder=$work/$1
   shift
   mkdir -p "$folder"
-  cp "$here/main.cpp" "$folder/"
+  cp "$here/main.cpp" "$source/examples/TestKit.cpp" "$folder/"
   cp "$here/CMakeLists.txt.consumer" "$folder/CMakeLists.txt"
   quietly cmake -S "$folder" -B "$folder/built" "$@"
   quietly cmake --build "$folder/built" --parallel 2
@@ -32,6 +32,7 @@ if grep -rIl "$source" "$prefix"; then fail "the files above name the source tre
 
 consumer package -DCMAKE_PREFIX_PATH="$prefix"
 "$work/package/built/by_package"
+quietly ctest --test-dir "$work/package/built" --output-on-failure --no-tests=error
 LD_LIBRARY_PATH=$lib "$work/package/built/by_pkg_config"
 "$prefix/bin/reelhaul" --version
 python3 "$here/shared_files.py" "$prefix"

@@ -25,7 +25,8 @@ struct Counter {
 
 Counter* gCounter = nullptr;
 std::vector<std::string> gArguments;
-std::string gFolder;
+std::string gFolder; // of the user's scripts; empty for none
+std::string gSites;  // of the scripts that come with the tool
 
 [[noreturn]] void End(int status) {
     if (gCounter != nullptr)
@@ -85,11 +86,13 @@ void CountStart() {
     }
 }
 
-std::string ReadFile(std::string const& path) {
+std::string ReadFile(std::string const& name) {
+    int fd = gFolder.empty() ? -1 : open((gFolder + "/" + name).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        fd = open((gSites + "/" + name).c_str(), O_RDONLY | O_CLOEXEC);
     std::string text;
-    int const fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        Print(2, "scripted tool: no file " + path + "\n");
+        Print(2, "scripted tool: no file " + name + " in " + (gFolder.empty() ? gSites : gFolder) + "\n");
         End(99);
     }
     char buffer[65536];
@@ -185,7 +188,7 @@ bool Printing(std::string const& command, std::string_view rest) {
     else if (command == "err" || command == "errline")
         Print(2, Unescaped(rest) + (command == "errline" ? "\n" : ""));
     else if (command == "file")
-        Print(1, ReadFile(gFolder + "/" + std::string(rest)));
+        Print(1, ReadFile(std::string(rest)));
     else if (command == "progress")
         PrintProgress(rest);
     else if (command == "flood" || command == "errflood")
@@ -207,6 +210,7 @@ bool Printing(std::string const& command, std::string_view rest) {
 }
 
 void Run(std::string_view line);
+void RunScript(std::string_view script, char separator);
 
 bool Living(std::string const& command, std::string_view rest) {
     std::string const path = gFolder + "/" + std::string(rest);
@@ -243,6 +247,8 @@ void Run(std::string_view line) {
     if (command == "write") {
         std::string const place = TakeWord(rest);
         WriteFile(PathAt(place), Number(rest));
+    } else if (command == "run") {
+        RunScript(ReadFile(std::string(rest)), '\n');
     } else if (command == "exit") {
         End(static_cast<int>(Number(rest)));
     } else if (command == "die") {
@@ -280,20 +286,29 @@ void RunScript(std::string_view script, char separator) {
     }
 }
 
+/// The name of the script that the address asks for; empty when it asks for none.
+std::string ScriptName(std::string const& address) {
+    for (std::string_view const front : {"script:", "https://testkit.invalid/", "http://testkit.invalid/"})
+        if (address.rfind(front, 0) == 0 && address.find("..") == std::string::npos)
+            return address.substr(front.size());
+    return {};
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
     gArguments.assign(arguments + 1, arguments + count);
     if (char const* const folder = std::getenv("REELHAUL_TOOL_SCRIPTS"))
         gFolder = folder;
+    std::string const self(arguments[0]);
+    gSites = self.substr(0, self.rfind('/') + 1) + "sites";
     std::signal(SIGTERM, OnTerm);
     CountStart();
     std::string const address = gArguments.empty() ? std::string() : gArguments.back();
     if (address.rfind("scripted:", 0) == 0) {
         RunScript(std::string_view(address).substr(9), ';');
-    } else if (address.rfind("script:", 0) == 0) {
-        std::string const script = ReadFile(gFolder + "/" + address.substr(7));
-        RunScript(script, '\n');
+    } else if (std::string const name = ScriptName(address); !name.empty()) {
+        RunScript(ReadFile(name), '\n');
     } else if (address == "--version") {
         Print(1, "2026.01.01\n");
     } else {
