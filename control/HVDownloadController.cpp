@@ -77,7 +77,8 @@ bool HVDownloadController::ChangeState(HVDownloadState next, Apply apply) {
     return true;
 }
 
-/// Makes `run` the latest; the one before, which `run` holds then, is stale from here on. Under the lock.
+/// Makes `run` the latest; the one before, which `run` holds then, is stale from here on, and to be stopped:
+/// nobody could do so later. Under the lock.
 void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& run) {
     task_.swap(run);
     runEnded_ = false;
@@ -97,6 +98,7 @@ std::shared_ptr<IHVError const> HVDownloadController::StartDownload() {
         InstallRun(run);
         return true;
     });
+    StopStale(run);
     return StartRun(task);
 }
 
@@ -110,7 +112,10 @@ std::shared_ptr<IHVError const> HVDownloadController::StartPending() {
             InstallRun(run);
         return state == HVDownloadStatePending;
     });
-    return started ? StartRun(task) : nullptr;
+    if (!started)
+        return nullptr;
+    StopStale(run);
+    return StartRun(task);
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<HVDownloadTask> const& task) {
@@ -146,6 +151,7 @@ void HVDownloadController::PendingDownload() {
             InstallRun(former);
         return true;
     });
+    StopStale(former);
 }
 
 void HVDownloadController::MakePending() {
@@ -161,6 +167,7 @@ void HVDownloadController::MakePending() {
             InstallRun(former);
         return mayWait(state);
     });
+    StopStale(former);
 }
 
 bool HVDownloadController::IsCurrent(IHVDownloadTask const* task) const {
@@ -173,11 +180,14 @@ bool HVDownloadController::RunIsWanted(IHVDownloadTask const* task) const {
     return task_.get() == task && !stopWanted_;
 }
 
+void HVDownloadController::StopStale(std::shared_ptr<HVDownloadTask> const& run) {
+    if (run != nullptr)
+        run->StopTask();
+}
+
 /// The latest run's task, to be stopped; empty when nothing runs. Under the lock.
 std::shared_ptr<HVDownloadTask> HVDownloadController::TakeRunToStop() {
-    HVDownloadState const state = state_;
-    bool const active = state == HVDownloadStateDownloading || state == HVDownloadStatePaused;
-    if (!active || task_ == nullptr || runEnded_)
+    if (task_ == nullptr || runEnded_)
         return nullptr;
     stopWanted_ = true;
     return task_;
@@ -187,7 +197,9 @@ void HVDownloadController::StopDownload() {
     std::shared_ptr<HVDownloadTask> task;
     {
         std::lock_guard const lock(mutex_);
-        task = TakeRunToStop();
+        HVDownloadState const state = state_;
+        if (state == HVDownloadStateDownloading || state == HVDownloadStatePaused)
+            task = TakeRunToStop();
     }
     if (task != nullptr)
         task->StopTask();
@@ -198,7 +210,7 @@ void HVDownloadController::ResetDownload() {
     std::shared_ptr<HVDownloadTask> task;
     std::shared_ptr<IHVError const> former;
     ChangeState(HVDownloadStateIdle, [&](HVDownloadState) {
-        // The queue may have started it in the meantime.
+        // In any state: the queue may have started it in the meantime, or somebody made a running one wait.
         task = TakeRunToStop();
         lastError_.swap(former);
         return true;

@@ -90,6 +90,7 @@ private:
     void InstallRun(std::shared_ptr<HVDownloadTask>& run);
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
     std::shared_ptr<HVDownloadTask> TakeRunToStop();
+    static void StopStale(std::shared_ptr<HVDownloadTask> const& run);
     bool IsCurrent(IHVDownloadTask const* task) const;
     bool RunIsWanted(IHVDownloadTask const* task) const;
 

@@ -97,6 +97,9 @@ TEST_F(Controller, GoesThroughItsStates) {
         {"touch up;hang", "start up reset", "1>3 3>1", HVDownloadStateIdle, ""},
         {"touch up;hang", "start up reset end", "1>3 3>1 1>6 Cancel", HVDownloadStateCancelled, ""},
         {"touch up;hang", "start up reset pending quiet", "1>3 3>1 1>2", HVDownloadStatePending, ""},
+        {"touch up;hang", "start up pending reset end quiet", "1>3 3>2 2>1 1>6 Cancel",
+         HVDownloadStateCancelled, ""},
+        {"touch up;hang", "start up start up stop end quiet", "1>3 3>6 Cancel", HVDownloadStateCancelled, ""},
         {"touch up;hang", "start up reset start up stop end quiet", "1>3 3>1 1>3 3>6 Cancel",
          HVDownloadStateCancelled, ""},
     };

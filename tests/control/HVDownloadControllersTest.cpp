@@ -288,7 +288,7 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
     }));
     EXPECT_TRUE(NothingLeft());
     EXPECT_EQ(queue_->GetControllerCount(), count);
-    queue_->SetConcurrentDownload(4);
+    queue_->SetConcurrentDownload(32);
     for (int const row : queue_->AllControllers()) {
         bool const hangs =
             queue_->GetController(row)->DownloadItem()->DownloadURL().find("hang") != std::string::npos;
