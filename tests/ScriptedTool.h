@@ -1,35 +1,16 @@
 #pragma once
-// What the tests over the scripted tool share: its folder, and a record of what a delegate heard.
+// What the tests over the scripted tool share: its folder.
 
 #include "HVDownloadPlugin.h"
-#include "IHVDownloadItem.h"
-#include "IHVDownloadTask.h"
-#include "IHVDownloadTaskDelegate.h"
-#include "IHVPlayList.h"
+#include "Recorder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
-#include <string>
-#include <thread>
 #include <unistd.h>
-#include <vector>
-
-inline bool Eventually(std::function<bool()> const& condition) {
-    auto const until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > until)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class ScriptedTool : public testing::Test {
 protected:
@@ -77,55 +58,4 @@ protected:
 private:
     std::filesystem::path const folder_ =
         std::filesystem::temp_directory_path() / ("scripted-tool" + std::to_string(getpid()));
-};
-
-/// Keeps what it hears as one line each.
-class Recorder final : public Halvorn::IHVDownloadTaskDelegate {
-public:
-    /// Called with each line, on the reporting thread, after it was kept.
-    std::function<void(std::string const&)> onEvent;
-
-    std::vector<std::string> Events() const {
-        std::lock_guard const lock(mutex_);
-        return events_;
-    }
-    void DownloadTaskStarted(std::string message, Halvorn::IHVDownloadTask const*) override {
-        Keep("started: " + message);
-    }
-    void DownloadTaskProgress(std::string message, float percent, Halvorn::IHVDownloadTask const*) override {
-        char number[32];
-        std::snprintf(number, sizeof number, "%g", static_cast<double>(percent));
-        Keep(std::string(number) + "%: " + message);
-    }
-    void DownloadTaskGetPlayList(std::shared_ptr<Halvorn::IHVPlayList> list,
-                                 Halvorn::IHVDownloadTask const*) override {
-        Keep("playlist " + list->GetTitle() + " of " + std::to_string(list->GetDownloadItemCount()));
-    }
-    void DownloadTaskGetPlayItem(std::shared_ptr<Halvorn::IHVDownloadItem> item,
-                                 Halvorn::IHVDownloadTask const*) override {
-        {
-            std::lock_guard const lock(mutex_);
-            items.push_back(item);
-        }
-        Keep("item " + item->GetFileName());
-    }
-    void DownloadTaskCompleted(std::shared_ptr<Halvorn::IHVError const> error,
-                               Halvorn::IHVDownloadTask const*) override {
-        Keep(error->GetErrorTitle() + ": " + error->GetErrorMessage());
-    }
-
-    std::vector<std::shared_ptr<Halvorn::IHVDownloadItem>> items;
-
-private:
-    void Keep(std::string line) {
-        {
-            std::lock_guard const lock(mutex_);
-            events_.push_back(line);
-        }
-        if (onEvent)
-            onEvent(line);
-    }
-
-    mutable std::mutex mutex_;
-    std::vector<std::string> events_;
 };

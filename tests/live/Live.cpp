@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -17,60 +16,14 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ; // NOLINT(readability-redundant-declaration): not every system's header has it
 
 using namespace Halvorn;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Program {
-    pid_t pid = -1;
-    int in = -1;
-    int out = -1;
-};
-
-/// Plain system calls, none of the library's: what is tested can't serve as the yardstick.
-Program Start(std::vector<std::string> command) {
-    int in[2];
-    int out[2];
-    if (pipe(in) != 0 || pipe(out) != 0)
-        throw std::runtime_error("no pipe");
-    for (int const end : {in[0], in[1], out[0], out[1]})
-        fcntl(end, F_SETFD, FD_CLOEXEC);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 2);
-    std::vector<char*> argv(command.size() + 1);
-    std::transform(command.begin(), command.end(), argv.begin(),
-                   [](auto& argument) { return argument.data(); });
-    Program program{-1, in[1], out[0]};
-    int const failure = posix_spawnp(&program.pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(in[0]);
-    close(out[1]);
-    if (failure != 0)
-        throw std::runtime_error(command.front() + " can't be started");
-    return program;
-}
-
-std::string ReadUntil(int fd, char stop) {
-    std::string text;
-    char byte = 0;
-    while (read(fd, &byte, 1) == 1 && byte != stop)
-        text += byte;
-    return text;
-}
 
 /// A failure of the environment would make the tests skipped ones, which nobody minds.
 [[noreturn]] void GiveUp(std::string const& reason) {
@@ -85,10 +38,10 @@ public:
 
     void SetUp() override {
         std::string const site = REELHAUL_SOURCE_DIR "/tests/site";
-        site_ = Start({"python3", site + "/site.py"});
+        site_ = std::make_unique<Live::Background>(std::vector<std::string>{"python3", site + "/site.py"});
         // The first use makes the media, and says so on a line of its own.
         while (address.compare(0, 7, "http://") != 0) {
-            address = ReadUntil(site_.out, '\n');
+            address = site_->Line();
             if (address.empty())
                 GiveUp("the site did not start");
         }
@@ -99,17 +52,16 @@ public:
                                           "REELHAUL_TOOLS_DIR"));
         setenv("REELHAUL_SETTINGS", (Live::NewFolder() + "/settings").c_str(), 1);
         IHVDownloadPlugin::UseLocalPluginForThisProcess(true);
-        IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath(Live::ToolsFolder());
+        Live::UseTools();
     }
     void TearDown() override {
-        close(site_.in);
-        waitpid(site_.pid, nullptr, 0);
+        site_.reset();
         for (auto const& folder : folders)
             fs::remove_all(folder);
     }
 
 private:
-    Program site_;
+    std::unique_ptr<Live::Background> site_;
 };
 
 auto* const gEnvironment =
@@ -127,6 +79,10 @@ std::string ToolsFolder() {
     return REELHAUL_BINARY_DIR "/lib";
 }
 
+void UseTools(std::string const& folder) {
+    IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath(folder);
+}
+
 std::string NewFolder(std::string const& parent) {
     std::string path = parent + "/reelhaul-test-XXXXXX";
     if (mkdtemp(path.data()) == nullptr)
@@ -134,29 +90,32 @@ std::string NewFolder(std::string const& parent) {
     return gEnvironment->folders.emplace_back(path);
 }
 
-Background::Background(std::vector<std::string> const& command) {
-    Program const program = Start(command);
-    pid_ = program.pid;
-    in_ = program.in;
-    out_ = program.out;
+Background::Background(std::vector<std::string> const& command) : output_(NewFolder() + "/output") {
+    std::string line = "exec";
+    for (std::string word : command) {
+        for (std::size_t at = 0; (at = word.find('\'', at)) != std::string::npos; at += 4)
+            word.replace(at, 1, "'\\''");
+        line += " '" + word + "'";
+    }
+    // None of the library's children: what is tested can't serve as the yardstick.
+    input_ = popen((line + " >" + output_ + " 2>&1").c_str(), "we");
 }
 
 std::string Background::Line() {
-    return ReadUntil(out_, '\n');
+    std::string text;
+    std::size_t end = std::string::npos;
+    Eventually([&] {
+        text = ContentOf(output_);
+        end = text.find('\n', taken_);
+        return end != std::string::npos;
+    });
+    return end == std::string::npos ? "" : text.substr(std::exchange(taken_, end + 1), end - taken_);
 }
 
 std::string Background::Rest() {
-    if (pid_ < 0)
-        return {};
-    close(in_);
-    std::string text = ReadUntil(out_, '\0');
-    close(out_);
-    waitpid(std::exchange(pid_, -1), nullptr, 0);
-    return text;
-}
-
-std::string OutputOf(std::vector<std::string> const& command) {
-    return Background(command).Rest();
+    if (input_ != nullptr)
+        pclose(std::exchange(input_, nullptr));
+    return ContentOf(output_).substr(taken_);
 }
 
 std::string ContentOf(std::string const& file) {
@@ -177,13 +136,13 @@ std::string Probe(std::string const& file) {
     return text;
 }
 
-std::string NamesIn(std::string const& folder, std::string const& end) {
+std::string NamesIn(std::string const& folder) {
     std::set<std::string> names;
     for (auto const& entry : fs::directory_iterator(folder))
         names.insert(entry.path().filename());
     std::string text;
     for (auto const& name : names)
-        text += name + end;
+        text += name + "|";
     return text;
 }
 
@@ -202,16 +161,6 @@ std::string Leftovers() {
         if (line.find(folder) != std::string::npos || line.find(gEnvironment->address) != std::string::npos)
             found += line + "\n";
     return found;
-}
-
-bool Within(std::chrono::milliseconds limit, std::function<bool()> const& condition) {
-    auto const end = Clock::now() + limit;
-    while (!condition()) {
-        if (Clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
 }
 
 Analysis::Analysis(std::string const& url, bool fromTables)
@@ -241,26 +190,19 @@ std::shared_ptr<IHVDownloadItem> ItemOf(std::string const& page) {
     return analysis.items.empty() ? nullptr : analysis.items.front();
 }
 
-bool Choose(IHVDownloadItem& item, std::string const& code) {
-    for (int i = 0; i < item.GetDownloadFormatCount(); ++i) {
-        if (item.GetDownloadFormatAtIndex(i)->FormatCode() == code) {
-            item.SetCurrentFormatIndex(i);
-            return true;
-        }
-    }
-    return false;
-}
-
-bool ChooseSubtitle(IHVDownloadItem& item, std::string const& codeAndFormat) {
-    auto const blank = codeAndFormat.find(' ');
-    for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i) {
-        auto const subtitle = item.GetDownloadSubtitleAtIndex(i);
-        if (subtitle->GetLanguageCode() == codeAndFormat.substr(0, blank)) {
+bool Choose(IHVDownloadItem& item, std::string const& code, std::string const& subtitle) {
+    int format = 0;
+    while (format < item.GetDownloadFormatCount() &&
+           item.GetDownloadFormatAtIndex(format)->FormatCode() != code)
+        ++format;
+    item.SetCurrentFormatIndex(format);
+    auto const blank = subtitle.find(' ');
+    for (int i = 0; i < item.GetDownloadSubtitlesCount() && !subtitle.empty(); ++i)
+        if (item.GetDownloadSubtitleAtIndex(i)->GetLanguageCode() == subtitle.substr(0, blank))
             item.SetCurrentSubtitleIndex(i);
-            return subtitle->SetCurrentSubtitleFormat(codeAndFormat.substr(blank + 1));
-        }
-    }
-    return codeAndFormat.empty();
+    return item.GetCurrentFormatIndex() == format &&
+           (subtitle.empty() || item.GetDownloadSubtitleAtIndex(item.GetCurrentSubtitleIndex())
+                                    ->SetCurrentSubtitleFormat(subtitle.substr(blank + 1)));
 }
 
 Downloads::~Downloads() {
@@ -282,13 +224,8 @@ Downloads::Row& Downloads::Add(std::shared_ptr<IHVDownloadItem> item, std::strin
     return *row;
 }
 
-void Downloads::Start() {
-    started_ = true;
-    queue_->StartDownload({});
-}
-
 bool Downloads::WaitAll() {
-    auto const limit = Clock::now() + std::chrono::minutes(2);
+    auto const limit = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     return !started_ || std::all_of(rows_.begin(), rows_.end(), [limit](auto const& row) {
         return row->end.wait_until(limit) == std::future_status::ready;
     });

@@ -53,12 +53,12 @@ protected:
             setenv(name, value.c_str(), 1);
         fs::create_symlink(Live::ToolsFolder() + "/ffmpeg", local_ + "/ffmpeg");
         api_ = std::getenv("REELHAUL_RELEASE_API");
-        IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath(local_);
+        Live::UseTools(local_);
     }
     ~UpdateTest() override {
         for (char const* name : {"REELHAUL_RELEASE_API", "HTTPS_PROXY", "SSL_CERT_FILE", "XDG_CONFIG_HOME"})
             unsetenv(name);
-        IHVDownloadPlugin::SharedDownloadPlugin()->SetLocalPluginInstallPath(Live::ToolsFolder());
+        Live::UseTools();
     }
 
     void Offer(std::string const& version, std::string const& sum = {}) const {
@@ -122,7 +122,7 @@ TEST_F(UpdateTest, TheToolUpdatesItselfAgainAndAgainWhileItRuns) {
         EXPECT_TRUE(HasBytecode(tool_));
         fs::remove(hold);
         EXPECT_THAT(running.Rest(), EndsWith("generic\n"));
-        EXPECT_EQ(Live::NamesIn(local_, " "), "ffmpeg yt-dlp ") << "something is left";
+        EXPECT_EQ(Live::NamesIn(local_), "ffmpeg|yt-dlp|") << "something is left";
         before = version;
     }
     EXPECT_THAT(Asked(), HasSubstr("/releases/download/" + std::string(kNewest) + "/yt-dlp\n"));
@@ -176,7 +176,7 @@ TEST_F(UpdateTest, AnUpdateThatCannotBeMadeLeavesTheToolAlone) {
         EXPECT_EQ(outcome.message.empty(), row.message.empty()) << outcome.message;
         EXPECT_THAT(outcome.message, Not(HasSubstr(".reelhaul-")));
         EXPECT_TRUE(Live::ContentOf(tool_) == content);
-        EXPECT_EQ(Live::NamesIn(local_, " "), "ffmpeg yt-dlp ");
+        EXPECT_EQ(Live::NamesIn(local_), "ffmpeg|yt-dlp|");
     }
 }
 
@@ -189,7 +189,7 @@ TEST_F(UpdateTest, TheCommandSeedsAFolderAndTellsTheTruth) {
     std::string const full = Command(folder, "trap '' XFSZ; ulimit -f 4000; ");
     EXPECT_THAT(full, HasSubstr("There is no local yt-dlp that runs: Can't copy"));
     EXPECT_THAT(full, EndsWith("status 1\n"));
-    EXPECT_EQ(Live::NamesIn(folder, " "), "ffmpeg ") << "something is left of the tool";
+    EXPECT_EQ(Live::NamesIn(folder), "ffmpeg|") << "something is left of the tool";
 
     EXPECT_THAT(Command(folder), testing::ContainsRegex("yt-dlp [0-9.]+ is up to date.\nstatus 0\n$"));
     for (auto const& entry : fs::directory_iterator(folder)) {

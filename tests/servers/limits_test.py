@@ -7,7 +7,7 @@ class LimitsTest(ServerTest):
     def answers(self, text):
         """(bytes, begin, end) of each answer whose target holds the text."""
         rows = [line.split() for line in self.site.lines() if text in line]
-        return [(int(row[3]), float(row[5]), float(row[6])) for row in rows]
+        return [(int(row[3]), float(row[4]), float(row[5])) for row in rows]
 
     def test_the_rate(self):
         wanted = 1500 * 1024

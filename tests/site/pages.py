@@ -1,8 +1,10 @@
 """What the site offers: a description for each watch page and each list.
 
 Descriptions are what the real tool's plugin hands on as its result. A page is a function
-that takes `Site` and returns one; its first comment line is shown on the index page.
+that takes `Site` and returns one.
 """
+
+import json
 
 import media
 
@@ -130,27 +132,25 @@ LISTS = {
 }
 
 
-def watch(site, name):
-    """The description of a watch page, or None."""
-    return {"id": name, **WATCH[name](site)} if name in WATCH else None
-
-
-def playlist(site, name):
-    """The description of a list, or None."""
-    if name not in LISTS:
-        return None
-    return {"_type": "playlist", "id": name, "title": f"List {name}", "description": f"The list named {name}.",
-            "entries": LISTS[name](site)}
+def describe(site, path):
+    """The description of "watch/NAME" or "list/NAME", or None."""
+    kind, _, name = path.partition("/")
+    if kind == "watch" and name in WATCH:
+        return {"id": name, **WATCH[name](site)}
+    if kind == "list" and name in LISTS:
+        return {"_type": "playlist", "id": name, "title": f"List {name}", "description": f"The list named {name}.",
+                "entries": LISTS[name](site)}
+    return None
 
 
 def caption(language, extension):
     """Text of a caption file, or None."""
     lines = [f"{language} line {number}" for number in range(1, media.SECONDS // 2 + 1)]
     if extension == "json3":
-        return {"events": [{"tStartMs": 2000 * i, "dDurationMs": 1500, "segs": [{"utf8": line}]} for i, line in enumerate(lines)]}
-    if extension not in CAPTION_FORMATS:
-        return None
-    mark = "." if extension == "vtt" else ","
-    blocks = [f"{'' if extension == 'vtt' else f'{i + 1}' + chr(10)}"
-              f"00:00:{2 * i:02}{mark}000 --> 00:00:{2 * i + 1:02}{mark}500\n{line}\n" for i, line in enumerate(lines)]
-    return ("WEBVTT\n\n" if extension == "vtt" else "") + "\n".join(blocks)
+        return json.dumps({"events": [{"tStartMs": 2000 * i, "dDurationMs": 1500, "segs": [{"utf8": line}]}
+                                      for i, line in enumerate(lines)]})
+    if extension == "vtt":
+        return "WEBVTT\n\n" + "\n".join(f"00:00:{2 * i:02}.000 --> 00:00:{2 * i + 1:02}.500\n{line}\n" for i, line in enumerate(lines))
+    if extension == "srt":
+        return "\n".join(f"{i + 1}\n00:00:{2 * i:02},000 --> 00:00:{2 * i + 1:02},500\n{line}\n" for i, line in enumerate(lines))
+    return None
