@@ -37,6 +37,13 @@ public:
         std::lock_guard const lock(mutex_);
         return events_;
     }
+    /// All lines with a bar between them.
+    std::string Story() const {
+        std::string story;
+        for (auto const& event : Events())
+            story += (story.empty() ? "" : "|") + event;
+        return story;
+    }
     void DownloadTaskStarted(std::string message, Halvorn::IHVDownloadTask const*) override {
         Keep("started: " + message);
     }
