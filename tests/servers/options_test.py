@@ -4,12 +4,20 @@ import re
 import subprocess
 import unittest
 
-from servers import ROOT, TOOL, ServerTest
+from servers import COMMAND, ROOT, TOOL, ServerTest
 
 ROW = re.compile(r"\| `(--[a-z0-9-]+)(?: ([A-Z]+))?` \| (.*?)(?:; only beside `(.*)`)? \| (.*) \| `.*` \| (.*) \|")
 OPTIONS = [match.groups("") for match in map(ROW.fullmatch, (ROOT / "docs/options.md").read_text().splitlines()) if match]
 NUMBERS, SECRETS, PATHS = ("SECONDS", "COUNT", "RATE", "SIZE"), ("TEXT", "CODE"), ("FILE", "PATH")
-FAKE = '#!/bin/sh\nprintf "%s\\n" "$@" >> "$0.started"\necho null\nexit 1\n'
+# Writes its arguments down, analyses, and can't download.
+FAKE = """#!/bin/sh
+printf "%s\\n" "$@" >> "$0.started"
+case " $*" in *" -J "*) echo '{"formats": [{"format_id": "1", "ext": "mp4"}]}' ;; *) exit 1 ;; esac
+"""
+
+
+SAMPLES = {"URL": "socks5://me:a@b@h:1080/", "SECONDS": "7", "IP": "127.0.0.1", "VALUE": "never", "NAME": "firefox", "TEXT": "-s",
+           "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2097152", "COUNT": "3", "SIZE": "65536"}
 
 
 def kind(name, value):
@@ -28,7 +36,7 @@ class ValuesTest(ServerTest):
         needs = next(row[3] for row in OPTIONS if row[0] == name)
         secret = {"--username": "--password", "--ap-username": "--ap-password"}.get(name, "")
         first = [*self.beside(needs), f"{needs}={self.folder if 'certificate' in needs else 'x'}"] if needs else []
-        return first + ([f"{secret}=x"] if secret else [])
+        return [other for other in first + ([f"{secret}=x"] if secret else []) if not other.startswith(f"{name}=")]
 
     def started(self):
         path = self.folder / "tools/yt-dlp.started"
@@ -45,8 +53,7 @@ class ValuesTest(ServerTest):
             for what, text in values.items():
                 with self.subTest(name, value=what):
                     run = self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools",
-                                           *(other for other in self.beside(name) if not other.startswith(f"{name}=")),
-                                           f"{name}={text}")
+                                           *self.beside(name), f"{name}={text}")
                     started = self.started()
                     if not value and what == "empty":
                         continue  # "--netrc=" is "--netrc"
@@ -60,6 +67,22 @@ class ValuesTest(ServerTest):
                     self.assertLess(len(run.stderr), 500)
                     if what == "missing" and kind(name, value) == "path":
                         self.assertIn(f'"{text}" does not exist', run.stderr)
+
+    def test_each_reaches_the_tool_as_documented(self):
+        file = self.write("cookies.txt", "# Netscape HTTP Cookie File\n")
+        for name, value, _, needs, _, arguments in OPTIONS:
+            with self.subTest(name):
+                sample = str(file) if value in PATHS else SAMPLES.get(value, "")
+                self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools",
+                                 *self.beside(name), f"{name}={sample}" if sample else name)
+                started = self.started()
+                for argument in re.findall("`(.*?)`", arguments):
+                    if name == "--check-certificates":
+                        self.assertNotIn(argument, started)
+                    elif sample:
+                        self.assertEqual(started[started.index(argument) + 1], sample)
+                    else:
+                        self.assertIn(argument, started)
 
     def test_no_secret_is_ever_shown(self):
         secret = "s3cr3t/@w"
@@ -88,7 +111,9 @@ class AgreementTest(unittest.TestCase):
             text = re.sub(r"\n {20,}(?=\S)", "  ", text)
             return dict(re.findall(r"^ +(--[^ ,]+(?: [A-Z]+)?) {2,}(.*)$", text, re.M))
 
+        self.assertEqual(self.print_of("option-table"), (ROOT / "docs/options.md").read_text())
         get, info = (options(self.print_of(command, "--help")) for command in ("get", "info"))
+        tool_help = self.print_of("--help", program=TOOL)
         for name, value, meaning, _, commands, arguments in OPTIONS:
             with self.subTest(name):
                 words = re.sub(r" \(\d+ to \d+\)$", "", meaning)
@@ -96,13 +121,7 @@ class AgreementTest(unittest.TestCase):
                 self.assertEqual(get[shown], words)
                 self.assertEqual(shown in info, "`info`" in commands)
                 for argument in re.findall("`(.*?)`", arguments):
-                    self.assertRegex(self.tool_help(), rf"(?m)^ +(-\w, )?{argument}\b")
+                    self.assertRegex(tool_help, rf"(?m)^ +(-\w, )?{argument}\b")
 
-    def print_of(self, *arguments):
-        import servers
-        return subprocess.run([servers.COMMAND, *arguments], text=True, capture_output=True, check=True).stdout
-
-    def tool_help(self):
-        if not hasattr(AgreementTest, "help"):
-            AgreementTest.help = subprocess.run([TOOL, "--help"], text=True, capture_output=True, check=True).stdout
-        return AgreementTest.help
+    def print_of(self, *arguments, program=COMMAND):
+        return subprocess.run([program, *arguments], text=True, capture_output=True, check=True).stdout

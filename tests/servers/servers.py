@@ -38,17 +38,38 @@ class Server:
         self.process.wait()
 
 
-class ServerTest(unittest.TestCase):
-    """A folder, a site, and the command with settings of its own."""
+class CommandTest(unittest.TestCase):
+    """A folder, and the command with settings of its own."""
 
     def setUp(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="reelhaul-servers-"))
+        self.folder = Path(tempfile.mkdtemp(prefix="reelhaul-servers."))
         self.addCleanup(shutil.rmtree, self.folder)
+
+    def environment_of_command(self, **environment):
+        return {**os.environ, "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
+                **{name: str(value) for name, value in environment.items()}}
+
+    def run_command(self, *arguments, stdin="", **environment):
+        return subprocess.run([COMMAND, *map(str, arguments)], text=True, input=stdin, capture_output=True, timeout=120,
+                              env=self.environment_of_command(**environment))
+
+    def write(self, name, text, mode=0o600):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+        path.chmod(mode)
+        return path
+
+
+class ServerTest(CommandTest):
+    """A site as well."""
+
+    def setUp(self):
+        super().setUp()
         self.site = self.start(SITE / "site.py")
 
     def start(self, script, *arguments):
-        number = len(list(self.folder.glob("server*.log")))
-        log = self.folder / f"server{number}.log"
+        log = self.folder / f"server{len(list(self.folder.glob('server*.log')))}.log"
         log.touch()
         server = Server(log, script, *map(str, arguments))
         self.addCleanup(server.stop)
@@ -56,11 +77,6 @@ class ServerTest(unittest.TestCase):
 
     def page(self, path, site=None):
         return f"{(site or self.site).address}/watch/{path}"
-
-    def run_command(self, *arguments, stdin="", **environment):
-        return subprocess.run([COMMAND, *map(str, arguments)], text=True, input=stdin, capture_output=True, timeout=120, env={
-            **os.environ, "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
-            **{name: str(value) for name, value in environment.items()}})
 
     def succeeds(self, *arguments, **environment):
         run = self.run_command(*arguments, **environment)
@@ -77,10 +93,3 @@ class ServerTest(unittest.TestCase):
         """Downloads; the files."""
         run = self.succeeds("get", "--quiet", "-o", self.folder / "out", *arguments, **environment)
         return [Path(line) for line in run.stdout.splitlines()]
-
-    def write(self, name, text, mode=0o600):
-        path = self.folder / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-        path.chmod(mode)
-        return path

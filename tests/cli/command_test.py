@@ -1,0 +1,213 @@
+"""The command as a stranger runs it, with the scripted tool as its tool."""
+
+import json
+import os
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+from servers import COMMAND, CommandTest
+
+# A merged format (0), a combined one (1), a sound (2); a title that would turn a terminal red, rename its window
+# and turn the direction of writing; subtitles in one language.
+TITLE = "A \x1b[31m\x1b]0;owned\x07\u202e\x9b日本 100%s"
+VIDEO, SOUND = {"ext": "mp4", "vcodec": "avc1.1", "width": 640, "height": 360}, {"vcodec": "none", "acodec": "mp4a.40"}
+ITEM = json.dumps({"id": "i", "title": TITLE, "duration": 65, "formats": [
+    {**VIDEO, "format_id": "v", "acodec": "none", "resolution": "640x360", "fps": 29.97, "filesize": 1000},
+    {**SOUND, "format_id": "a", "ext": "m4a", "resolution": "audio only", "filesize": 500, "abr": 64},
+    {**VIDEO, "format_id": "7", "acodec": "mp4a.40", "resolution": "320x180", "width": 320, "height": 180, "filesize": 400}],
+    "automatic_captions": {"en": [{"ext": "vtt", "url": "http://127.0.0.1/en.vtt", "name": "English"}]}})
+LIST = json.dumps({"_type": "playlist", "title": "L", "id": "l", "entries": [
+    {"url": "script:item"}, {"url": "scripted:err ERROR: gone"}, {"url": "script:item"}]})
+ITEM_SCRIPT = "when -J\nfile item.json\nunless -J\n"
+
+
+class ScriptedTest(CommandTest):
+    def setUp(self):
+        super().setUp()
+        (self.folder / "out").mkdir()
+        (self.folder / "tools").mkdir()
+        for name in ("yt-dlp", "ffmpeg"):
+            (self.folder / "tools" / name).symlink_to(os.environ["REELHAUL_SCRIPTED_TOOL"])
+        for name, text in (("item.json", ITEM), ("list.json", LIST), ("list", "file list.json\n"),
+                           ("item", ITEM_SCRIPT + "progress 25.0\nwrite . 1000\n")):
+            self.write(f"scripts/{name}", text)
+        self.environment = {"REELHAUL_TOOL_SCRIPTS": self.folder / "scripts", "REELHAUL_TOOL_DIR": self.folder / "none"}
+
+    def run_with_tool(self, name, *arguments, **more):
+        return self.run_command(name, "--tool", self.folder / "tools", *arguments, **more, **self.environment)
+
+    def get(self, *arguments, **more):
+        return self.run_with_tool("get", "-o", self.folder / "out", *arguments, **more)
+
+    def starts(self):
+        """The argument lists that the tool was started with since the last call."""
+        path = self.folder / "scripts/starts"
+        text = path.read_text() if path.exists() else ""
+        path.unlink(missing_ok=True)
+        return [line.split("\x1f") for line in text.splitlines()]
+
+
+class UsageTest(ScriptedTest):
+    def test_wrong_usage_is_two_and_starts_nothing(self):
+        rows = (
+            ("", "subcommand"),
+            ("fetch", 'no command "fetch"'),
+            ("info", "URL"),
+            ("get x", "--output"),
+            ("get x -o o --jobs 0", "1 to 256"),
+            ("get x -o o --items 3-1", "1,3-5"),
+            ("get x -o o --limit-rate 1K --throttled-rate 2K", "above"),
+            ("info x --tool /nosuch", "/nosuch"),
+            ("info x --js-runtime /nosuch", "/nosuch"),
+            ("info x --limit-rate 1", "--limit-rate"),
+            ("info x --proxy ftp://h", "socks5://"),
+            ("info x --proxy http://", "host"),
+            ("info x --proxy http://h:0", "65535"),
+            ("info x --proxy http://:p@h", "user name"),
+            ("info x --proxy http://h/path", "nothing may follow"),
+            ("info x --username u", "--password"),
+            ("info x --username u --password -", "standard input"),
+            ("info x --password p", "--username"),
+            ("info x --username u --password p --netrc", "only one"),
+            ("info x --force-ipv4 --force-ipv6", "together"),
+        )
+        for arguments, says in (*((row[0].split(), row[1]) for row in rows), (["info", ""], "address is empty"),
+                                (["get", "x", "-o", "o", "--name", ""], "empty")):
+            with self.subTest(arguments):
+                run = self.run_command(*arguments, **self.environment)
+                self.assertEqual((run.returncode, run.stdout, run.stderr.count("\n")), (2, "", 1))
+                self.assertIn(says, run.stderr)
+        self.assertEqual(self.starts(), [])
+
+    def test_providers_are_listed_and_searched(self):
+        self.assertEqual(self.run_command("providers").stdout.count("\n"), 434)
+        self.assertEqual(self.run_command("providers", "u - VERSE").stdout, "ATT  AT & T U - verse\n")
+        self.assertEqual(self.run_command("providers", "no such provider").returncode, 1)
+
+    def test_results_that_cant_be_written_are_a_fault(self):
+        with open("/dev/full", "w") as full:
+            run = subprocess.run([COMMAND, "providers"], stdout=full, stderr=subprocess.PIPE, text=True)
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.stderr, "^.*standard output.*\n$")
+
+
+class InfoTest(ScriptedTest):
+    def test_an_item(self):
+        run = self.run_with_tool("info", "script:item")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        for text in ("Title:      A 日本 100%s\n", "00:01:05", "1.5 KiB  v+a\n", "  en    English   vtt\n"):
+            self.assertIn(text, run.stdout)
+        self.assertNotIn("\x1b", run.stdout)
+        run = self.run_with_tool("info", "--json", "script:item")
+        self.assertNotIn("\x9b", run.stdout)
+        item = json.loads(run.stdout)
+        self.assertEqual([item[key] for key in ("kind", "title", "duration_seconds", "thumbnail")], ["item", TITLE, 65, None])
+        self.assertEqual([item["formats"][0][key] for key in ("code", "merged", "fps", "size")], ["v+a", True, 29.97, 1500])
+        self.assertEqual(item["subtitles"][0]["formats"], ["vtt"])
+
+    def test_a_playlist_with_a_count_of_what_did_not_load(self):
+        run = self.run_with_tool("info", "script:list")
+        self.assertEqual(run.returncode, 0)
+        self.assertRegex(run.stdout, "Playlist:   L\n(.*\n)*    3  00:01:05  A 日本")
+        self.assertRegex(run.stderr, r"^.*1 of 3 items could not be loaded \(2\).*\n$")
+        self.assertEqual(len(json.loads(self.run_with_tool("info", "--json", "script:list").stdout)["items"]), 2)
+
+
+class GetTest(ScriptedTest):
+    def test_the_format_asked_for(self):
+        for wish, code in (("best", "v+a"), ("0", "v+a"), ("1", "7"), ("7", "7"), ("v+a", "v+a"), ("audio", "a"), ("2", "a")):
+            with self.subTest(wish):
+                run = self.get("script:item", "--format", wish, "--quiet")
+                self.assertEqual((run.returncode, run.stderr), (0, ""))
+                self.assertIn(code, self.starts()[-1])
+                path = Path(run.stdout.removesuffix("\n"))
+                self.assertEqual((path.suffix, path.stat().st_size), (".m4a" if code == "a" else ".mp4", 1000))
+        for wish in ("code:2", "3"):
+            run = self.get("script:item", "--format", wish)
+            self.assertEqual(run.returncode, 1)
+            self.assertIn("the codes v+a, 7, a", run.stderr)
+
+    def test_events_in_order(self):
+        run = self.get("script:list", "scripted:err ERROR: [x] gone", "--items", "2-3,9", "--json")
+        self.assertEqual(run.returncode, 1)
+        events = [" ".join(filter(None, (event["event"], event.get("message")))) for event in map(json.loads, run.stdout.splitlines())]
+        # Downloads and analyses run at the same time: each has an order of its own.
+        analysis = [event for event in events if event.startswith(("analysed", "failed"))]
+        self.assertEqual([event for event in events if event not in analysis], ["started", "progress", "finished"])
+        self.assertEqual(analysis, ["analysed", "failed 1 of 3 items could not be loaded (2)",
+                                    "failed there is no item 9; the playlist has 3", "failed [x] gone"])
+        self.assertIn("reelhaul: scripted:err ERROR: [x] gone: [x] gone\n", run.stderr)
+
+    def test_subtitles_are_checked_before_and_after(self):
+        self.assertIn("there are en", self.get("script:item", "--subtitle", "fr").stderr)
+        self.assertIn("en comes as vtt", self.get("script:item", "--subtitle", "en.srt").stderr)
+        run = self.get("script:item", "--subtitle", "en")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("delivered no subtitles", run.stderr)
+        self.write("scripts/item", ITEM_SCRIPT + "write . 10\nwrite .en.vtt 5\n")
+        run = self.get("script:item", "--subtitle", "en.vtt", "--name", "n")
+        self.assertEqual(run.returncode, 0)
+        self.assertEqual(run.stdout.splitlines(), [str(self.folder / "out" / name) for name in ("n.mp4", "n.en.vtt")])
+
+    def test_a_missing_tool_is_named_and_nothing_starts(self):
+        (self.folder / "tools/ffmpeg").unlink()
+        self.assertEqual(self.get("script:item", "--format", "audio").returncode, 0)
+        self.assertIn(str(self.folder / "tools/ffmpeg"), self.get("script:item").stderr)
+        (self.folder / "tools/yt-dlp").unlink()
+        run = self.run_with_tool("info", "script:item")
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.stderr, f"^.*{self.folder}/tools/yt-dlp.*\n$")
+
+    def test_passwords_come_from_standard_input_line_by_line(self):
+        run = self.get("script:item", "--username", "u", "--password", "-", "--video-password", "-", stdin="one\r\ntwo\n")
+        self.assertEqual(run.returncode, 0, run.stderr)
+        start = self.starts()[-1]
+        self.assertEqual([start[start.index(name) + 1] for name in ("--password", "--video-password")], ["one", "two"])
+
+    def test_an_interrupt_ends_all_and_leaves_nothing(self):
+        self.write("scripts/item", ITEM_SCRIPT + "write .part +10\ntouch runs\nhang\n")
+        for number in (signal.SIGINT, signal.SIGTERM):
+            (self.folder / "scripts/runs").unlink(missing_ok=True)
+            with subprocess.Popen([COMMAND, "get", "--tool", self.folder / "tools", "script:item", "script:item", "--jobs", "1",
+                                   "--json", "-o", self.folder / "out"], env=self.environment_of_command(**self.environment),
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
+                while not (self.folder / "scripts/runs").exists():  # the download runs
+                    time.sleep(0.001)
+                process.send_signal(number)
+                process.send_signal(number)
+                out, err = process.communicate(timeout=60)
+            self.assertEqual((process.returncode, err), (130, "Interrupted.\n"))
+            self.assertIn('{"event":"cancelled","id":1', out)
+            self.assertEqual(list((self.folder / "out").iterdir()), [])
+
+
+class ToolsTest(ScriptedTest):
+    def put(self, name, text, mode=0o755):
+        (self.folder / "tools" / name).unlink()
+        self.write(f"tools/{name}", text, mode)
+
+    def test_the_table_tells_why_a_copy_does_not_run(self):
+        self.put("ffmpeg", "#!/bin/sh\necho ffmpeg version 7.1 Copyright")
+        for text, row, status in (
+                ("#!/bin/sh\necho 2025.01.01", "2025.01.01 +.*yt-dlp *\n", 0),
+                ("#!/bin/sh\nsleep 25 & echo 2025.01.01", "2025.01.01 ", 0),
+                ("", "yt-dlp can't be run\n", 1),
+                ("no program", "is no program\n", 1),
+                ("#!/no/interpreter", "the program that it is to be run with is missing\n", 1),
+                ("#!/bin/sh\necho broken >&2; exit 1", "does not run: broken\n", 1),
+                ("#!/bin/sh\nexec >&- 2>&-; sleep 0.2", "does not run: it prints nothing\n", 1)):
+            with self.subTest(text):
+                self.put("yt-dlp", text, 0o755 if text else 0o644)
+                begin = time.monotonic()
+                run = self.run_with_tool("tools")
+                self.assertEqual(run.returncode, status, run.stderr)
+                self.assertRegex(run.stdout, "yt-dlp +local +yes [^\n]*" + row)
+                self.assertLess(time.monotonic() - begin, 20, "it was waited for")
+
+    def test_a_folder_without_a_tool_cannot_serve(self):
+        (self.folder / "tools/yt-dlp").unlink()
+        run = self.run_with_tool("tools", "use", "local")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn('"reelhaul tools update" makes a local copy', run.stderr)
