@@ -1,18 +1,14 @@
 #include "HVDownloadPlugin.h"
+#include "Folder.h"
 #include "IHVAppSettings.h"
-#include "IHVFileProvider.h"
 #include "LoopbackServer.h"
+#include "Text.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <future>
-#include <tuple>
 
 namespace Halvorn {
 
@@ -40,26 +36,19 @@ __attribute__((constructor(101))) void NameSettings() {
 
 class HVDownloadPluginTest : public testing::Test {
 protected:
-    HVDownloadPluginTest() {
-        fs::create_directories(folder_);
-        IHVDownloadPlugin::SetReleaseMirror(server_.Url(), server_.Url("/"));
-    }
-    ~HVDownloadPluginTest() override {
-        IHVDownloadPlugin::SetReleaseMirror("", "");
-        fs::remove_all(folder_);
-    }
+    HVDownloadPluginTest() { IHVDownloadPlugin::SetReleaseMirror(server_.Url(), server_.Url("/")); }
+    ~HVDownloadPluginTest() override { IHVDownloadPlugin::SetReleaseMirror("", ""); }
 
     std::string File(std::string const& name) const { return folder_ / name; }
-    static void PutProgram(std::string const& path, std::string const& script) {
-        std::ofstream(path) << "#!/bin/sh\n" << script << "\n";
-        fs::permissions(path, fs::perms(0755));
+    void PutProgram(std::string const& name, std::string const& script) const {
+        fs::permissions(folder_.Put(name, "#!/bin/sh\n" + script + "\n"), fs::perms(0755));
     }
     /// A local tool of this version; `update` is what it does when asked to update itself.
     void PutTool(std::string const& version, std::string const& update) const {
-        std::ofstream(File("version")) << version << "\n";
-        PutProgram(File("yt-dlp"), "cd '" + folder_.string() +
-                                       "'; if [ \"$1\" = --version ]; then cat version; fi\n" +
-                                       "if [ \"$1\" = --update ]; then touch asked; " + update + "; fi");
+        folder_.Put("version", version + "\n");
+        PutProgram("yt-dlp", "cd '" + folder_.Path() +
+                                 "'; if [ \"$1\" = --version ]; then cat version; fi\n" +
+                                 "if [ \"$1\" = --update ]; then touch asked; " + update + "; fi");
     }
     /// Runs an update to its end and returns what `done` got.
     std::shared_ptr<IHVError const> Update() const {
@@ -77,7 +66,7 @@ protected:
         asked_ = LoopbackServer::PathOf(request);
         LoopbackServer::Reply(connection, status_, answer_);
     }};
-    fs::path folder_ = fs::temp_directory_path() / IHVFileProvider::CreateRandomFileName("dir", 12);
+    Folder const folder_;
     std::shared_ptr<HVDownloadPlugin> plugin_ = std::make_shared<HVDownloadPlugin>();
 };
 
@@ -100,13 +89,10 @@ TEST_F(HVDownloadPluginTest, TheSwitchIsStoredInTheOppositeSense) {
 }
 
 TEST_F(HVDownloadPluginTest, PathsFollowTheInstallPath) {
-    EXPECT_EQ(plugin_->LocalPluginPathFile(), "");
-    for (auto const& [path, tool, merger] : std::vector<std::array<std::string, 3>>{
-             {folder_.string(), File("yt-dlp"), File("ffmpeg")}, {File("missing"), "", ""}, {"", "", ""}}) {
+    for (auto const& [path, expected] :
+         Rows{{folder_.Path(), File("yt-dlp") + "|" + File("ffmpeg")}, {File("missing"), "|"}, {"", "|"}}) {
         plugin_->SetLocalPluginInstallPath(path);
-        EXPECT_EQ(plugin_->GetLocalPluginInstallPath(), path);
-        EXPECT_EQ(plugin_->LocalPluginPathFile(), tool);
-        EXPECT_EQ(plugin_->LocalFfmpegPathFile(), merger);
+        EXPECT_EQ(Text(plugin_->LocalPluginPathFile(), plugin_->LocalFfmpegPathFile()), expected);
         EXPECT_EQ(plugin_->LocalPluginUpdatePathFile(), (fs::path(path) / "yt-dlp-update").string());
     }
     fs::path const builtIn = plugin_->PluginPathFile();
@@ -119,25 +105,20 @@ TEST_F(HVDownloadPluginTest, PathsFollowTheInstallPath) {
 TEST_F(HVDownloadPluginTest, VersionsAreComparedByTheirNumbers) {
     using Peer = HVDownloadPluginPeer;
     EXPECT_THAT(Peer::Split(*plugin_, "2024.01.01\n"), testing::ElementsAre(2024, 1, 1));
-    for (auto const& [before, after, newer] : std::vector<std::tuple<std::string, std::string, bool>>{
-             {"2024.01.01", "2024.1.1", false},
-             {"2024.01.01", "2024.01.01\n", false},
-             {"2024.01.01", "2024.01.01.1", true},
-             {"2024.01.01.1", "2024.01.01", false},
-             {"2024.02.01", "2024.01.31", false},
-             {"2024.01.31\n", "2024.02.01", true},
-             {"", "x", false},
-             {"x", "", false},
-         })
-        EXPECT_EQ(Peer::Newer(*plugin_, before, after), newer) << before << " " << after;
+    for (auto const& [before, after] : Rows{{"2024.01.01", "2024.01.01.1"}, {"2024.01.31\n", "2024.02.01"}}) {
+        EXPECT_TRUE(Peer::Newer(*plugin_, before, after)) << after;
+        EXPECT_FALSE(Peer::Newer(*plugin_, after, before)) << after;
+    }
+    for (auto const& [before, after] : Rows{{"2024.01.01", "2024.1.1\n"}, {"", "x"}, {"x", ""}})
+        EXPECT_FALSE(Peer::Newer(*plugin_, before, after)) << after;
     EXPECT_THROW(Peer::Newer(*plugin_, "nightly", "1"), std::invalid_argument);
     EXPECT_THROW(Peer::Newer(*plugin_, "1", "99999999999"), std::out_of_range);
 }
 
 TEST_F(HVDownloadPluginTest, AVersionIsWhatTheToolPrints) {
-    plugin_->SetLocalPluginInstallPath(folder_);
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
     EXPECT_EQ(plugin_->LocalPluginVersion(), "2024.01.01") << "no tool";
-    PutProgram(File("yt-dlp"), "echo warning >&2; echo 2025.05.05");
+    PutProgram("yt-dlp", "echo warning >&2; echo 2025.05.05");
     EXPECT_EQ(plugin_->LocalPluginVersion(), "2025.05.05\n");
     EXPECT_EQ(plugin_->UpdatePluginTask(File("yt-dlp"), "--anything"), "2025.05.05\n");
     fs::permissions(File("yt-dlp"), fs::perms(0644));
@@ -145,24 +126,19 @@ TEST_F(HVDownloadPluginTest, AVersionIsWhatTheToolPrints) {
 }
 
 TEST_F(HVDownloadPluginTest, TheReleaseHostsAnswerIsReadWithCare) {
-    struct Row {
-        std::string status, answer, version;
-    };
-    for (auto const& row : std::vector<Row>{
-             {"200 OK", R"({"tag_name": "2026.10.26", "other": [NaN]})", "2026.10.26"},
-             {"200 OK", R"({"name": "x"})", ""},
-             {"200 OK", R"({"tag_name": 5})", ""},
-             {"200 OK", R"(["tag_name"])", ""},
-             {"200 OK", "<html>", ""},
-             {"200 OK", "", "2024.01.01"},
-             {"403 rate limit exceeded", R"({"message": "no"})", "2024.01.01"},
-         }) {
-        status_ = row.status;
-        answer_ = row.answer;
-        EXPECT_EQ(plugin_->GetLatestYtDlpVersion(), row.version) << row.answer;
+    for (auto const& [answer, version] : Rows{{R"({"tag_name": "2026.10.26", "other": [NaN]})", "2026.10.26"},
+                                              {R"({"name": "x"})", ""},
+                                              {R"({"tag_name": 5})", ""},
+                                              {R"(["tag_name"])", ""},
+                                              {"<html>", ""},
+                                              {"", "2024.01.01"},
+                                              {R"({"message": "no"})", "2024.01.01"}}) {
+        status_ = answer == R"({"message": "no"})" ? "403 rate limit exceeded" : "200 OK";
+        answer_ = answer;
+        EXPECT_EQ(plugin_->GetLatestYtDlpVersion(), version) << answer;
         EXPECT_EQ(asked_, "/repos/yt-dlp/yt-dlp/releases/latest");
         EXPECT_EQ(plugin_->GetLatestYtDlpVersionUrl(),
-                  server_.Url("/yt-dlp/yt-dlp/releases/download/") + row.version + "/yt-dlp.exe");
+                  server_.Url("/yt-dlp/yt-dlp/releases/download/") + version + "/yt-dlp.exe");
     }
 }
 
@@ -176,7 +152,7 @@ TEST_F(HVDownloadPluginTest, MirrorsComeFromTheApplicationThenTheEnvironment) {
 }
 
 TEST_F(HVDownloadPluginTest, AReleaseFileIsDownloadedBesideTheTool) {
-    plugin_->SetLocalPluginInstallPath(folder_);
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
     std::string version = "2026.10.26";
     answer_ = "program";
     EXPECT_TRUE(plugin_->DownloadLatestYtDlp(version)->Succeed());
@@ -187,7 +163,7 @@ TEST_F(HVDownloadPluginTest, AReleaseFileIsDownloadedBesideTheTool) {
 }
 
 TEST_F(HVDownloadPluginTest, WhetherANewerVersionExistsIsAskedForUnderTheOppositeName) {
-    plugin_->SetLocalPluginInstallPath(folder_);
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
     PutTool("2026.10.26", "false");
     EXPECT_FALSE(plugin_->LocalPluginIsUpToDate());
     PutTool("2026.10.25", "false");
@@ -204,39 +180,34 @@ TEST_F(HVDownloadPluginTest, AnUpdateWithoutAPathFailsAtOnce) {
 }
 
 TEST_F(HVDownloadPluginTest, TheOutcomeOfAnUpdateIsTold) {
-    plugin_->SetLocalPluginInstallPath(folder_);
-    std::ofstream(File("ffmpeg")) << "in place";
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
+    folder_.Put("ffmpeg", "in place");
     EXPECT_FALSE(plugin_->Outcome().finished);
     struct Row {
-        std::string version, update, status;
-        bool succeeds, asked, changed;
-        std::string offered, after, message;
+        std::string version, update;
+        char const* status;
+        std::string expected; ///< succeeded, asked the tool, changed; old, new and offered version
+        std::string message;
     };
     for (auto const& row : std::vector<Row>{
-             {"2025.01.01", "echo 2026.10.26 > version", "200 OK", true, true, true, "2026.10.26",
-              "2026.10.26", ""},
-             {"2026.10.26", "false", "200 OK", true, false, false, "2026.10.26", "2026.10.26", ""},
-             {"2027.01.01", "false", "200 OK", true, false, false, "2026.10.26", "2027.01.01", ""},
-             {"2025.01.01", "echo 'ERROR: no 100% way' >&2", "200 OK", true, true, false, "2026.10.26",
-              "2025.01.01", "ERROR: no 100% way"},
-             {"2025.01.01", "false", "500 Broken", true, false, false, "", "2025.01.01", "status 500"},
-             {"nightly", "false", "200 OK", false, false, false, "", "",
-              "\"nightly\" and \"2026.10.26\" can't be compared"},
+             {"2025.01.01", "echo 2026.10.26 > version", "200 OK", "1|1|1|2025.01.01|2026.10.26|2026.10.26",
+              ""},
+             {"2026.10.26", "false", "200 OK", "1|0|0|2026.10.26|2026.10.26|2026.10.26", ""},
+             {"2027.01.01", "false", "200 OK", "1|0|0|2027.01.01|2027.01.01|2026.10.26", ""},
+             {"2025.01.01", "echo 'ERROR: no 100% way' >&2", "200 OK",
+              "1|1|0|2025.01.01|2025.01.01|2026.10.26", "ERROR: no 100% way"},
+             {"2025.01.01", "false", "500 Broken", "1|0|0|2025.01.01|2025.01.01|", "status 500"},
+             {"nightly", "false", "200 OK", "0|0|0|||", "\"nightly\" and \"2026.10.26\" can't be compared"},
          }) {
-        SCOPED_TRACE(row.version + " " + row.update);
         fs::remove(File("asked"));
         PutTool(row.version, row.update);
         status_ = row.status;
-        auto const error = Update();
-        EXPECT_EQ(error->GetErrorCode(), row.succeeds ? HVErrorCodeSucceed : -1);
-        EXPECT_EQ(error->GetFunctionName(), "operator()");
-        EXPECT_EQ(fs::exists(File("asked")), row.asked);
+        bool const succeeded = Update()->Succeed();
         auto const outcome = plugin_->Outcome();
         EXPECT_TRUE(outcome.finished);
-        EXPECT_EQ(outcome.changed, row.changed);
-        EXPECT_EQ(outcome.oldVersion, row.succeeds ? row.version : "");
-        EXPECT_EQ(outcome.offeredVersion, row.offered);
-        EXPECT_EQ(outcome.newVersion, row.after);
+        EXPECT_EQ(Text(succeeded, fs::exists(File("asked")), outcome.changed, outcome.oldVersion,
+                       outcome.newVersion, outcome.offeredVersion),
+                  row.expected);
         EXPECT_THAT(outcome.message, HasSubstr(row.message));
         EXPECT_EQ(outcome.message.empty(), row.message.empty());
     }
@@ -246,7 +217,7 @@ TEST_F(HVDownloadPluginTest, AnEmptyFolderIsSeededFromTheBuiltInTools) {
     // Built-in tools of the test's own, unless the build has set up real ones beside this program.
     std::vector<std::string> made;
     if (!fs::exists(plugin_->PluginPathFile()) && !fs::exists(plugin_->FfmpegPathFile())) {
-        PutProgram(File("real-tool"), "echo 2026.10.26");
+        PutProgram("real-tool", "echo 2026.10.26");
         made = {plugin_->PluginPathFile(), plugin_->FfmpegPathFile()};
         for (auto const& path : made)
             fs::create_symlink(File("real-tool"), path);
@@ -271,7 +242,7 @@ TEST_F(HVDownloadPluginTest, AMissingFolderStillEndsInSuccess) {
 }
 
 TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherAndCancelWaits) {
-    plugin_->SetLocalPluginInstallPath(folder_);
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
     // Two at once would both find the mark.
     PutTool("2025.01.01", "if mkdir busy; then sleep 0.3; rmdir busy; else touch overlap; fi");
     std::atomic<int> first = 0;
@@ -296,7 +267,7 @@ TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherAndCancelWaits) {
 }
 
 TEST_F(HVDownloadPluginTest, AnUpdateOutlivesItsOwnerAndAThrowingFunction) {
-    plugin_->SetLocalPluginInstallPath(folder_);
+    plugin_->SetLocalPluginInstallPath(folder_.Path());
     PutTool("2026.10.26", "true");
     std::promise<void> told;
     plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) {

@@ -1,13 +1,10 @@
 #include "HVToolBytecode.h"
+#include "Folder.h"
 #include "HVToolAside.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace Halvorn {
 namespace {
@@ -17,17 +14,10 @@ using testing::HasSubstr;
 
 class HVToolBytecodeTest : public testing::Test {
 protected:
-    HVToolBytecodeTest() { fs::create_directory(folder_); }
-    ~HVToolBytecodeTest() override { fs::remove_all(folder_); }
-
     std::string File(std::string const& name) const { return folder_ / name; }
-    std::string Content(std::string const& name) const {
-        std::ifstream file(File(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Content(std::string const& name) const { return folder_.Get(name); }
     void Put(std::string const& name, std::string const& content) const {
-        std::ofstream(File(name), std::ios::binary) << content;
-        fs::permissions(File(name), fs::perms(0755));
+        fs::permissions(folder_.Put(name, content), fs::perms(0755));
     }
     /// A tool of that form, which tells its version from a module of its own.
     void PutTool(std::string const& firstLine, std::string const& main = "import part") const {
@@ -35,7 +25,7 @@ protected:
         Put("__main__.py", main);
         Put("part/__init__.py", "from . import version");
         Put("part/version.py", "print('2025.01.01')");
-        ASSERT_EQ(std::system(("cd '" + folder_.string() +
+        ASSERT_EQ(std::system(("cd '" + folder_.Path() +
                                "' && rm -f zip && python3 -m zipfile -c zip __main__.py part")
                                   .c_str()),
                   0);
@@ -45,7 +35,7 @@ protected:
         return AddToolBytecode(File("yt-dlp"), File("yt-dlp"), silence);
     }
 
-    fs::path const folder_ = fs::temp_directory_path() / ("bytecode" + std::to_string(getpid()));
+    Folder const folder_;
 };
 
 TEST_F(HVToolBytecodeTest, SourcesAloneGetTheirBytecodeOnce) {
@@ -69,36 +59,28 @@ TEST_F(HVToolBytecodeTest, SourcesAloneGetTheirBytecodeOnce) {
 }
 
 TEST_F(HVToolBytecodeTest, AFaultLeavesTheToolAsItWas) {
-    struct Row {
-        char const* name;
-        std::string line, main;
-        std::string interpreter; ///< of the folder; none when empty
-    };
-    std::string const own = "#!" + File("python");
-    for (auto const& row : std::vector<Row>{
-             {"no python", own, "import part", ""},
-             {"a hung python", own, "import part", "echo .; exec sleep 1000"},
-             {"a python that fails", own, "import part", "echo no room >&2; exit 1"},
-             {"a python that says it is done and is not", own, "import part", "echo prepared"},
-             {"another interpreter", "#!/bin/sh", "import part", ""},
-             {"a tool that does not run", "#!/usr/bin/env python3", "import missing", ""},
-             {"no room", own, "import part", "ulimit -f 1; exec python3 \"$@\""},
-         }) {
-        SCOPED_TRACE(row.name);
+    // What the interpreter does: it hangs, fails, says that it is done and is not, has no room, is missing.
+    for (std::string const interpreter : {"echo .; exec sleep 1000", "echo no room >&2; exit 1",
+                                          "echo prepared", "ulimit -f 1; exec python3 \"$@\"", ""}) {
+        SCOPED_TRACE(interpreter);
         fs::remove(File("python"));
-        if (!row.interpreter.empty())
-            Put("python", "#!/bin/sh\n" + row.interpreter + "\n");
-        PutTool(row.line, row.main);
+        if (!interpreter.empty())
+            Put("python", "#!/bin/sh\n" + interpreter + "\n");
+        PutTool("#!" + File("python"));
         std::string const before = Content("yt-dlp");
-        EXPECT_FALSE(Add(row.interpreter.ends_with("1000") ? 200 : 60'000));
+        EXPECT_FALSE(Add(interpreter.ends_with("1000") ? 200 : 60'000));
         EXPECT_TRUE(Content("yt-dlp") == before);
-        for (auto const& entry : fs::directory_iterator(folder_))
+        for (auto const& entry : fs::directory_iterator(folder_.Path()))
             EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
     }
-    Put("yt-dlp", "#!/usr/bin/env python3\nimport yt_dlp");
+    PutTool("#!/bin/sh");
     EXPECT_FALSE(Add());
-    Put("yt-dlp", "");
+    PutTool("#!/usr/bin/env python3", "import missing");
     EXPECT_FALSE(Add());
+    for (char const* text : {"#!/usr/bin/env python3\nimport yt_dlp", ""}) {
+        Put("yt-dlp", text);
+        EXPECT_FALSE(Add());
+    }
 }
 
 TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
@@ -107,7 +89,7 @@ TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
     Put(".reelhaul-fresh.part", "another process's");
     fs::last_write_time(File(".reelhaul-crashed.part"),
                         fs::file_time_type::clock::now() - std::chrono::hours(24));
-    HVToolAside::RemoveLeftovers(folder_);
+    HVToolAside::RemoveLeftovers(folder_.Path());
     EXPECT_FALSE(fs::exists(File(".reelhaul-crashed.part")));
     EXPECT_TRUE(fs::exists(File(".reelhaul-fresh.part")));
     {
@@ -121,7 +103,7 @@ TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
         EXPECT_TRUE(fs::exists(second.Path()));
     }
     EXPECT_EQ(Content("yt-dlp"), "newer");
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2);
+    EXPECT_EQ(folder_.Count(), 2);
 }
 
 } // namespace
