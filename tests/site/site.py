@@ -148,9 +148,10 @@ class Handler(BaseHTTPRequestHandler):
             self.text("nothing here\n", status=404)
 
     def describe(self, description):
-        """A page's or a list's description; what the query says behind "media." goes to the media."""
+        """A page's or a list's description; ?title=TEXT gives it another title, and what is said behind "media." goes to the media."""
         if description is None:
             return self.text("no such page\n", status=404)
+        description["title"] = self.query.get("title", description["title"])
         passed_on = {key.removeprefix("media."): value for key, value in self.query.items() if key.startswith("media.")}
         for part in description.get("formats", []) + description.get("manifests", []):
             part["url"] = add_query(part["url"], passed_on)
