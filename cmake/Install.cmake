@@ -1,6 +1,5 @@
 # Where things go. The library stands in a folder of its own beneath the system's, since the built-in copies of the
 # tools stand beside it; a link in the system's folder leads there.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(home ${CMAKE_INSTALL_LIBDIR}/reelhaul)
@@ -23,13 +22,12 @@ if(REELHAUL_TOOLS_DIR)
       if(real MATCHES \"^/usr/\")
         file(CREATE_LINK \"\${real}\" \"\${folder}/\${tool}\" SYMBOLIC)
       else()
-        file(INSTALL \"\${real}\" DESTINATION \"\${folder}\" USE_SOURCE_PERMISSIONS)
+        file(INSTALL \"\${real}\" DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${home}\" USE_SOURCE_PERMISSIONS)
       endif()
     endforeach()")
 endif()
 if(REELHAUL_COMMAND)
   install(TARGETS reelhaul_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR})
 endif()
 if(REELHAUL_TESTKIT)
   install(TARGETS scripted_tool RUNTIME DESTINATION ${home}/testkit)

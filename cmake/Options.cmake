@@ -26,6 +26,9 @@ if(REELHAUL_TOP_LEVEL)
   endif()
 endif()
 
+set(CMAKE_INSTALL_DOCDIR share/doc/reelhaul CACHE PATH "Folder of the documents")
+include(GNUInstallDirs)
+
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 find_package(CURL REQUIRED)
@@ -38,6 +41,10 @@ target_compile_options(reelhaul_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-qual
   -Wformat-security -Wunused -Wextra-semi
   $<$<BOOL:${REELHAUL_WERROR}>:-Werror>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # With -O3 it warns of what its own string library does.
+  target_compile_options(reelhaul_flags INTERFACE -Wno-restrict)
+endif()
 if(REELHAUL_SANITIZE)
   target_compile_options(reelhaul_flags INTERFACE -fsanitize=${REELHAUL_SANITIZE} -fno-omit-frame-pointer
                          -fno-sanitize-recover=all)

@@ -10,6 +10,10 @@ PACKAGES_build=(g++ cmake ninja-build pkg-config ccache rapidjson-dev libcurl4-o
 # shellcheck disable=SC2034
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
   procps util-linux openssl chromium man-db libglib2.0-dev doxygen)
+# shellcheck disable=SC2034
+PACKAGES_package=(dpkg-dev file)
+# shellcheck disable=SC2034
+PACKAGES_debootstrap=(debootstrap)
 
 # install_packages GROUP... : installs what is missing of the groups; says nothing when all is there.
 install_packages() {
