@@ -1,9 +1,16 @@
 # Where things go. The library stands in a folder of its own beneath the system's, since the built-in copies of the
-# tools stand beside it; a link in the system's folder leads there.
+# tools stand beside it; a link in the system's folder leads there. On macOS the framework is that folder.
 include(CMakePackageConfigHelpers)
 
 set(home ${CMAKE_INSTALL_LIBDIR}/reelhaul)
-install(TARGETS reelhaul EXPORT ReelhaulTargets LIBRARY DESTINATION ${home})
+set(testkit ${home}/testkit)
+set(link_flags "-L\${libdir} -lreelhaul")
+if(APPLE)
+  set(home ${CMAKE_INSTALL_LIBDIR}/Reelhaul.framework/Versions/A)
+  set(link_flags "-F\${libdir} -framework Reelhaul")
+endif()
+install(TARGETS reelhaul EXPORT ReelhaulTargets LIBRARY DESTINATION ${home}
+        FRAMEWORK DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${REELHAUL_PUBLIC_HEADER_FILES} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Reelhaul)
 target_include_directories(reelhaul INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 if(NOT APPLE)
@@ -30,9 +37,9 @@ if(REELHAUL_COMMAND)
   install(TARGETS reelhaul_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 if(REELHAUL_TESTKIT)
-  install(TARGETS scripted_tool RUNTIME DESTINATION ${home}/testkit)
-  install(FILES tests/tool/README.md ${PROJECT_BINARY_DIR}/tests/tool/ffmpeg DESTINATION ${home}/testkit)
-  install(DIRECTORY tests/tool/sites DESTINATION ${home}/testkit)
+  install(TARGETS scripted_tool RUNTIME DESTINATION ${testkit})
+  install(FILES tests/tool/README.md ${PROJECT_BINARY_DIR}/tests/tool/ffmpeg DESTINATION ${testkit})
+  install(DIRECTORY tests/tool/sites DESTINATION ${testkit})
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
@@ -41,7 +48,7 @@ set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Reelhaul)
 install(EXPORT ReelhaulTargets NAMESPACE Reelhaul:: DESTINATION ${package})
 set_target_properties(reelhaul PROPERTIES EXPORT_NAME Reelhaul)
 configure_package_config_file(cmake/ReelhaulConfig.cmake.in ${PROJECT_BINARY_DIR}/install/ReelhaulConfig.cmake
-                              INSTALL_DESTINATION ${package} PATH_VARS home)
+                              INSTALL_DESTINATION ${package} PATH_VARS testkit)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/install/ReelhaulConfigVersion.cmake
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/install/ReelhaulConfig.cmake

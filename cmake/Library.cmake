@@ -45,6 +45,14 @@ target_include_directories(reelhaul INTERFACE $<BUILD_INTERFACE:${REELHAUL_INCLU
 set_target_properties(reelhaul PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
   LINKER_LANGUAGE CXX)
 
+# On macOS an application takes the library with it as a framework, the headers and the tools in it.
+if(APPLE)
+  target_sources(reelhaul PRIVATE ${REELHAUL_PUBLIC_HEADER_FILES})
+  set_target_properties(reelhaul PROPERTIES FRAMEWORK ON FRAMEWORK_VERSION A OUTPUT_NAME Reelhaul
+    PUBLIC_HEADER "${REELHAUL_PUBLIC_HEADER_FILES}" MACOSX_FRAMEWORK_IDENTIFIER reelhaul.Reelhaul
+    MACOSX_FRAMEWORK_SHORT_VERSION_STRING ${PROJECT_VERSION} MACOSX_FRAMEWORK_BUNDLE_VERSION ${PROJECT_VERSION})
+endif()
+
 # Templates of the standard library are visible by their own headers' wish; they are no interface of ours.
 if(NOT APPLE)
   target_link_options(reelhaul PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
