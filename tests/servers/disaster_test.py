@@ -9,7 +9,7 @@ import subprocess
 import time
 from pathlib import Path
 
-from servers import COMMAND, SITE, TOOL, ServerTest
+from servers import COMMAND, TOOL, ServerTest
 
 FFPROBE = TOOL.parent / "ffprobe"
 
@@ -19,27 +19,12 @@ def seconds_of(file):
                                 capture_output=True, text=True, check=True).stdout)
 
 
-def processes_with(text):
-    """Those in whose environment the text stands."""
-    found = []
-    for folder in Path("/proc").glob("[0-9]*"):
-        try:
-            if text.encode() in (folder / "environ").read_bytes():
-                found.append((folder / "cmdline").read_bytes().replace(b"\0", b" ").decode())
-        except OSError:
-            pass  # it has ended
-    return found
-
-
 class DisasterTest(ServerTest):
     def setUp(self):
         super().setUp()
-        self.temporary = self.folder / "temporary"
         self.out = self.folder / "out"
-        self.environment = {**os.environ, "PYTHONPATH": str(SITE / "plugin"), "TMPDIR": str(self.temporary),
-                            "REELHAUL_SETTINGS": str(self.folder / "settings")}
-        for folder in (self.temporary, self.out):
-            folder.mkdir()
+        self.out.mkdir()
+        self.environment = self.environment_of_command()
 
     def get_command(self, *arguments):
         return [COMMAND, "get", "--quiet", "-o", self.out, *arguments]
@@ -51,7 +36,7 @@ class DisasterTest(ServerTest):
 class KillTest(DisasterTest):
     def wait_for_processes(self):
         until = time.monotonic() + 10
-        while (left := processes_with(str(self.temporary))) and time.monotonic() < until:
+        while (left := self.processes()) and time.monotonic() < until:
             time.sleep(0.02)
         self.assertEqual(left, [])
 

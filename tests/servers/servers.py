@@ -5,6 +5,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -44,9 +45,28 @@ class CommandTest(unittest.TestCase):
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="reelhaul-servers."))
         self.addCleanup(shutil.rmtree, self.folder)
+        self.temporary = self.folder / "temporary"
+        self.temporary.mkdir()
+
+    def processes(self):
+        """Command lines of the processes that have been started in the folder's name and are left."""
+        found = []
+        for process in Path("/proc").glob("[0-9]*"):
+            try:
+                if f"TMPDIR={self.temporary}".encode() in (process / "environ").read_bytes():
+                    found.append((process / "cmdline").read_bytes().replace(b"\0", b" ").decode())
+            except OSError:
+                pass  # it has ended
+        return found
+
+    def assert_nothing_left(self):
+        until = time.monotonic() + 10
+        while self.processes() and time.monotonic() < until:
+            time.sleep(0.02)
+        self.assertEqual((self.processes(), list(self.temporary.iterdir())), ([], []))
 
     def environment_of_command(self, **environment):
-        return {**os.environ, "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
+        return {**os.environ, "TMPDIR": str(self.temporary), "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
                 **{name: str(value) for name, value in environment.items()}}
 
     def run_command(self, *arguments, stdin="", **environment):

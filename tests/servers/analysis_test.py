@@ -1,0 +1,103 @@
+"""Addresses of the site, and some that are none, analysed with the real tool."""
+
+import json
+import re
+import urllib.request
+from concurrent.futures import ThreadPoolExecutor
+
+from servers import ServerTest
+
+
+def codes(item):
+    return " ".join(form["code"] for form in item["formats"])
+
+
+class AnalysisTest(ServerTest):
+    def tearDown(self):
+        self.assert_nothing_left()
+
+    def info(self, path, *arguments):
+        return json.loads(self.succeeds("info", "--json", *arguments, f"{self.site.address}/{path}").stdout)
+
+    def infos(self, rows, *arguments):
+        """Each row with the document of its path, which is its first."""
+        with ThreadPoolExecutor(6) as pool:
+            return list(zip(rows, pool.map(lambda row: self.info(row[0], *arguments), rows)))
+
+    def test_items_and_their_formats_best_first(self):
+        odd = "Oddities: NaN, Infinity, huge numbers, nulls, repeated ids"
+        rows = (
+            ("list/mixed", ["Merged mp4 8", "Combined 8"], "video640mp4+audio-en video320mp4+audio-en audio-en"),
+            ("list/feed", ["Combined 8", "Merged mp4 8"], "combined640-mp4 combined320-mp4 combined-webm"),
+            # A whole video that the tool would take in one file has that file's address.
+            ("list/whole", ["combined640 0", "Merged mp4 8", "Two languages 8"], "mp4"),
+            # One block for each language.
+            ("watch/two-languages", ["Two languages 8"], "video640mp4+audio-en audio-en video640mp4+audio-fr audio-fr"),
+            ("watch/merged-webm", ["Merged webm 8"], "video640webm+audio-opus video320webm+audio-opus audio-opus"),
+            ("watch/oddities", [odd + " 8"], "video640mp4+audio-en combined320-mp4 audio-en"),
+            ("watch/hls", ["HLS 8"], "1280 640"),
+            ("watch/dash", ["DASH 8"], "1+2 0+2 2"),
+            ("watch/live", ["Live 0 live"], "0"),
+            ("direct/combined320.mp4", ["combined320 0"], "mp4"))
+        for (path, items, formats), document in self.infos(rows):
+            with self.subTest(path):
+                self.assertEqual(document["title"] if "items" in document else "", f"List {path[5:]}" if path[:4] == "list" else "")
+                found = document.get("items", [document])
+                self.assertEqual([f"{item['title']} {item['duration_seconds']}{' live' * item['live']}" for item in found], items)
+                self.assertEqual(codes(found[0]), formats)
+        self.assertEqual(len(self.info("watch/big")["formats"]), 2000)
+
+    def test_the_best_thumbnail_but_no_webp(self):
+        for page, file in (("thumbnails", "huge.jpg"), ("webp", "middle.png")):
+            thumbnail = self.info(f"watch/{page}")["thumbnail"]
+            self.assertEqual(thumbnail["url"], f"{self.site.address}/media/{file}")
+            with urllib.request.urlopen(thumbnail["url"]) as picture:
+                self.assertEqual(thumbnail["bytes"], len(picture.read()))
+
+    def test_captions_by_name_with_their_formats(self):
+        subtitles = self.info("watch/subtitles")["subtitles"]
+        self.assertEqual([f"{one['code']} {one['name']}" for one in subtitles],
+                         ["ja 日本語", "en English", "fr Français", "pt-BR Português (Brasil)"])
+        self.assertTrue(all(one["formats"] == ["json3", "srt", "vtt"] for one in subtitles))
+
+    def test_failures_in_the_tools_own_words(self):
+        for address, words in ((self.page("combined?status=404"), "[reelhaul-site] combined: Unable to download"),
+                               (self.page("combined?cut=10"), "[reelhaul-site] combined:"),
+                               (self.page("empty-formats"), "No video formats found"),
+                               (f"{self.site.address}/list/empty", "NO play list item found."),
+                               (f"{self.site.address}/list/all-fail", "HTTP Error 404"),
+                               (f"{self.site.address}/", "Unsupported URL"),
+                               ("http://127.0.0.1:1/watch/combined", "Connection refused"),
+                               ("no address", "'no address' is not a valid URL")):
+            with self.subTest(address):
+                self.assertEqual(self.fails(words, "info", address).stdout, "")
+        self.assertIn("is not a valid URL", self.fails("", "info", "--", "-a/etc/hostname").stderr)
+        self.fails("404", "info", "--text", self.page("nothing"))
+
+    def test_the_tables_for_people_tell_the_same(self):
+        common = ("code", "extension", "resolution", "width", "height", "fps", "audio_only", "video_only", "merged")
+        for page in ("merged-mp4", "two-languages", "combined", "merged-webm"):
+            with self.subTest(page):
+                known = {tuple(form[key] for key in common): form for form in self.info(f"watch/{page}")["formats"]}
+                for form in self.info(f"watch/{page}", "--text")["formats"]:
+                    other = known[tuple(form[key] for key in common)]
+                    # The table rounds sizes to hundredths of its unit.
+                    self.assertAlmostEqual(form["size"], other["size"], delta=0.01 * other["size"] + 16)
+                    both = [re.match(r"\w+\((\w+,\w+)", text["description"]) for text in (form, other)] if form["merged"] else []
+                    self.assertEqual(len({codec[1] for codec in both}), len(both) // 2)
+
+    def test_lists_names_and_vanished_columns_of_the_tables(self):
+        rows = (
+            ("list/mixed", 2, "video640mp4+audio-en video320mp4+audio-en audio-en", "Merged mp4"),
+            ("list/whole", 3, "combined640-mp4 combined320-mp4 combined-webm", "Combined"),
+            ("watch/japanese", 0, "video640mp4+audio-en combined320-mp4 audio-en", "日本語"),
+            # One row with nothing known: most columns are gone, and the line of the duration, so that the row itself
+            # is taken for the name.
+            ("watch/live", 0, "0", "mp4"))
+        for (path, count, formats, name), document in self.infos(rows, "--text"):
+            with self.subTest(path):
+                items = document.get("items", [])
+                self.assertEqual(len(items), count)
+                item = (items or [document])[0]
+                self.assertEqual(codes(item), formats)
+                self.assertIn(name, item["file_name"])
