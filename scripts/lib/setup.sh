@@ -22,7 +22,7 @@ install_packages() {
     say "install what is needed first: brew install cmake ninja ccache rapidjson curl cli11 googletest google-benchmark glib doxygen yt-dlp ffmpeg deno"
     exit 1
   fi
-  local group wanted=() missing=() name
+  local group wanted=() missing=() name log
   for group in "$@"; do
     local -n list="PACKAGES_$group"
     wanted+=("${list[@]}")
@@ -46,9 +46,18 @@ install_packages() {
     }
     as_root=(sudo)
   fi
-  say "installing packages: ${missing[*]}"
-  "${as_root[@]}" apt-get update -qq
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+  # Hundreds of lines come from this on a fresh machine; they matter only when it fails.
+  say "installing packages, which may take some minutes: ${missing[*]}"
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update -qq &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"; } \
+    >"$log" 2>&1; then
+    cat "$log" >&2
+    say "the packages could not be installed; what apt-get says is above"
+    rm -f "$log"
+    exit 1
+  fi
+  rm -f "$log"
 }
 
 jobs_to_run() { nproc 2>/dev/null || sysctl -n hw.ncpu 2>/dev/null || echo 2; }
