@@ -65,6 +65,7 @@ class UsageTest(ScriptedTest):
             ("info x --proxy ftp://h", "socks5://"),
             ("info x --proxy http://", "host"),
             ("info x --proxy http://h:0", "65535"),
+            ("info x --proxy http://h:65536", "65535"),
             ("info x --proxy http://:p@h", "user name"),
             ("info x --proxy http://h/path", "nothing may follow"),
             ("info x --username u", "--password"),

@@ -124,27 +124,22 @@ TEST(FormatMerging, GoesByTheContainersAlone) {
 }
 
 TEST(MergedFormat, TellsWhatTheJoinNeeds) {
-    struct Row {
-        char const* video;
-        char const* audio;
-        bool forceMKV;
-        char const* expected;
-    };
-    for (Row const& row : {
-             Row{"mp4", "mp3", false, "mp4|ffmpeg:-c:a aac -strict -2"},
-             Row{"mp4", "m4a", false, "mp4|"},
-             Row{"webm", "mp3", false, "webm|ffmpeg:-c:a libopus"},
-             Row{"webm", "m4a", false, "webm|ffmpeg:-c:a libopus"},
-             Row{"webm", "weba", false, "webm|"},
-             Row{"mkv", "mp3", false, "mkv|"},
-             Row{"mp4", "mp3", true, "mkv|"},
-             Row{"webm", "m4a", true, "mkv|"},
-         }) {
+    std::string const opus = "webm|ffmpeg:-c:a libopus";
+    for (auto const& [halves, expected] : Rows{{"mp4 mp3", "mp4|ffmpeg:-c:a aac -strict -2"},
+                                               {"mp4 m4a", "mp4|"},
+                                               {"webm mp3", opus},
+                                               {"webm m4a", opus},
+                                               {"webm weba", "webm|"},
+                                               {"mkv mp3", "mkv|"},
+                                               {"mp4 mp3 mkv", "mkv|"},
+                                               {"webm m4a mkv", "mkv|"}}) {
+        std::istringstream words(halves);
+        std::string video, audio, forced;
+        words >> video >> audio >> forced;
         auto const merged =
-            IHVDownloadFormat::MergeDownloadFormat(Audio(row.audio), Video(row.video), row.forceMKV);
-        EXPECT_EQ(Text(merged->Extension(), merged->PostProcessingOpts()), row.expected)
-            << row.video << row.audio;
-        EXPECT_EQ(merged->MergeFormatName(), row.video);
+            IHVDownloadFormat::MergeDownloadFormat(Audio(audio), Video(video), forced == "mkv");
+        EXPECT_EQ(Text(merged->Extension(), merged->PostProcessingOpts()), expected) << halves;
+        EXPECT_EQ(merged->MergeFormatName(), video);
     }
 }
 

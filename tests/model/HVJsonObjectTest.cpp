@@ -122,18 +122,5 @@ TEST(JsonDocuments, LoadWhatTheyAreFor) {
     EXPECT_EQ(entry.GetFormatJsonObject(0)->GetFormatCode(), "1");
 }
 
-TEST(JsonDocuments, AnswerEmptyWithoutANode) {
-    HVJsonObjectPlayItem const item;
-    EXPECT_EQ(Text(item.GetFormatsCount(), item.GetThumbnailCount(), item.GetSubtitleCount("x"),
-                   item.GetFileName(), item.GetDurationSeconds(), item.IsLiveStream(),
-                   item.GetSubtitleNameVector().size(), item.GetFormatJsonObject(0)->GetFileSize(),
-                   item.GetSubtitleJsonObject("x")->GetName("x")),
-              "0|0|0||0|0|0|0|");
-    HVJsonObjectPlayList const list;
-    EXPECT_EQ(Text(list.GetEntriesCount(), list.GetEntriesJsonObject(0)->GetURL(),
-                   list.GetThumbJsonObject(0)->GetURL(), list.GetID()),
-              "0|||");
-}
-
 } // namespace
 } // namespace Halvorn

@@ -39,7 +39,7 @@ protected:
         auto const queue = IHVDownloadControllers::MallocDownloadControllers();
         std::atomic<int> ends = 0;
         for (int row = 0; row < count; ++row) {
-            std::string const script = row % 5 == 0 ? "write +.part 9;exit 1" : "progress 50;write . 1";
+            std::string const script = row % 5 == 0 ? "write +.part +9;exit 1" : "progress 50;write . 1";
             auto const controller = IHVDownloadController::MallocDownloadController(
                 Item("scripted:" + script, std::to_string(row)), out_);
             controller->SetDownloadCompleteFunc([&](auto const&) { ++ends; });

@@ -42,7 +42,7 @@ protected:
         Put("picture", "write . 9");
         Put("bad", "line null\nerrline ERROR: private\nexit 1");
         Put("list", R"(line {"_type":"playlist","entries":[{"url":"script:item"},{"url":"script:bad"}]})");
-        Put("download", "progress 50\nwrite +.part 9\nwrite . 1000\nwrite .fr.vtt 5");
+        Put("download", "progress 50\nwrite +.part +9\nwrite . 1000\nwrite .fr.vtt 5");
     }
     void Analyse() {
         Recorder recorder;

@@ -24,11 +24,6 @@ THUMBNAILS = [("small", "jpg", 120, 68), ("middle", "png", 320, 180), ("large", 
 LARGE_FILE_BYTES = 8_000_000
 
 
-def default_folder():
-    cache = os.environ.get("XDG_CACHE_HOME") or os.path.expanduser("~/.cache")
-    return Path(os.environ.get("REELHAUL_MEDIA_DIR") or os.path.join(cache, "reelhaul-media"))
-
-
 def ffmpeg(folder, *arguments):
     command = ["ffmpeg", "-v", "error", "-nostdin", "-y", *map(str, arguments)]
     result = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True)
@@ -97,9 +92,10 @@ def make_odd_files(folder):
     (folder / "unending.m4a").write_text("\n".join(lines) + "\n")
 
 
-def prepare(folder=None):
+def prepare():
     """Returns the folder with all media, making it first if need be."""
-    folder = Path(folder) if folder else default_folder()
+    cache = os.environ.get("XDG_CACHE_HOME") or os.path.expanduser("~/.cache")
+    folder = Path(os.environ.get("REELHAUL_MEDIA_DIR") or os.path.join(cache, "reelhaul-media"))
     recipe = hashlib.sha256(Path(__file__).read_bytes()).hexdigest()[:12]
     ready = folder / recipe
     if ready.is_dir():
@@ -119,7 +115,3 @@ def prepare(folder=None):
             if not ready.is_dir():  # else another maker was faster
                 raise
     return ready
-
-
-if __name__ == "__main__":
-    print(prepare(*sys.argv[1:2]))

@@ -213,27 +213,6 @@ TEST_F(HVDownloadPluginTest, TheOutcomeOfAnUpdateIsTold) {
     }
 }
 
-TEST_F(HVDownloadPluginTest, AnEmptyFolderIsSeededFromTheBuiltInTools) {
-    // Built-in tools of the test's own, unless the build has set up real ones beside this program.
-    std::vector<std::string> made;
-    if (!fs::exists(plugin_->PluginPathFile()) && !fs::exists(plugin_->FfmpegPathFile())) {
-        PutProgram("real-tool", "echo 2026.10.26");
-        made = {plugin_->PluginPathFile(), plugin_->FfmpegPathFile()};
-        for (auto const& path : made)
-            fs::create_symlink(File("real-tool"), path);
-    }
-    fs::create_directory(File("local"));
-    plugin_->SetLocalPluginInstallPath(File("local"));
-    EXPECT_TRUE(Update()->Succeed());
-    for (auto const* name : {"local/yt-dlp", "local/ffmpeg"}) {
-        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(File(name)))) << name;
-        EXPECT_EQ(fs::status(File(name)).permissions() & fs::perms(0100), fs::perms(0100)) << name;
-    }
-    EXPECT_EQ(plugin_->Outcome().newVersion + "\n", plugin_->BuiltInPluginVersion());
-    for (auto const& path : made)
-        fs::remove(path);
-}
-
 TEST_F(HVDownloadPluginTest, AMissingFolderStillEndsInSuccess) {
     plugin_->SetLocalPluginInstallPath(File("missing"));
     EXPECT_TRUE(Update()->Succeed());
