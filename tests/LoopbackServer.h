@@ -21,15 +21,13 @@ public:
 
     explicit LoopbackServer(Handler handler)
         : handler_(std::move(handler)), listener_(socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* const any = reinterpret_cast<sockaddr*>(&address);
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address_;
+        auto* const any = reinterpret_cast<sockaddr*>(&address_);
         if (bind(listener_, any, size) != 0 || listen(listener_, 64) != 0 ||
             getsockname(listener_, any, &size) != 0)
             throw std::runtime_error("no loopback server");
-        port_ = address.sin_port;
         // Whoever hangs up on us must not end the test.
         std::signal(SIGPIPE, SIG_IGN);
         acceptor_ = std::thread([this] { Accept(); });
@@ -37,12 +35,8 @@ public:
     ~LoopbackServer() {
         // A connection wakes the acceptor on every system; shutting the listener down doesn't.
         stopping_ = true;
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = port_;
         int const waker = socket(AF_INET, SOCK_STREAM, 0);
-        static_cast<void>(connect(waker, reinterpret_cast<sockaddr*>(&address), sizeof address));
+        static_cast<void>(connect(waker, reinterpret_cast<sockaddr*>(&address_), sizeof address_));
         acceptor_.join();
         close(waker);
         for (auto& connection : connections_)
@@ -53,7 +47,7 @@ public:
     LoopbackServer& operator=(LoopbackServer const&) = delete;
 
     std::string Url(std::string const& path = {}) const {
-        return "http://127.0.0.1:" + std::to_string(ntohs(port_)) + path;
+        return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + path;
     }
 
     static bool Send(int connection, std::string const& text) {
@@ -103,7 +97,7 @@ private:
 
     Handler handler_;
     int listener_;
-    in_port_t port_ = 0; ///< in the network's order
+    sockaddr_in address_{};
     std::atomic<bool> stopping_ = false;
     std::list<std::thread> connections_;
     std::thread acceptor_;

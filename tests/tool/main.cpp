@@ -109,26 +109,14 @@ std::string Unescaped(std::string_view text) {
             result += text[i];
             continue;
         }
-        switch (char const letter = text[++i]) {
-        case 'n':
-            result += '\n';
-            break;
-        case 'r':
-            result += '\r';
-            break;
-        case 't':
-            result += '\t';
-            break;
-        case 's':
-            result += ';';
-            break;
-        case 'x':
+        char const letter = text[++i];
+        if (letter == 'x') {
             result += static_cast<char>(std::strtol(std::string(text.substr(i + 1, 2)).c_str(), nullptr, 16));
             i += 2;
-            break;
-        default:
-            result += letter;
+            continue;
         }
+        auto const named = std::string_view("nrts").find(letter);
+        result += named == std::string_view::npos ? letter : "\n\r\t;"[named];
     }
     return result;
 }
