@@ -16,7 +16,8 @@ VIDEO, SOUND = {"ext": "mp4", "vcodec": "avc1.1", "width": 640, "height": 360}, 
 ITEM = json.dumps({"id": "i", "title": TITLE, "duration": 65, "formats": [
     {**VIDEO, "format_id": "v", "acodec": "none", "resolution": "640x360", "fps": 29.97, "filesize": 1000},
     {**SOUND, "format_id": "a", "ext": "m4a", "resolution": "audio only", "filesize": 500, "abr": 64},
-    {**VIDEO, "format_id": "7", "acodec": "mp4a.40", "resolution": "320x180", "width": 320, "height": 180, "filesize": 400}],
+    {**VIDEO, "format_id": "7", "acodec": "mp4a.40", "resolution": "320x180", "width": 320, "height": 180,
+     "filesize": 400}],
     "automatic_captions": {"en": [{"ext": "vtt", "url": "http://127.0.0.1/en.vtt", "name": "English"}]}})
 LIST = json.dumps({"_type": "playlist", "title": "L", "id": "l", "entries": [
     {"url": "script:item"}, {"url": "scripted:err ERROR: gone"}, {"url": "script:item"}]})
@@ -104,8 +105,10 @@ class InfoTest(ScriptedTest):
         run = self.run_with_tool("info", "--json", "script:item")
         self.assertNotIn("\x9b", run.stdout)
         item = json.loads(run.stdout)
-        self.assertEqual([item[key] for key in ("kind", "title", "duration_seconds", "thumbnail")], ["item", TITLE, 65, None])
-        self.assertEqual([item["formats"][0][key] for key in ("code", "merged", "fps", "size")], ["v+a", True, 29.97, 1500])
+        self.assertEqual([item[key] for key in ("kind", "title", "duration_seconds", "thumbnail")],
+                         ["item", TITLE, 65, None])
+        self.assertEqual([item["formats"][0][key] for key in ("code", "merged", "fps", "size")],
+                         ["v+a", True, 29.97, 1500])
         self.assertEqual(item["subtitles"][0]["formats"], ["vtt"])
 
     def test_a_playlist_with_a_count_of_what_did_not_load(self):
@@ -118,7 +121,8 @@ class InfoTest(ScriptedTest):
 
 class GetTest(ScriptedTest):
     def test_the_format_asked_for(self):
-        for wish, code in (("best", "v+a"), ("0", "v+a"), ("1", "7"), ("7", "7"), ("v+a", "v+a"), ("audio", "a"), ("2", "a")):
+        for wish, code in (("best", "v+a"), ("0", "v+a"), ("1", "7"), ("7", "7"), ("v+a", "v+a"), ("audio", "a"),
+                           ("2", "a")):
             with self.subTest(wish):
                 run = self.get("script:item", "--format", wish, "--quiet")
                 self.assertEqual((run.returncode, run.stderr), (0, ""))
@@ -133,7 +137,8 @@ class GetTest(ScriptedTest):
     def test_events_in_order(self):
         run = self.get("script:list", "scripted:err ERROR: [x] gone", "--items", "2-3,9", "--json")
         self.assertEqual(run.returncode, 1)
-        events = [" ".join(filter(None, (event["event"], event.get("message")))) for event in map(json.loads, run.stdout.splitlines())]
+        events = [" ".join(filter(None, (event["event"], event.get("message"))))
+                  for event in map(json.loads, run.stdout.splitlines())]
         # Downloads and analyses run at the same time: each has an order of its own.
         analysis = [event for event in events if event.startswith(("analysed", "failed"))]
         self.assertEqual([event for event in events if event not in analysis], ["started", "progress", "finished"])
@@ -162,7 +167,8 @@ class GetTest(ScriptedTest):
         self.assertRegex(run.stderr, f"^.*{self.folder}/tools/yt-dlp.*\n$")
 
     def test_passwords_come_from_standard_input_line_by_line(self):
-        run = self.get("script:item", "--username", "u", "--password", "-", "--video-password", "-", stdin="one\r\ntwo\n")
+        run = self.get("script:item", "--username", "u", "--password", "-", "--video-password", "-",
+                       stdin="one\r\ntwo\n")
         self.assertEqual(run.returncode, 0, run.stderr)
         start = self.starts()[-1]
         self.assertEqual([start[start.index(name) + 1] for name in ("--password", "--video-password")], ["one", "two"])
@@ -171,9 +177,10 @@ class GetTest(ScriptedTest):
         self.write("scripts/item", ITEM_SCRIPT + "write .part +10\ntouch runs\nhang\n")
         for number in (signal.SIGINT, signal.SIGTERM):
             (self.folder / "scripts/runs").unlink(missing_ok=True)
-            with subprocess.Popen([COMMAND, "get", "--tool", self.folder / "tools", "script:item", "script:item", "--jobs", "1",
-                                   "--json", "-o", self.folder / "out"], env=self.environment_of_command(**self.environment),
-                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
+            with subprocess.Popen([COMMAND, "get", "--tool", self.folder / "tools", "script:item", "script:item",
+                                   "--jobs", "1", "--json", "-o", self.folder / "out"],
+                                  env=self.environment_of_command(**self.environment), stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, text=True) as process:
                 while not (self.folder / "scripts/runs").exists():  # the download runs
                     time.sleep(0.001)
                 process.send_signal(number)

@@ -46,7 +46,8 @@ class DownloadTest(ServerTest):
 
         def download(row, folder):
             path, code, _, *more = row
-            return self.run_command("get", "--json", "-o", folder, "--format", code, *more, f"{self.site.address}/{path}")
+            address = f"{self.site.address}/{path}"
+            return self.run_command("get", "--json", "-o", folder, "--format", code, *more, address)
 
         with ThreadPoolExecutor(4) as pool:
             runs = list(pool.map(download, rows, folders))

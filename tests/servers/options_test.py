@@ -16,8 +16,8 @@ case " $*" in *" -J "*) echo '{"formats": [{"format_id": "1", "ext": "mp4"}]}' ;
 """
 
 
-SAMPLES = {"URL": "socks5://me:a@b@h:1080/", "SECONDS": "7", "IP": "127.0.0.1", "VALUE": "never", "NAME": "firefox", "TEXT": "-s",
-           "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2097152", "COUNT": "3", "SIZE": "65536"}
+SAMPLES = {"URL": "socks5://me:a@b@h:1080/", "SECONDS": "7", "IP": "127.0.0.1", "VALUE": "never", "NAME": "firefox",
+           "TEXT": "-s", "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2097152", "COUNT": "3", "SIZE": "65536"}
 
 
 def kind(name, value):

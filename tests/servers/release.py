@@ -51,7 +51,8 @@ class Host(http.server.SimpleHTTPRequestHandler):
             super().do_GET()
 
     def translate_path(self, path):
-        return f"{folder}/latest.json" if path == "/repos" + RELEASES + "latest" else f"{folder}/files/{os.path.basename(path)}"
+        asked = "latest.json" if path == "/repos" + RELEASES + "latest" else f"files/{os.path.basename(path)}"
+        return f"{folder}/{asked}"
 
     def log_message(self, *_):
         pass

@@ -66,7 +66,8 @@ class CommandTest(unittest.TestCase):
         self.assertEqual((self.processes(), list(self.temporary.iterdir())), ([], []))
 
     def environment_of_command(self, **environment):
-        return {**os.environ, "TMPDIR": str(self.temporary), "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings"),
+        return {**os.environ, "TMPDIR": str(self.temporary), "PYTHONPATH": str(SITE / "plugin"),
+                "REELHAUL_SETTINGS": str(self.folder / "settings"),
                 **{name: str(value) for name, value in environment.items()}}
 
     def run_command(self, *arguments, stdin="", **environment):

@@ -22,7 +22,8 @@ def make_tool(file, version, added=""):
                 source = real.read(name)
                 if name == "yt_dlp/version.py":
                     source = re.sub(rb"(?m)^(VARIANT|UPDATE_HINT) = .*", rb"\1 = None", source)
-                    source = re.sub(rb"(?m)^(__version__) = .*", rb"\1 = '%s'" % version.encode(), source) + added.encode()
+                    source = re.sub(rb"(?m)^(__version__) = .*", rb"\1 = '%s'" % version.encode(), source)
+                    source += added.encode()
                 if not name.endswith(".pyc"):
                     made.writestr(name, source)
     file.chmod(0o755)
@@ -54,7 +55,8 @@ class UpdateTest(CommandTest):
     def update(self, folder=None, **environment):
         """What the command says, and its status."""
         run = self.run_command("tools", "update", "--tool", folder or self.local, **{**self.environment, **environment})
-        return run.stdout + run.stderr.replace(f"Updating the copies in {folder or self.local}\n", "") + str(run.returncode)
+        err = run.stderr.replace(f"Updating the copies in {folder or self.local}\n", "")
+        return f"{run.stdout}{err}{run.returncode}"
 
     def has_bytecode(self):
         return "yt_dlp/version.pyc" in zipfile.ZipFile(self.tool).namelist()
@@ -113,7 +115,8 @@ class UpdateTest(CommandTest):
         self.offer(OLD)
         # Room for ffmpeg, not for the tool.
         self.assertTrue((TOOL.parent / "ffmpeg").is_symlink())
-        run = subprocess.run(["sh", "-c", "trap '' XFSZ; ulimit -f 4000; exec \"$@\"", "sh", COMMAND, "tools", "update", "--tool", folder],
+        small = ["sh", "-c", "trap '' XFSZ; ulimit -f 4000; exec \"$@\"", "sh"]
+        run = subprocess.run([*small, COMMAND, "tools", "update", "--tool", folder],
                              env=self.environment_of_command(**self.environment), text=True, capture_output=True)
         self.assertRegex(f"{run.stderr}{run.returncode}", "There is no local yt-dlp that runs: Can't copy.*\n1$")
         self.assertEqual(os.listdir(folder), ["ffmpeg"])

@@ -150,7 +150,9 @@ def caption(language, extension):
         return json.dumps({"events": [{"tStartMs": 2000 * i, "dDurationMs": 1500, "segs": [{"utf8": line}]}
                                       for i, line in enumerate(lines)]})
     if extension == "vtt":
-        return "WEBVTT\n\n" + "\n".join(f"00:00:{2 * i:02}.000 --> 00:00:{2 * i + 1:02}.500\n{line}\n" for i, line in enumerate(lines))
+        return "WEBVTT\n\n" + "\n".join(f"00:00:{2 * i:02}.000 --> 00:00:{2 * i + 1:02}.500\n{line}\n"
+                                        for i, line in enumerate(lines))
     if extension == "srt":
-        return "\n".join(f"{i + 1}\n00:00:{2 * i:02},000 --> 00:00:{2 * i + 1:02},500\n{line}\n" for i, line in enumerate(lines))
+        return "\n".join(f"{i + 1}\n00:00:{2 * i:02},000 --> 00:00:{2 * i + 1:02},500\n{line}\n"
+                         for i, line in enumerate(lines))
     return None

@@ -76,7 +76,7 @@ class Handler(BaseHTTPRequestHandler):
     do_HEAD = do_GET
 
     def refuse(self):
-        """Turns away whom the query tells to, or who lacks the login or the cookie that it asks for; true when it did."""
+        """Turns away whom the query tells to, or who lacks the login or cookie that it asks for; true when it did."""
         query = self.query
         login, (name, _, value) = query.get("login"), query.get("cookie", "").partition("=")
         if "after" not in query:
@@ -148,7 +148,7 @@ class Handler(BaseHTTPRequestHandler):
             self.text("nothing here\n", status=404)
 
     def describe(self, description):
-        """A page's or a list's description; ?title=TEXT gives it another title, and what is said behind "media." goes to the media."""
+        """A page's or a list's description. The query may give another title; behind "media." it goes to the media."""
         if description is None:
             return self.text("no such page\n", status=404)
         description["title"] = self.query.get("title", description["title"])
