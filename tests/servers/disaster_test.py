@@ -88,6 +88,12 @@ class SmallDiskTest(DisasterTest):
                 self.assertEqual(run.stdout, "")
                 self.assertEqual(list(self.out.iterdir()), [])
 
+    def test_no_folder_for_what_is_under_way(self):
+        self.environment["TMPDIR"] = "/proc"
+        run = subprocess.run(self.get_command(self.page("combined")), env=self.environment, text=True, capture_output=True)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("Can't make a temporary folder", run.stderr)
+
     def test_no_room_where_the_file_goes(self):
         run = self.run_on_small_disk(self.out, 64, *self.get_command(self.page("combined")), fill='echo mine >"$at/mine"')
         self.assertEqual(run.returncode, 1, run.stderr)
