@@ -9,7 +9,7 @@ PACKAGES_build=(g++ cmake ninja-build pkg-config ccache rapidjson-dev libcurl4-o
   ca-certificates ffmpeg npm git)
 # shellcheck disable=SC2034
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
-  procps util-linux openssl chromium man-db libglib2.0-dev doxygen)
+  procps util-linux openssl chromium man-db zsh fish libglib2.0-dev doxygen)
 # shellcheck disable=SC2034
 PACKAGES_package=(dpkg-dev file)
 # shellcheck disable=SC2034
