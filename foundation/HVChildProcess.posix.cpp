@@ -21,7 +21,7 @@ namespace Halvorn {
 
 namespace {
 
-constexpr std::size_t kReadSize = 256 * 1024;
+constexpr std::size_t kReadSize = 256UL * 1024;
 /// From the request to end to the kill.
 constexpr auto kGrace = std::chrono::milliseconds(1500);
 /// From the kill to the end of the wait for what no system call can hurry (a defunct grandchild that nobody

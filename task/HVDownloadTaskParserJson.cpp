@@ -123,7 +123,7 @@ HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
                                   : builder.BuildParsePlayItemArgs(url, true);
     std::string output;
     std::string errorText;
-    auto const run = GetResultFromServer(output, errorText, args);
+    auto run = GetResultFromServer(output, errorText, args);
     if (run == nullptr || !run->Succeed())
         return run;
     auto const root = IHVJsonReader::ReadJsonString(output, nullptr);
@@ -144,7 +144,7 @@ HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
     if (json == nullptr)
         return ToolFailure(__LINE__, "GetPlaylistItem", errorText, "No item json string exists.");
     auto item = IHVDownloadItem::MallocDownloadItem(url);
-    auto const result = GetPlayItem(item, json);
+    auto result = GetPlayItem(item, json);
     if (result != nullptr && result->Succeed()) {
         item->SetPlayList(playList, index);
         playList->AppendDownloadItem(item);

@@ -112,7 +112,7 @@ HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadIt
                                 : builder.BuildParseListItemArgs(taskURL_, index, false);
     std::string output;
     std::string errorText;
-    auto const run = GetResultFromServer(output, errorText, args);
+    auto run = GetResultFromServer(output, errorText, args);
     if (run == nullptr || !run->Succeed())
         return run;
     if (!errorText.empty()) {
@@ -123,7 +123,7 @@ HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadIt
     IHVLogConfig::DebugPrintf("Error: %s", errorText.c_str());
     IHVLogConfig::DebugPrintf("Info: %s", output.c_str());
     auto const item = IHVDownloadItem::MallocDownloadItem(taskURL_);
-    auto const result = ParseDownloadItemInfo(output, item);
+    auto result = ParseDownloadItemInfo(output, item);
     if (result->Succeed()) {
         items.push_back(item);
         return result;
