@@ -272,3 +272,20 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
         return std::count(states.begin(), states.end(), HVDownloadStateDone) == count - count / 4;
     }));
 }
+
+TEST_F(Queue, LooksAgainForARunThatEndsWhileItIsBeingStarted) {
+    auto const first = Add("exit 1");
+    auto const second = Add("exit 1");
+    auto const third = Add("exit 1");
+    queue_->SetConcurrentDownload(1);
+    std::atomic<std::thread::id> starter;
+    std::atomic<bool> ended = false;
+    first->SetStateDidChangedFunc([&](HVDownloadState) { starter = std::this_thread::get_id(); });
+    second->SetDownloadCompleteFunc([&](auto const&) { ended = true; });
+    // The first one's worker still holds the place when the second one looks for who comes next.
+    second->SetDownloadStartFunc([&] {
+        EXPECT_TRUE(std::this_thread::get_id() != starter || Eventually([&] { return ended.load(); }));
+    });
+    queue_->StartDownload({});
+    EXPECT_TRUE(Eventually([&] { return third->State() == HVDownloadStateDone; }));
+}
