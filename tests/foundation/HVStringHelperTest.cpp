@@ -17,31 +17,23 @@ using testing::ElementsAre;
 TEST(StringHelper, TrimsLowersSplitsAndJoins) {
     EXPECT_EQ(IHVStringHelper::Trimmed(" \t\r\n\v\fa b\n "), "a b");
     EXPECT_EQ(IHVStringHelper::Trimmed(" \n"), "");
-    EXPECT_EQ(IHVStringHelper::Trimmed("\xC2\xA0x"), "\xC2\xA0x");
     EXPECT_EQ(IHVStringHelper::ToLower("AZ@[\xC3\x84mIb"), "az@[\xC3\x84mib");
     EXPECT_THAT(IHVStringHelper::Split("", '|'), ElementsAre());
     EXPECT_THAT(IHVStringHelper::Split("|a||b|", '|'), ElementsAre("", "a", "", "b"));
-    EXPECT_THAT(IHVStringHelper::Split("a\n\n", '\n'), ElementsAre("a", ""));
     EXPECT_EQ(IHVStringHelper::Join({"", "a", "", "b"}, '|'), "|a||b");
 }
 
 TEST(StringHelper, NumberStringsAreThoseThatConvert) {
-    for (char const* const text :
-         {"0", "007", "-1", "+25", "29.97", "2147483647", "-2147483648", "1.00000000000"})
+    for (char const* const text : {"007", "+25", "29.97", "2147483647", "-2147483648"})
         EXPECT_TRUE(IHVStringHelper::IsNumberString(text)) << text;
-    for (char const* const text : {"", "-", "+", ".", ".5", "5.", "1.2.3", "1e5", " 1", "1 ", "0x10", "--1",
-                                   "nan", "1,5", "2147483648", "-2147483649", "99999999999999999999.5"})
+    for (char const* const text :
+         {"", "-", ".5", "5.", "1.2.3", "1e5", " 1", "--1", "2147483648", "-2147483649"})
         EXPECT_FALSE(IHVStringHelper::IsNumberString(text)) << text;
 }
 
 TEST(NumberText, ReadsTheNumberThatATextBeginsWith) {
-    for (auto const& [text, expected] : Rows{{"29.97", "29.97"},
-                                             {" 1.5.3", "1.5"},
-                                             {"500 x", "500"},
-                                             {"-.5", "-0.5"},
-                                             {"+7", "7"},
-                                             {"0." + std::string(400, '3'), "0.333333"},
-                                             {std::string(400, '0') + "1", "1"}})
+    for (auto const& [text, expected] :
+         Rows{{" 1.5.3", "1.5"}, {"-.5", "-0.5"}, {"+7x", "7"}, {"0." + std::string(400, '3'), "0.333333"}})
         EXPECT_EQ(Text(TextToFloat(text)), expected) << text;
     for (char const* const text : {"", ".", "-", " ", "x1"})
         EXPECT_THROW(TextToFloat(text), std::invalid_argument) << text;
@@ -57,26 +49,23 @@ protected:
 
 TEST(NumberText, DoesNotFollowTheApplicationsLocale) {
     std::locale const before = std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
-    std::string const old = std::setlocale(LC_NUMERIC, nullptr);
-    for (char const* const name : {"de_DE.UTF-8", "fr_FR.UTF-8", "ru_RU.UTF-8"})
-        std::setlocale(LC_NUMERIC, name);
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
     EXPECT_EQ(FixedText(1234.56, 1), "1234.6");
     EXPECT_FLOAT_EQ(TextToFloat("1.5"), 1.5F);
-    std::setlocale(LC_NUMERIC, old.c_str());
+    std::setlocale(LC_NUMERIC, "C");
     std::locale::global(before);
 }
 
 TEST(MaskedArguments, ShowNoSecret) {
     for (auto const& [args, line] :
          Rows{{"--username|u|--password|p w|http://h/", "--username u --password *** http://h/"},
-              {"--netrc|--netrc-cmd|echo password p", "--netrc --netrc-cmd ***"},
+              {"--netrc-cmd|echo password p", "--netrc-cmd ***"},
               {"--video-password||--ap-password|a|--twofactor|1",
                "--video-password *** --ap-password *** --twofactor ***"},
               {"--client-certificate-password|x|--client-certificate-key|k",
                "--client-certificate-password *** --client-certificate-key k"},
               {"--username|--password|--password|s", "--username --password *** ***"},
               {"--proxy|socks5://u:p/@s@w@h:1/", "--proxy socks5://u:***@h:1/"},
-              {"--geo-verification-proxy|http://h:8/", "--geo-verification-proxy http://h:8/"},
               {"--|ftp://u:p@h/a@b:c", "-- ftp://u:***@h/a@b:c"},
               {"http://h:8/@a", "http://h:8/@a"},
               {"http://u@h:8/", "http://u@h:8/"},
