@@ -18,7 +18,7 @@ std::string Labelled(std::string const& label, std::string const& text) {
 }
 
 std::string DurationText(IHVDownloadItem const& item) {
-    return item.GetDurationSeconds() > 0 ? item.GetDurationString() : "unknown";
+    return IHVDownloadItem::KnownDurationSeconds(item) > 0 ? ClockText(item) : "unknown";
 }
 
 std::string ThumbnailText(IHVDownloadThumbnail const& thumbnail) {
@@ -62,6 +62,16 @@ HVTableText SubtitleTable(IHVDownloadItem const& item) {
 }
 
 } // namespace
+
+std::string ClockText(IHVDownloadItem const& item) {
+    if (item.GetDurationSeconds() != 0)
+        return item.GetDurationString();
+    int const seconds = IHVDownloadItem::KnownDurationSeconds(item);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", seconds / 3600, seconds % 3600 / 60,
+                  seconds % 60);
+    return text.data();
+}
 
 std::vector<std::string> ItemLines(IHVDownloadItem const& item) {
     std::vector<std::string> lines{

@@ -12,6 +12,8 @@ namespace Halvorn {
 
 /// Everything about an item.
 std::vector<std::string> ItemLines(IHVDownloadItem const& item);
+/// The duration as "hh:mm:ss", whichever way it was analysed; "00:00:00" when unknown.
+std::string ClockText(IHVDownloadItem const& item);
 /// What stands above the entries of a playlist.
 std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList);
 /// One line for an entry, with its number in the playlist.

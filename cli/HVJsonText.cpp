@@ -1,5 +1,6 @@
 #include "HVJsonText.h"
 
+#include "HVItemText.h"
 #include "HVTerminalText.h"
 
 #include <rapidjson/prettywriter.h>
@@ -95,8 +96,8 @@ void WriteItem(Document& writer, IHVDownloadItem const& item) {
     Field(writer, "kind", "item");
     Field(writer, "title", item.GetFileName());
     Field(writer, "url", item.DownloadURL());
-    Field(writer, "duration_seconds", item.GetDurationSeconds());
-    Field(writer, "duration", item.GetDurationString());
+    Field(writer, "duration_seconds", IHVDownloadItem::KnownDurationSeconds(item));
+    Field(writer, "duration", ClockText(item));
     Flag(writer, "live", item.IsLiveStream());
     Field(writer, "file_name", item.GetFileName());
     writer.Key("formats");

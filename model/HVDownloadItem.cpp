@@ -1,5 +1,6 @@
 #include "HVDownloadItem.h"
 
+#include "HVJsonObjectPlayItem.h"
 #include "HVModelList.h"
 #include "IHVLogConfig.h"
 #include "IHVPlayList.h"
@@ -14,6 +15,12 @@ std::shared_ptr<IHVDownloadItem>
 IHVDownloadItem::MallocDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
                                     std::string const& url) {
     return std::make_shared<HVDownloadItem>(formats, url);
+}
+
+int IHVDownloadItem::KnownDurationSeconds(IHVDownloadItem const& item) {
+    int const seconds = item.GetDurationSeconds();
+    auto const* const concrete = dynamic_cast<HVDownloadItem const*>(&item);
+    return seconds != 0 || concrete == nullptr ? seconds : SecondsOfText(concrete->DurationText());
 }
 
 bool IHVDownloadItem::Valid() const {

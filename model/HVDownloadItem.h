@@ -26,6 +26,7 @@ public:
     void SetDuration(std::string const& text) override;
     std::string const& GetDurationString() const override { return durationString_; }
     int GetDurationSeconds() const override { return durationSeconds_; }
+    std::string const& DurationText() const { return durationText_; }
     std::shared_ptr<IHVDownloadThumbnail> GetThumbnail() const override { return thumbnail_; }
     void SetThumbnail(std::shared_ptr<IHVDownloadThumbnail> thumbnail) override;
     bool IsLiveStream() const override { return liveStream_; }

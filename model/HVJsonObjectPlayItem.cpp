@@ -12,7 +12,12 @@ namespace {
 constexpr char const* FormatsKey = "formats";
 constexpr char const* CaptionsKey = "automatic_captions";
 
-/// Seconds of "s", "m:s" or "h:m:s"; a part that is no number counts nothing.
+std::string TwoDigits(int number) {
+    return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+} // namespace
+
 int SecondsOfText(std::string const& text) {
     std::vector<std::string> const parts = IHVStringHelper::Split(text, ':');
     if (parts.size() > 3)
@@ -25,12 +30,6 @@ int SecondsOfText(std::string const& text) {
         seconds >= std::numeric_limits<int>::min() && seconds <= std::numeric_limits<int>::max();
     return fits ? static_cast<int>(seconds) : 0;
 }
-
-std::string TwoDigits(int number) {
-    return (number < 10 ? "0" : "") + std::to_string(number);
-}
-
-} // namespace
 
 HVJsonObjectPlayItem::HVJsonObjectPlayItem(HVJsonNode node) : node_(std::move(node)) {}
 

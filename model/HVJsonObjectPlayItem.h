@@ -9,6 +9,10 @@
 
 namespace Halvorn {
 
+/// Seconds of "s", "m:s" or "h:m:s"; a part that is no number counts nothing; 0 when unknown or beyond an
+/// int.
+int SecondsOfText(std::string const& text);
+
 class HVJsonObjectPlayItem final {
 public:
     HVJsonObjectPlayItem() = default;

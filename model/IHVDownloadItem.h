@@ -32,6 +32,9 @@ public:
     static std::shared_ptr<IHVDownloadItem>
     MallocDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
                        std::string const& url);
+    /// The duration in seconds, also that of an analysis from tables, which GetDurationSeconds does not know;
+    /// 0 when unknown.
+    static int KnownDurationSeconds(IHVDownloadItem const& item);
 
     ///@{
     /// Append formats and choose the first of all, whatever was chosen before. Empty pointers are left out.

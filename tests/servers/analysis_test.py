@@ -103,3 +103,5 @@ class AnalysisTest(ServerTest):
                 item = (items or [document])[0]
                 self.assertEqual(codes(item), formats)
                 self.assertIn(name, item["file_name"])
+                self.assertEqual((item["duration_seconds"], item["duration"]),
+                                 (0, "00:00:00") if path == "watch/live" else (8, "00:00:08"))
