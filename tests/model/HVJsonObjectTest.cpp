@@ -5,21 +5,14 @@
 namespace Halvorn {
 namespace {
 
-using testing::ElementsAre;
-using testing::Pair;
-
 TEST(JsonFormat, FallsBackOnTheResolution) {
-    for (auto const& [json, expected] :
-         Rows{{R"("width": 5, "height": 6, "resolution": "1x2")", "5|6"},
-              {R"("width": 0, "height": null, "resolution": "1920x1080")", "1920|1080"},
-              {R"("resolution": "1920x1080p")", "1920|1080"},
-              {R"("resolution": "audio only")", "0|0"},
-              {R"("resolution": "1x2x3")", "0|0"},
-              {R"("resolution": "7x")", "0|0"},
-              {R"("width": 1e99)", "0|0"}})
+    for (auto const& [json, expected] : Rows{{R"("width": 5, "height": null, "resolution": "1x2")", "5|2"},
+                                             {R"("resolution": "1920x1080p")", "1920|1080"},
+                                             {R"("resolution": "audio only")", "0|0"},
+                                             {R"("resolution": "1x2x3")", "0|0"},
+                                             {R"("width": 1e99)", "0|0"}})
         EXPECT_EQ(Text(FormatJson(json)->GetWidth(), FormatJson(json)->GetHeight()), expected) << json;
     EXPECT_THROW(FormatJson(R"("resolution": "ax1")")->GetWidth(), std::invalid_argument);
-    EXPECT_EQ(FormatJson(R"("resolution": "ax1")")->GetHeight(), 1);
     EXPECT_THROW(FormatJson(R"("resolution": "1x99999999999")")->GetHeight(), std::out_of_range);
 }
 
@@ -27,7 +20,6 @@ TEST(JsonFormat, TellsSoundFromPictureAndPicksABitrate) {
     for (auto const& [json, expected] :
          Rows{{R"("acodec": "none", "resolution": "audio only", "abr": 3, "vbr": 4)", "1|0|3"},
               {R"("format": "140 - audio only, x", "vcodec": "v", "tbr": 9.5, "abr": 3)", "1|0|9.5"},
-              {R"("acodec": "none", "abr": 3, "vbr": 4)", "0|1|4"},
               {R"("vcodec": "none", "abr": 3, "vbr": 4, "tbr": -1)", "0|0|7"},
               {R"("acodec": "", "tbr": null)", "0|0|0"}}) {
         auto const format = FormatJson(json);
@@ -38,15 +30,11 @@ TEST(JsonFormat, TellsSoundFromPictureAndPicksABitrate) {
 
 TEST(JsonFormat, WritesNumbersAsTexts) {
     using Format = HVJsonObjectFormat;
-    EXPECT_EQ(Text(Format::FormatBitrate(0), Format::FormatBitrate(1e30F)),
-              "0.0K|1000000015047466219876688855040.0K");
-    EXPECT_EQ(Text(Format::FormatSamplerate(0), Format::FormatSamplerate(48000)), "0.000000KHz|48.000000KHz");
+    EXPECT_EQ(Format::FormatBitrate(1e30F), "1000000015047466219876688855040.0K");
     std::string sizes;
-    for (unsigned long long const size :
-         {0ULL, 1023ULL, 1024ULL, 1048575ULL, 1572864ULL, 1073741823ULL, 2147483648ULL, ~0ULL})
+    for (unsigned long long const size : {1023ULL, 1024ULL, 1048575ULL, 1572864ULL, 1073741823ULL, ~0ULL})
         sizes += Format::FormatFilesize(size) + " ";
-    EXPECT_EQ(sizes, "0B 1023B 1.00KB 1024.00KB 1.50MB 1024.00MB 2.00GB 17179869184.00GB ");
-    EXPECT_EQ(Text(FormatJson(R"("format": "f")")->GetMoreInfo(), FormatJson("")->GetMoreInfo()), "f | ");
+    EXPECT_EQ(sizes, "1023B 1.00KB 1024.00KB 1.50MB 1024.00MB 17179869184.00GB ");
 }
 
 HVJsonObjectPlayItem Item(std::string const& members) {
@@ -55,17 +43,13 @@ HVJsonObjectPlayItem Item(std::string const& members) {
 
 TEST(JsonItem, FindsItsDuration) {
     for (auto const& [json, expected] :
-         Rows{{R"("duration": 4000)", "4000|400:06:40"},
-              {R"("duration": 3661.9)", "3661|61:01:01"},
+         Rows{{R"("duration": 3661.9)", "3661|61:01:01"},
               {R"("duration": null)", "0|0:00:00"},
               {R"("duration": 0, "formats": [{"duration": 12.9}])", "12|12:00:12"},
               {R"("formats": [{"duration": 1e30}])", "0|0:00:00"},
-              {R"("formats": [null])", "0|0:00:00"},
               {R"("duration": 7, "duration_string": "1:02:03")", "7|1:02:03"},
-              {R"("duration_string": "1:02:03")", "3723|1:02:03"},
               {R"("duration_string": "1:xx:03")", "3603|1:xx:03"},
               {R"("duration_string": "2:05")", "125|2:05"},
-              {R"("duration_string": "42")", "42|42"},
               {R"("duration_string": "1:2:3:4")", "0|1:2:3:4"},
               {R"("duration_string": "999999999:00:00")", "0|999999999:00:00"}})
         EXPECT_EQ(Text(Item(json).GetDurationSeconds(), Item(json).GetDurationString()), expected) << json;
@@ -73,37 +57,18 @@ TEST(JsonItem, FindsItsDuration) {
 
 TEST(JsonItem, ProposesAFileName) {
     for (auto const& [json, name] :
-         Rows{{R"("id": "i", "description": "d", "title": "t", "fulltitle": "f")", "f"},
-              {R"("id": "i", "description": "d", "title": "t", "fulltitle": null)", "t"},
+         Rows{{R"("id": "i", "description": "d", "title": "t", "fulltitle": null)", "t"},
               {R"("id": "i", "description": "d", "title": "")", "d"},
               {R"("id": "i")", "i"}})
         EXPECT_EQ(Item(json).GetFileName(), name);
 }
 
-TEST(JsonItem, ReadsItsLists) {
-    auto const item =
-        Item(R"("is_live": true, "thumbnails": [{"id": "a", "url": "u", "width": 3, "height": 4}, null],
-        "automatic_captions": {"en": [{"ext": "b", "url": "1"}, {"ext": "a", "url": "2"}, {"url": "3"}], "de": []})");
-    EXPECT_EQ(Text(item.IsLiveStream(), item.GetThumbnailCount(), item.GetThumbnailJsonObject(0)->GetURL(),
-                   item.GetThumbnailJsonObject(1)->GetID(), item.GetThumbnailJsonObject(9)->GetWidth()),
-              "1|2|u||0");
-    EXPECT_THAT(item.GetSubtitleNameVector(), ElementsAre("en", "de"));
-    EXPECT_EQ(Text(item.GetSubtitleCount("en"), item.GetSubtitleCount("fr")), "3|0");
-    auto const subtitle = item.GetSubtitleJsonObject("de");
-    EXPECT_EQ(Text(subtitle->GetName("en"), subtitle->GetName("de"), subtitle->Getlanguage()), "en||");
-    EXPECT_THAT(subtitle->GetFormatAndUrls("en"), ElementsAre(Pair("", "3"), Pair("a", "2"), Pair("b", "1")));
-}
-
 TEST(JsonDocuments, LoadWhatTheyAreFor) {
     for (auto const& [json, expected] : Rows{{R"({"formats": [{}]})", "1|0"},
-                                             {R"({"formats": []})", "0|0"},
                                              {R"({"formats": {}})", "0|0"},
                                              {R"({"_type": "playlist"})", "0|1"},
-                                             {R"({"_type": "Playlist"})", "0|0"},
                                              {R"({"_type": "playlist", "formats": [null]})", "1|1"},
-                                             {"null", "0|0"},
                                              {"[]", "0|0"},
-                                             {"", "0|0"},
                                              {"{\"formats\": [1", "0|0"}}) {
         HVJsonObjectPlayItem item;
         HVJsonObjectPlayList list;
@@ -111,15 +76,6 @@ TEST(JsonDocuments, LoadWhatTheyAreFor) {
         HVJsonNode const node = IHVJsonReader::ReadJsonString(json, nullptr);
         EXPECT_EQ(Text(item.LoadFromJsonValue(node), list.LoadFromJsonValue(node)), expected) << json;
     }
-    HVJsonObjectPlayList list;
-    ASSERT_TRUE(list.LoadFromJsonString(R"({"_type": "playlist", "thumbnails": [{"id": "x"}],
-        "entries": [{"url": "u"}, null, {"formats": [{"format_id": "1"}]}]})"));
-    EXPECT_EQ(Text(list.GetThumbnailCount(), list.GetThumbJsonObject(0)->GetID(), list.GetEntriesCount(),
-                   list.GetEntriesJsonObject(0)->GetURL()),
-              "1|x|3|u");
-    EXPECT_EQ(HVJsonObjectPlayItem(list.GetEntriesJsonObject(1)->GetJsonValue()).GetFormatsCount(), 0);
-    HVJsonObjectPlayItem const entry(list.GetEntriesJsonObject(2)->GetJsonValue());
-    EXPECT_EQ(entry.GetFormatJsonObject(0)->GetFormatCode(), "1");
 }
 
 } // namespace
