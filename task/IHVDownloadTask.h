@@ -32,8 +32,8 @@ public:
     static std::shared_ptr<IHVDownloadTask> MallocDownloadTask(std::shared_ptr<IHVDownloadItem> item,
                                                                std::string const& outputPath);
     /// A task that analyses the web address from the tables that the tool prints for people instead of from
-    /// its JSON: no subtitles, no estimated sizes, the tool's file names for titles, and items only at the
-    /// end.
+    /// its JSON: no subtitles, no estimated sizes, the tool's file names for titles, the duration by
+    /// IHVDownloadItem::KnownDurationSeconds alone, and items only at the end.
     static std::shared_ptr<IHVDownloadTask> MallocTextDownloadTask(std::string const& url);
 
     ///@{
