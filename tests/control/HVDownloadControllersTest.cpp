@@ -29,10 +29,9 @@ protected:
             states.push_back(queue_->State(row));
         return states;
     }
-    bool Becomes(Rows const& states) {
-        bool const reached = Eventually([&] { return States() == states; });
+    void Becomes(Rows const& states) {
+        Eventually([&] { return States() == states; });
         EXPECT_EQ(States(), states);
-        return reached;
     }
     bool Quiet() {
         return Eventually([this] { return !queue_->AnyControllerIsDownloading(); }) && NothingLeft();
@@ -42,9 +41,6 @@ protected:
 };
 
 TEST_F(Queue, SchedulesByRowAndLimit) {
-    EXPECT_EQ(queue_->GetConcurrentDownload(), 6);
-    EXPECT_EQ(queue_->State(Rows{}), HVDownloadStateNone);
-    EXPECT_TRUE(queue_->AllControllerIsDownloading() && !queue_->AnyControllerIsDownloading());
     AddGated(6);
     queue_->SetChecked(false, 5);
     for (int const limit : {0, std::numeric_limits<int>::min()}) {
@@ -52,7 +48,6 @@ TEST_F(Queue, SchedulesByRowAndLimit) {
         EXPECT_TRUE(queue_->StartDownload({}).empty());
         EXPECT_EQ(States(), (Rows{2, 2, 2, 2, 2, 1}));
     }
-    EXPECT_EQ(queue_->CountOfPendingControllers(), 5);
     queue_->SetConcurrentDownload(2);
     EXPECT_EQ(States(), (Rows{2, 2, 2, 2, 2, 1})); // a limit starts nothing
     queue_->StopDownload({});
@@ -99,64 +94,44 @@ TEST_F(Queue, StopsABatchWithoutAStart) {
 }
 
 TEST_F(Queue, StartsTheNextOneBeforeItTellsOfAnEnd) {
-    auto const first = Add("exit 1");
-    auto const second = Add("exit 1");
-    auto const third = Add("exit 1");
-    queue_->SetConcurrentDownload(1);
-    std::atomic<int> ends = 0;
-    first->SetDownloadCompleteFunc([&](auto const&) {
-        EXPECT_GE(second->State(), HVDownloadStateDownloading);
-        ++ends;
-    });
-    // Reset in the moment in which it gets the place: the place goes to the next one.
-    second->SetStateWillChangeFunc([&](HVDownloadState from, HVDownloadState) {
-        if (from == HVDownloadStatePending)
-            ++ends;
-    });
-    third->SetDownloadCompleteFunc([&](auto const&) { ++ends; });
-    queue_->StartDownload({});
-    EXPECT_TRUE(Eventually([&] { return ends == 3; }));
-    EXPECT_TRUE(Quiet());
-
-    auto const running = Add("touch up;wait go");
+    auto const first = Add("wait go");
     auto const refused = Add("exit 1");
     auto const last = Add("exit 1");
+    queue_->SetConcurrentDownload(1);
+    // Reset in the moment in which it gets the place: the place goes to the next one.
     std::atomic<bool> once = false;
     refused->SetStateWillChangeFunc([&](HVDownloadState, HVDownloadState to) {
         if (to == HVDownloadStateDownloading && !once.exchange(true))
             refused->ResetDownload();
     });
+    std::atomic<bool> ended = false;
+    first->SetDownloadCompleteFunc([&](auto const&) {
+        EXPECT_GE(last->State(), HVDownloadStateDownloading);
+        ended = true;
+    });
     queue_->StartDownload({});
-    EXPECT_TRUE(AwaitFile("up"));
     Put("go");
-    EXPECT_TRUE(Eventually([&] { return last->State() == HVDownloadStateDone; }));
+    EXPECT_TRUE(Eventually([&] { return ended && last->State() == HVDownloadStateDone; }));
     EXPECT_EQ(refused->State(), HVDownloadStateIdle);
+    EXPECT_TRUE(Quiet());
 }
 
 TEST_F(Queue, KeepsAListOfRows) {
     AddGated(5);
-    std::vector<std::shared_ptr<IHVDownloadController>> rows;
-    for (int const row : queue_->AllControllers())
-        rows.push_back(queue_->GetController(row));
+    auto const second = queue_->GetController(1);
+    auto const fourth = queue_->GetController(3);
+    auto const last = queue_->GetController(4);
     EXPECT_FALSE(queue_->RemoveController(-1) || queue_->RemoveController(5));
-    EXPECT_EQ(queue_->GetController(5), nullptr);
     EXPECT_TRUE(queue_->RemoveController(Rows{1, 2})); // each removal shifts the rows behind it
-    EXPECT_EQ(queue_->IndexOfController(rows[2]), 1);
-    EXPECT_EQ(queue_->IndexOfController(rows[3]), -1);
-    EXPECT_FALSE(queue_->RemoveController(rows[3]));
-    queue_->InsertController(rows[3], 2);
-    queue_->InsertController(std::vector{rows[1]}, -7);
-    EXPECT_TRUE(queue_->ExistController(rows[1]));
-    EXPECT_EQ(queue_->IndexOfController(rows[1]), 0);
-    EXPECT_EQ(queue_->IndexOfController(rows[4]), 4);
+    EXPECT_FALSE(queue_->RemoveController(fourth));
+    queue_->InsertController(fourth, 2);
+    queue_->InsertController(std::vector{second}, -7);
+    EXPECT_EQ(queue_->IndexOfController(second), 0);
+    EXPECT_EQ(queue_->IndexOfController(last), 4);
     queue_->SetSelected(true, Rows{3, 1, 99});
     EXPECT_EQ(queue_->GetSelected(), (Rows{1, 3}));
-    EXPECT_TRUE(queue_->GetSelected(3) && !queue_->GetSelected(99) && queue_->GetChecked(4));
-    queue_->ClearSelected();
     queue_->ClearChecked();
-    EXPECT_TRUE(queue_->GetSelected().empty() && !queue_->GetChecked(4));
     EXPECT_TRUE(queue_->StartDownload({}).empty());
-    EXPECT_EQ(queue_->State(queue_->AllControllers()), HVDownloadStateIdle);
 }
 
 TEST_F(Queue, RunsEachOfManyOnceAndNeverMoreThanTheLimit) {
@@ -165,20 +140,18 @@ TEST_F(Queue, RunsEachOfManyOnceAndNeverMoreThanTheLimit) {
         queue_ = IHVDownloadControllers::MallocDownloadControllers();
         queue_->SetConcurrentDownload(limit);
         std::atomic<int> completed = 0;
-        std::atomic<int> succeeded = 0;
         std::vector<std::string> expected;
         for (int row = 0; row < count; ++row) {
             std::string const title = std::to_string(limit) + "-" + std::to_string(row);
             expected.push_back("scripted:write . 1;#" + title);
             auto const controller = Add(expected.back().substr(9), title);
             controller->SetDownloadCompleteFunc([&](auto const& error) {
-                succeeded += error->Succeed() ? 1 : 0;
+                EXPECT_TRUE(error->Succeed());
                 ++completed;
             });
         }
         EXPECT_EQ(queue_->StartDownload({}).size(), static_cast<std::size_t>(std::min(limit, count)));
         EXPECT_TRUE(Eventually([&] { return completed == count; }, std::chrono::minutes(20)));
-        EXPECT_EQ(succeeded, count);
         EXPECT_LE(Running().second, limit);
         auto starts = Starts();
         for (auto& start : starts)
@@ -197,6 +170,10 @@ TEST_F(Queue, RunsEachOfManyOnceAndNeverMoreThanTheLimit) {
     }
 }
 
+Rows Following(int row) {
+    return {row, row + 1, row + 2};
+}
+
 TEST_F(Queue, StandsManyHandsAtOnce) {
     int const count = std::max(40, Scaled(1000));
     queue_->SetConcurrentDownload(4);
@@ -210,12 +187,8 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
         std::shared_ptr<IHVDownloadController> controller;
         std::function<void()> const doings[] = {
             [&] { queue_->StartDownload({}); },
-            [&] {
-                queue_->StartDownload(Rows{row, row + 1, row + 2});
-            },
-            [&] {
-                queue_->StopDownload(Rows{row, row + 1, row + 2, row + 3});
-            },
+            [&] { queue_->StartDownload(Following(row)); },
+            [&] { queue_->StopDownload(Following(row)); },
             [&] { queue_->SetConcurrentDownload(2 + row % 4); },
             [&] { controller->ResetDownload(); },
             [&] { controller->StopDownload(); },
@@ -261,10 +234,9 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
     EXPECT_EQ(queue_->GetControllerCount(), count);
     queue_->SetConcurrentDownload(32);
     for (int const row : queue_->AllControllers()) {
-        bool const hangs =
-            queue_->GetController(row)->DownloadItem()->DownloadURL().find("hang") != std::string::npos;
-        queue_->SetChecked(!hangs, row);
-        queue_->GetController(row)->ResetDownload();
+        auto const controller = queue_->GetController(row);
+        controller->SetChecked(controller->DownloadItem()->DownloadURL().find("hang") == std::string::npos);
+        controller->ResetDownload();
     }
     queue_->StartDownload({});
     EXPECT_TRUE(Eventually([&] {

