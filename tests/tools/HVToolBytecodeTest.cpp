@@ -15,7 +15,6 @@ using testing::HasSubstr;
 class HVToolBytecodeTest : public testing::Test {
 protected:
     std::string File(std::string const& name) const { return folder_ / name; }
-    std::string Content(std::string const& name) const { return folder_.Get(name); }
     void Put(std::string const& name, std::string const& content) const {
         fs::permissions(folder_.Put(name, content), fs::perms(0755));
     }
@@ -25,11 +24,9 @@ protected:
         Put("__main__.py", main);
         Put("part/__init__.py", "from . import version");
         Put("part/version.py", "print('2025.01.01')");
-        ASSERT_EQ(std::system(("cd '" + folder_.Path() +
-                               "' && rm -f zip && python3 -m zipfile -c zip __main__.py part")
-                                  .c_str()),
-                  0);
-        Put("yt-dlp", firstLine + "\n" + Content("zip"));
+        std::string const zip = "rm -f zip && python3 -m zipfile -c zip __main__.py part";
+        ASSERT_EQ(std::system(("cd '" + folder_.Path() + "' && " + zip).c_str()), 0);
+        Put("yt-dlp", firstLine + "\n" + folder_.Get("zip"));
     }
     bool Add(unsigned int silence = 60'000) const {
         return AddToolBytecode(File("yt-dlp"), File("yt-dlp"), silence);
@@ -41,19 +38,19 @@ protected:
 TEST_F(HVToolBytecodeTest, SourcesAloneGetTheirBytecodeOnce) {
     for (std::string const line : {"#!/usr/bin/env python3", "#!/usr/bin/env -S python3 -s"}) {
         PutTool(line);
-        std::string const before = Content("yt-dlp");
+        std::string const before = folder_.Get("yt-dlp");
         fs::rename(File("yt-dlp"), File("real"));
         fs::create_symlink("real", File("yt-dlp"));
         EXPECT_TRUE(Add());
         EXPECT_TRUE(fs::is_symlink(File("yt-dlp")));
         EXPECT_EQ(fs::status(File("real")).permissions(), fs::perms(0755));
-        std::string const after = Content("real");
+        std::string const after = folder_.Get("real");
         EXPECT_THAT(after, HasSubstr("part/version.pyc"));
         // Up to its list of entries, which is read at the start alone.
         std::size_t const entries = before.find("PK\1\2");
         EXPECT_TRUE(after.substr(0, entries) == before.substr(0, entries)) << "sources were moved";
         EXPECT_FALSE(Add());
-        EXPECT_TRUE(Content("real") == after);
+        EXPECT_TRUE(folder_.Get("real") == after);
         fs::remove(File("yt-dlp"));
     }
 }
@@ -67,9 +64,9 @@ TEST_F(HVToolBytecodeTest, AFaultLeavesTheToolAsItWas) {
         if (!interpreter.empty())
             Put("python", "#!/bin/sh\n" + interpreter + "\n");
         PutTool("#!" + File("python"));
-        std::string const before = Content("yt-dlp");
+        std::string const before = folder_.Get("yt-dlp");
         EXPECT_FALSE(Add(interpreter.ends_with("1000") ? 200 : 60'000));
-        EXPECT_TRUE(Content("yt-dlp") == before);
+        EXPECT_TRUE(folder_.Get("yt-dlp") == before);
         for (auto const& entry : fs::directory_iterator(folder_.Path()))
             EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
     }
@@ -102,7 +99,7 @@ TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
         EXPECT_THAT(second.PutInPlace(), HasSubstr("someone else"));
         EXPECT_TRUE(fs::exists(second.Path()));
     }
-    EXPECT_EQ(Content("yt-dlp"), "newer");
+    EXPECT_EQ(folder_.Get("yt-dlp"), "newer");
     EXPECT_EQ(folder_.Count(), 2);
 }
 
