@@ -93,11 +93,8 @@ TEST_F(HVHTTP, EveryOutcomeIsReported) {
     }
     EXPECT_THAT(Download(base + "/hang", 1), HasSubstr("timed out"));
     EXPECT_THAT(Download(base + "/200", 20, "missing/file"), HasSubstr("the folder does not exist"));
-}
-
-TEST_F(HVHTTP, ARedirectLoopAndAnEndlessBodyEnd) {
-    EXPECT_THAT(Fetch(server_.Url("/to")), HasSubstr("too many redirects"));
-    EXPECT_THAT(Fetch(server_.Url("/endless"), 60), HasSubstr("too long"));
+    EXPECT_THAT(Fetch(base + "/to"), HasSubstr("too many redirects"));
+    EXPECT_THAT(Fetch(base + "/endless", 60), HasSubstr("too long"));
 }
 
 TEST_F(HVHTTP, CertificatesAreChecked) {

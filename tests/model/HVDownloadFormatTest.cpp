@@ -84,8 +84,6 @@ TEST(FormatMerging, GoesByTheContainersAlone) {
             bool const expected = allowed.find(" " + video + "+" + b->Extension() + " ") != std::string::npos;
             EXPECT_EQ(IHVDownloadFormat::CanMergeDownloadFormat(a, b), expected) << video << audio;
             EXPECT_EQ(IHVDownloadFormat::CanMergeDownloadFormat(b, a), expected) << video << audio;
-            EXPECT_EQ(IHVDownloadFormat::MergeDownloadFormat(a, b, true) != nullptr, expected)
-                << video << audio;
         }
     }
     for (auto const& other : {Video("mp4"), Format(R"("ext": "mp4")"), std::shared_ptr<IHVDownloadFormat>()})

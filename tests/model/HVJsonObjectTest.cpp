@@ -73,8 +73,6 @@ TEST(JsonDocuments, LoadWhatTheyAreFor) {
         HVJsonObjectPlayItem item;
         HVJsonObjectPlayList list;
         EXPECT_EQ(Text(item.LoadFromJsonString(json), list.LoadFromJsonString(json)), expected) << json;
-        HVJsonNode const node = IHVJsonReader::ReadJsonString(json, nullptr);
-        EXPECT_EQ(Text(item.LoadFromJsonValue(node), list.LoadFromJsonValue(node)), expected) << json;
     }
 }
 
