@@ -58,11 +58,14 @@ protected:
 
 TEST_F(Endurance, NothingGrows) {
     int const count = Scaled(2000);
+    std::thread([] {}).join(); // a sanitizer starts a thread of its own with the first
+    std::size_t const threads = CountOf(Counted::Threads);
+    // A run's descriptors go with the last of its threads.
+    auto const calm = [&] {
+        return NothingLeft() && CountOf(Counted::Children) == 0 && CountOf(Counted::Threads) == threads;
+    };
     Analyse(100);
     Download(100);
-    auto const calm = [] {
-        return CountOf(Counted::Children) == 0 && NothingLeft() && CountOf(Counted::Threads) <= 2;
-    };
     EXPECT_TRUE(Eventually(calm));
     std::size_t before[4];
     std::size_t after[4];
@@ -75,11 +78,9 @@ TEST_F(Endurance, NothingGrows) {
     EXPECT_TRUE(Eventually(calm));
     for (int what = 0; what < 4; ++what)
         after[what] = CountOf(static_cast<Counted>(what));
-    std::printf(
-        "%d analyses and %d downloads: descriptors %zu, then %zu; threads %zu, then %zu; KiB %zu, then %zu\n",
-        count, count, before[0], after[0], before[1], after[1], before[3], after[3]);
+    std::printf("%d analyses and %d downloads: descriptors %zu, then %zu; threads %zu; KiB %zu, then %zu\n",
+                count, count, before[0], after[0], after[1], before[3], after[3]);
     EXPECT_EQ(after[0], before[0]);
-    EXPECT_EQ(after[1], before[1]);
     EXPECT_TRUE(FilesIn(IHVFileProvider::GetTmpPath()).empty());
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_LT(after[3], before[3] + 4096);
