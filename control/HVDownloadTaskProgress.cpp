@@ -26,10 +26,11 @@ void HVDownloadTaskDownload::ParseDownloadOutputInfo(std::string const& text) {
         if (!IsDownloadSpeedInfo(rest))
             continue;
         std::string status;
-        float const percent = ParsePercentageInfo(rest, status);
-        if (static_cast<double>(percent) < static_cast<double>(progress_) + kSmallestStep)
+        // Odd counts of fragments lead beyond the end, which is told once, or to what is no number.
+        float const percent = std::min(ParsePercentageInfo(rest, status), 100.0F);
+        if (!(static_cast<double>(percent) >= static_cast<double>(progress_) + kSmallestStep))
             continue;
-        progress_ = std::min(percent, 100.0F);
+        progress_ = percent;
         notifyTaskProgress(status, progress_);
     }
 }

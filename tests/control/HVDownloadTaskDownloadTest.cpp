@@ -37,7 +37,8 @@ TEST(HVDownloadTaskDownload, MakesOneRisingPercentageOfTheToolsLines) {
         {{At("99.995%"), At("100%")}, "99.995" + rest},
         {{At("140%")}, "100" + rest},
         {{At("50.0%", " (frag 3/4)")}, "62.5" + rest + " (frag 3/4)"},
-        {{At("50.0%", " (frag 3/0)")}, "100" + rest + " (frag 3/0)"},
+        {{At("0.0%", " (frag 1/0)"), At("50.0%", " (frag 3/0)"), At("60.0%", " (frag 3/0)")},
+         "100" + rest + " (frag 3/0)"},
         {{At("50.0%", " (frag x/4)")}, "12.5" + rest + " (frag x/4)"},
         {{At("50.0%", " (frag 1/99999999999)")}, "50" + rest + " (frag 1/99999999999)"},
     };
