@@ -1,12 +1,22 @@
 # The library: its objects once, linked into the shared library and, with all symbols in reach, into the tests.
-set(REELHAUL_ROOMS foundation model options task control tools cookies)
-include(${CMAKE_CURRENT_LIST_DIR}/PublicHeaders.cmake)
+set(REELHAUL_ROOMS foundation model tools cookies options task control)
+
+# The interface, and nothing else: what an application may include.
+set(REELHAUL_INCLUDE_DIR ${PROJECT_SOURCE_DIR}/include)
+file(GLOB REELHAUL_PUBLIC_HEADER_FILES CONFIGURE_DEPENDS ${REELHAUL_INCLUDE_DIR}/Reelhaul/*.h)
 
 set(sources)
+set(header_folders ${REELHAUL_INCLUDE_DIR}/Reelhaul)
 foreach(room IN LISTS REELHAUL_ROOMS)
-  file(GLOB found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.cpp)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.cpp)
   list(APPEND sources ${found})
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.h)
+  foreach(header IN LISTS headers)
+    get_filename_component(folder ${header} DIRECTORY)
+    list(APPEND header_folders ${folder})
+  endforeach()
 endforeach()
+list(REMOVE_DUPLICATES header_folders)
 include(${CMAKE_CURRENT_LIST_DIR}/Providers.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/CookiesGuard.cmake)
 if(APPLE)
@@ -15,22 +25,10 @@ else()
   list(FILTER sources EXCLUDE REGEX "\\.macos\\.cpp$")
 endif()
 
-# Public headers seen the way an application sees them: one folder, <Reelhaul/...>.
-set(REELHAUL_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
-file(MAKE_DIRECTORY ${REELHAUL_INCLUDE_DIR}/Reelhaul)
-set(REELHAUL_PUBLIC_HEADER_FILES)
-foreach(header IN LISTS REELHAUL_PUBLIC_HEADERS)
-  get_filename_component(name ${header} NAME)
-  file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${header} ${REELHAUL_INCLUDE_DIR}/Reelhaul/${name} SYMBOLIC)
-  list(APPEND REELHAUL_PUBLIC_HEADER_FILES ${PROJECT_SOURCE_DIR}/${header})
-endforeach()
-
 add_library(reelhaul_objects OBJECT ${sources})
 set_target_properties(reelhaul_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
-foreach(room IN LISTS REELHAUL_ROOMS)
-  target_include_directories(reelhaul_objects PUBLIC ${PROJECT_SOURCE_DIR}/${room})
-endforeach()
+target_include_directories(reelhaul_objects PUBLIC ${header_folders})
 target_include_directories(reelhaul_objects SYSTEM PRIVATE ${RAPIDJSON_INCLUDE_DIR})
 target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION="${PROJECT_VERSION}")
 target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}

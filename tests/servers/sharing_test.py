@@ -39,7 +39,7 @@ class MergeTest(ServerTest):
     @classmethod
     def setUpClass(cls):
         sys.path.insert(0, str(TOOL))  # a zip of the tool's modules
-        runpy.run_path(str(ROOT / "cookies/guard/reelhaul_cookies.py"))
+        runpy.run_path(str(ROOT / "tools/extension/reelhaul_cookies.py"))
         from yt_dlp import cookies
         cls.tool = cookies
 

@@ -1,6 +1,6 @@
 #pragma once
 // Lets several runs of the tool share a cookies file, without a word in their argument lists: they are run
-// with an extension of ours (cookies/guard), which the tool finds through PYTHONPATH. Thread-safe. A tool
+// with an extension of ours (tools/extension), which the tool finds through PYTHONPATH. Thread-safe. A tool
 // that ignores PYTHONPATH, such as one frozen into a binary, goes on in its own way.
 
 #include <string>
