@@ -1,3 +1,4 @@
+#include "HVApplicationCall.h"
 #include "HVFormat.h"
 #include "IHVLogConfig.h"
 
@@ -45,7 +46,8 @@ void Emit(IHVLogConfig::LogLevel level, std::string line) {
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
         line.pop_back();
     if (auto const handler = HandlerSlot::Shared().Get()) {
-        (*handler)(level, line);
+        if (HVApplicationCall const call; call.Allowed())
+            (*handler)(level, line);
         return;
     }
     if (static_cast<int>(level) < Threshold())
