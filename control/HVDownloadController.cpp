@@ -1,6 +1,7 @@
 #include "HVDownloadController.h"
 
 #include "HVDownloadControllers.h"
+#include "HVDownloadRun.h"
 #include "HVDownloadTaskDownload.h"
 #include "IHVDownloadItem.h"
 
@@ -119,7 +120,7 @@ std::shared_ptr<IHVError const> HVDownloadController::StartPending() {
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<HVDownloadTask> const& task) {
-    task->SetGuardedDelegate(this, weak_from_this());
+    task->SetOwnDelegate(std::make_shared<HVDownloadRun>(weak_from_this()));
     task->SetJSRuntimePath(Get(jsRuntimePath_));
     if (auto options = Get(options_))
         task->SetOptions(std::move(options));

@@ -1,6 +1,7 @@
 #include "HVDownLoadCookies.h"
 
 #include "HVArgsBuilder.h"
+#include "HVCallback.h"
 #include "HVFileSystem.h"
 #include "IHVBase64Codec.h"
 #include "IHVCookieMessage.h"
@@ -127,8 +128,7 @@ void HVDownloadCookies::Work(HVDownloadBrowser browser, std::string const& folde
         answer.path.clear();
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't get a browser's cookies");
     }
-    if (auto const callback = TakeCallback())
-        callback(answer.path, answer.state);
+    ReportTo(TakeCallback(), answer.path, answer.state);
 }
 
 // It is called once, and what it holds does not live as long as the record.

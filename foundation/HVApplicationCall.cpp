@@ -61,6 +61,10 @@ HVApplicationCall::~HVApplicationCall() {
         RegisterMark();
 }
 
+bool InsideApplicationCall() {
+    return tCalls > 0;
+}
+
 bool ProcessIsEnding() {
     return gEnding;
 }

@@ -25,6 +25,10 @@ private:
     bool const allowed_;
 };
 
+/// Whether this thread is inside a function of the application. Such a thread must not wait for calls to end:
+/// it may be the one that is waited for.
+bool InsideApplicationCall();
+
 /// Whether the exit handlers of the process have begun to run.
 bool ProcessIsEnding();
 

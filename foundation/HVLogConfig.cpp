@@ -1,12 +1,11 @@
-#include "HVApplicationCall.h"
+#include "HVCallback.h"
 #include "HVFormat.h"
 #include "IHVLogConfig.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <mutex>
+#include <utility>
 
 namespace Halvorn {
 
@@ -27,30 +26,24 @@ int Threshold() {
     return threshold;
 }
 
-/// Never destroyed: threads may log until the very end of the process.
-struct HandlerSlot {
-    std::mutex mutex;
-    std::shared_ptr<IHVLogConfig::Handler const> handler;
+using HandlerSlot = HVCallbackSlot<IHVLogConfig::Handler>;
 
-    static HandlerSlot& Shared() {
-        static auto* slot = new HandlerSlot;
-        return *slot;
-    }
-    std::shared_ptr<IHVLogConfig::Handler const> Get() {
-        std::lock_guard const lock(mutex);
-        return handler;
-    }
-};
+/// Never destroyed: threads may log until the very end of the process.
+HandlerSlot& SharedHandler() {
+    static auto* const slot = new HandlerSlot;
+    return *slot;
+}
 
 void Emit(IHVLogConfig::LogLevel level, std::string line) {
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
         line.pop_back();
-    if (auto const handler = HandlerSlot::Shared().Get()) {
+    // Not through the dispatcher: a line is to be there before a crash. What the handler throws is dropped,
+    // since a line about it would meet the same handler.
+    bool const taken = SharedHandler().With([&](auto const& handler) {
         if (HVApplicationCall const call; call.Allowed())
-            (*handler)(level, line);
-        return;
-    }
-    if (static_cast<int>(level) < Threshold())
+            handler(level, line);
+    });
+    if (taken || static_cast<int>(level) < Threshold())
         return;
     line.insert(0, "reelhaul: ");
     line += '\n';
@@ -59,16 +52,13 @@ void Emit(IHVLogConfig::LogLevel level, std::string line) {
 }
 
 bool Wanted(IHVLogConfig::LogLevel level) {
-    return static_cast<int>(level) >= Threshold() || HandlerSlot::Shared().Get() != nullptr;
+    return static_cast<int>(level) >= Threshold() || SharedHandler().Filled();
 }
 
 } // namespace
 
 void IHVLogConfig::SetHandler(Handler handler) {
-    auto next = handler ? std::make_shared<Handler const>(std::move(handler)) : nullptr;
-    auto& slot = HandlerSlot::Shared();
-    std::lock_guard const lock(slot.mutex);
-    slot.handler.swap(next);
+    SharedHandler().Set(std::move(handler));
 }
 
 void IHVLogConfig::LogText(LogLevel level, char const* text) {

@@ -23,22 +23,16 @@ std::shared_ptr<IHVDownloadOptions> HVDownloadTask::GetMutableOptions() const {
 }
 
 void HVDownloadTask::SetDelegate(IHVDownloadTaskDelegate* delegate) {
-    std::lock_guard const lock(mutex_);
-    taskDelegate_ = delegate;
-    delegateIsGuarded_ = false;
-    delegateOwner_.reset();
-}
-
-void HVDownloadTask::SetGuardedDelegate(IHVDownloadTaskDelegate* delegate, std::weak_ptr<void> owner) {
-    std::lock_guard const lock(mutex_);
-    taskDelegate_ = delegate;
-    delegateIsGuarded_ = true;
-    delegateOwner_ = std::move(owner);
+    taskDelegate_.Set(delegate);
 }
 
 IHVDownloadTaskDelegate* HVDownloadTask::GetDelegate() {
+    return taskDelegate_.Get();
+}
+
+void HVDownloadTask::SetOwnDelegate(std::shared_ptr<IHVDownloadTaskDelegate> delegate) {
     std::lock_guard const lock(mutex_);
-    return taskDelegate_;
+    ownDelegate_.swap(delegate);
 }
 
 void HVDownloadTask::SetJSRuntimePath(std::string const& path) {
@@ -59,6 +53,7 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
             return IHVError::MallocError("HVDownloadTask", __LINE__, "StartTask", -1, "Error",
                                          "The download task was started.");
         userCancelled_ = false;
+        stoppedInTime_ = false;
         // The function holds the task: its owner may drop it while it runs.
         thread = taskThread_ = IHVThread::MallocThread([self = shared_from_this()] { self->RunWorker(); });
     }
@@ -70,6 +65,7 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
 
 void HVDownloadTask::StopTask() {
     userCancelled_ = true;
+    stoppedInTime_ = !workerEnded_;
 }
 
 int HVDownloadTask::WaitFinish(unsigned int milliseconds) {
@@ -81,10 +77,16 @@ int HVDownloadTask::WaitFinish(unsigned int milliseconds) {
     return thread == nullptr ? HVErrFailure : thread->WaitEnd(milliseconds);
 }
 
+bool IHVDownloadTask::WasStopped() const {
+    auto const* const task = dynamic_cast<HVDownloadTask const*>(this);
+    return task != nullptr && task->StoppedInTime();
+}
+
 void HVDownloadTask::RunWorker() {
     std::string failure;
     try {
         asyncProgressTask();
+        workerEnded_ = true;
         return;
     } catch (std::exception const& error) {
         failure = error.what();
@@ -95,39 +97,53 @@ void HVDownloadTask::RunWorker() {
     if (!completionReported_)
         notifyTaskComplete(IHVError::MallocError("HVDownloadTask", __LINE__, "RunWorker", -1, "Error",
                                                  "Unexpected failure: %s", failure.c_str()));
+    workerEnded_ = true;
 }
 
-void HVDownloadTask::Notify(std::function<void(IHVDownloadTaskDelegate&)> const& call) {
-    IHVDownloadTaskDelegate* delegate = nullptr;
-    std::shared_ptr<void> owner;
+void HVDownloadTask::Notify(std::function<void(IHVDownloadTaskDelegate&)> call) {
+    std::shared_ptr<IHVDownloadTaskDelegate> own;
     {
         std::lock_guard const lock(mutex_);
-        owner = delegateOwner_.lock();
-        delegate = delegateIsGuarded_ && owner == nullptr ? nullptr : taskDelegate_;
+        own = ownDelegate_;
     }
-    if (delegate != nullptr)
-        call(*delegate);
+    if (own != nullptr) {
+        call(*own);
+        return;
+    }
+    // The delegate is looked up when the report runs: one that was replaced on the dispatcher's thread by
+    // then hears nothing of it.
+    auto tell = [this, call = std::move(call)] {
+        taskDelegate_.With([&call](auto* delegate) { CallApplication([&] { call(*delegate); }); });
+    };
+    // The report keeps the task alive. A task that no pointer holds can't promise to outlive a dispatched
+    // one.
+    if (auto self = weak_from_this().lock())
+        DispatchReport([self = std::move(self), tell = std::move(tell)] { tell(); });
+    else
+        tell();
 }
 
 void HVDownloadTask::notifyTaskStarted(std::string const& message) {
-    Notify([&](auto& delegate) { delegate.DownloadTaskStarted(message, this); });
+    Notify([this, message](auto& delegate) { delegate.DownloadTaskStarted(message, this); });
 }
 
 void HVDownloadTask::notifyTaskProgress(std::string const& message, float percent) {
-    Notify([&](auto& delegate) { delegate.DownloadTaskProgress(message, percent, this); });
+    // What a stopped child still prints is no progress any more.
+    if (!completionReported_)
+        Notify([=, this](auto& delegate) { delegate.DownloadTaskProgress(message, percent, this); });
 }
 
 void HVDownloadTask::notifyTaskComplete(std::shared_ptr<IHVError const> error) {
     completionReported_ = true;
-    Notify([&](auto& delegate) { delegate.DownloadTaskCompleted(error, this); });
+    Notify([this, error](auto& delegate) { delegate.DownloadTaskCompleted(error, this); });
 }
 
 void HVDownloadTask::notifyGetPlayList(std::shared_ptr<IHVPlayList> playList) {
-    Notify([&](auto& delegate) { delegate.DownloadTaskGetPlayList(playList, this); });
+    Notify([this, playList](auto& delegate) { delegate.DownloadTaskGetPlayList(playList, this); });
 }
 
 void HVDownloadTask::notifyGetPlayItem(std::shared_ptr<IHVDownloadItem> item) {
-    Notify([&](auto& delegate) { delegate.DownloadTaskGetPlayItem(item, this); });
+    Notify([this, item](auto& delegate) { delegate.DownloadTaskGetPlayItem(item, this); });
 }
 
 } // namespace Halvorn

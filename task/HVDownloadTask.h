@@ -4,6 +4,7 @@
 // Thread-safety: as IHVDownloadTask says; the delegate, the options and the runtime path are guarded for the
 // copy alone, and no lock is held while the delegate's code runs. asyncProgressTask runs on the worker.
 
+#include "HVCallback.h"
 #include "IHVDownloadTask.h"
 #include "IHVThread.h"
 
@@ -33,12 +34,14 @@ public:
     /// The whole work of the task.
     virtual void asyncProgressTask() = 0;
 
-    /// Sets the delegate together with the object that it lives in: a report keeps that object alive, and
-    /// once it is gone nobody is told any more.
-    void SetGuardedDelegate(IHVDownloadTaskDelegate* delegate, std::weak_ptr<void> owner);
+    /// Has the task report to a part of the library instead of the application's delegate: at once on the
+    /// thread that reports, never through the dispatcher. The task owns it.
+    void SetOwnDelegate(std::shared_ptr<IHVDownloadTaskDelegate> delegate);
 
     std::shared_ptr<IHVDownloadOptions> GetMutableOptions() const;
     bool UserCancel() const { return userCancelled_; }
+    /// Whether StopTask was called while the run was under way.
+    bool StoppedInTime() const { return stoppedInTime_; }
 
     void notifyTaskStarted(std::string const& message);
     void notifyTaskProgress(std::string const& message, float percent);
@@ -59,16 +62,17 @@ protected:
 
 private:
     void RunWorker();
-    void Notify(std::function<void(IHVDownloadTaskDelegate&)> const& call);
+    void Notify(std::function<void(IHVDownloadTaskDelegate&)> call);
 
-    mutable std::mutex mutex_;
-    IHVDownloadTaskDelegate* taskDelegate_ = nullptr;
-    bool delegateIsGuarded_ = false;
-    std::weak_ptr<void> delegateOwner_;
+    HVCallbackSlot<IHVDownloadTaskDelegate*> taskDelegate_;
+    mutable std::mutex mutex_; // guards what follows, down to the flags
+    std::shared_ptr<IHVDownloadTaskDelegate> ownDelegate_;
     std::shared_ptr<IHVDownloadOptions> taskOptions_;
     std::shared_ptr<IHVThread> taskThread_;
     std::string jsRuntimePath_;
     std::atomic<bool> userCancelled_ = false;
+    std::atomic<bool> stoppedInTime_ = false;
+    std::atomic<bool> workerEnded_ = false;
     std::atomic<bool> completionReported_ = false;
 };
 

@@ -1,3 +1,4 @@
+#include "HVCallback.h"
 #include "HVDownloadPlugin.h"
 #include "HVDownloadPluginNames.h"
 #include "HVToolAside.h"
@@ -97,9 +98,9 @@ void HVDownloadPlugin::UpdateLocalPlugin(UpdateFunction done) {
         noPath = installPath_.empty();
     }
     if (noPath) {
-        if (done)
-            done(IHVError::MallocError("HVDownloadPlugin", __LINE__, "UpdateLocalPlugin", -1, "Error",
-                                       "Not set pluginInstallPath"));
+        std::shared_ptr<IHVError const> const error = IHVError::MallocError(
+            "HVDownloadPlugin", __LINE__, "UpdateLocalPlugin", -1, "Error", "Not set pluginInstallPath");
+        ReportTo(std::move(done), error);
         return;
     }
     StartUpdate(SeedLocalCopy());
@@ -225,16 +226,7 @@ void HVDownloadPlugin::TellUpdateEnd(std::shared_ptr<IHVError const> const& erro
         std::lock_guard const lock(mutex_);
         function = updateFunc_;
     }
-    if (!function)
-        return;
-    try {
-        function(error);
-    } catch (std::exception const& exception) {
-        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "The application's function has thrown: %s",
-                             exception.what());
-    } catch (...) {
-        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "The application's function has thrown");
-    }
+    ReportTo(std::move(function), error);
 }
 
 } // namespace Halvorn

@@ -42,7 +42,10 @@ public:
     virtual std::shared_ptr<IHVDownloadOptions const> GetOptions() const = 0;
     ///@}
     ///@{
-    /// Null means that nobody listens. Takes effect for the next report; one under way is not waited for.
+    /// Null means that nobody listens. When SetDelegate returns, the former delegate is called no more, and
+    /// no call of it is under way on another thread: it may be destroyed. So hold no lock that it takes.
+    /// Called from a function that the library calls, such as the delegate's own operations, it does not
+    /// wait: a report on another thread may then end a little later.
     virtual void SetDelegate(IHVDownloadTaskDelegate* delegate) = 0;
     virtual IHVDownloadTaskDelegate* GetDelegate() = 0;
     ///@}
@@ -54,6 +57,7 @@ public:
     /// worker that can't be had is no failure here but the task's completion, on the caller's thread.
     virtual std::shared_ptr<IHVError const> StartTask() = 0;
     /// Asks for an end and returns at once; the task notices within half a second and reports its completion.
+    /// A stop before StartTask is not remembered.
     virtual void StopTask() = 0;
     ///@{
     /// Path of the JS runtime that the tool is to use; empty for none.
@@ -64,6 +68,10 @@ public:
     /// time ran out, or HVErrFailure for a task that was not started. Not to be called from a delegate's
     /// operation.
     virtual int WaitFinish(unsigned int milliseconds) = 0;
+
+    /// Whether StopTask was called while the run was under way. A stopped analysis may report a failure or a
+    /// success besides the cancel: ask this in DownloadTaskCompleted or later to know what the user wanted.
+    bool WasStopped() const;
 
 protected:
     ~IHVDownloadTask() = default;

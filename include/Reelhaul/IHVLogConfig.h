@@ -30,6 +30,9 @@ public:
     using Handler = std::function<void(LogLevel level, std::string const& line)>;
 
     /// Hands all lines, of every level, to `handler` instead of standard error; an empty one undoes that.
+    /// When it returns, the former handler is not called any more, and no call of it is under way on another
+    /// thread. So hold no lock that the handler takes. Called from a function that the library calls, such as
+    /// the handler itself, it does not wait: calls on other threads may then end a little later.
     static void SetHandler(Handler handler);
 
     /// Logs a line made from `format` in the manner of printf. Without arguments the text is taken as it is,

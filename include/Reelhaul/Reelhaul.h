@@ -21,6 +21,7 @@
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
 #include "IHVBrowserState.h"
+#include "IHVCallbackDispatcher.h"
 #include "IHVCertificateAuthentication.h"
 #include "IHVDownloadController.h"
 #include "IHVDownloadControllers.h"

@@ -50,7 +50,13 @@ TEST(HVDownloadTaskDownload, MakesOneRisingPercentageOfTheToolsLines) {
             task.ParseDownloadOutputInfo(chunk);
         EXPECT_EQ(recorder.Story(), expected) << chunks[0];
     }
+    // After the end a stopped child may still print.
+    Recorder recorder;
     HVDownloadTaskDownload task(nullptr, "");
+    task.SetDelegate(&recorder);
+    task.notifyTaskComplete(IHVError::MallocSucceed("", 0, ""));
+    task.ParseDownloadOutputInfo(At("50%"));
+    EXPECT_EQ(recorder.Events().size(), 1U);
     EXPECT_THROW(task.ParseDownloadOutputInfo(At(".%")), std::invalid_argument);
 }
 
