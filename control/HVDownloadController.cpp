@@ -124,14 +124,8 @@ std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<H
     task->SetJSRuntimePath(Get(jsRuntimePath_));
     if (auto options = Get(options_))
         task->SetOptions(std::move(options));
-    auto error = task->StartTask();
-    if (!error->Succeed()) {
-        ChangeState(HVDownloadStateDone, [&](HVDownloadState) {
-            lastError_.swap(error);
-            return true;
-        });
-        return LastError();
-    }
+    // A fresh task always starts: a failure is its completion.
+    task->StartTask();
     // A stop that came before the start had nothing to stop.
     if (!RunIsWanted(task.get()))
         task->StopTask();

@@ -1,14 +1,12 @@
 #include "HVDownloadTaskDownload.h"
 
 #include "HVArgsBuilder.h"
-#include "HVCookiesGuard.h"
+#include "HVToolRun.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 #include "IHVPlayList.h"
-#include "IHVTask.h"
 
-#include <mutex>
 #include <utility>
 
 namespace Halvorn {
@@ -17,26 +15,9 @@ namespace {
 
 constexpr char kFile[] = "HVDownloadTaskDownload";
 constexpr char kFunction[] = "asyncProgressTask";
-constexpr unsigned int kPollMilliseconds = 500;
 constexpr int kRandomNameLength = 10;
 
 } // namespace
-
-/// What the tool says on its error stream. Shared, since a stopped child may say more after its run was given
-/// up.
-struct HVDownloadTaskDownload::ErrorText {
-    std::mutex mutex;
-    std::string text;
-
-    void Append(std::string const& more) {
-        std::lock_guard const lock(mutex);
-        text += more;
-    }
-    std::string Copy() {
-        std::lock_guard const lock(mutex);
-        return text;
-    }
-};
 
 std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocDownloadTask(std::shared_ptr<IHVDownloadItem> item,
                                                                      std::string const& outputPath) {
@@ -79,46 +60,34 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile& file) 
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
     auto const args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.path);
-    auto const child = IHVTask::MallocTask();
-    child->SetRuntimePath(GetJSRuntimePath());
-    child->SetPythonPath(CookiesGuardFolder(GetMutableOptions().get()));
-    auto const errorText = std::make_shared<ErrorText>();
-    child->SetErrorHandler([errorText](std::shared_ptr<IHVData const> const& data) {
-        if (data != nullptr)
-            errorText->Append(data->ToText());
+    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
+    run.SetJSRuntimePath(GetJSRuntimePath());
+    run.SetOptions(GetMutableOptions().get());
+    // The run may be left before the child's end: the handler keeps the task.
+    run.SetOutputHandler([this, self = shared_from_this()](std::string const& text) {
+        if (!over_)
+            ParseDownloadOutputInfo(text);
     });
-    child->SetOutputHandler([this, self = shared_from_this()](std::shared_ptr<IHVData const> const& data) {
-        if (data != nullptr && !over_)
-            ParseDownloadOutputInfo(data->ToText());
-    });
-    if (auto error = child->Launch(HVArgsBuilder::GetDownloadCommadExe(), args, true); !error->Succeed())
-        return error;
-    int wait = HVErrTimeout;
-    while (wait == HVErrTimeout) {
-        wait = child->WaitExit(kPollMilliseconds);
-        if (UserCancel()) {
-            child->Terminate();
-            break;
-        }
-    }
+    run.SetStop(Stop());
+    run.LeaveAfterStop();
+    auto const outcome = run.Run();
+    if (outcome.startError != nullptr)
+        return outcome.startError;
     over_ = true;
-    auto result = child->DeliveryError();
-    if (result == nullptr)
-        result = Result(file, errorText->Copy());
-    RemoveLeftovers(*child, file);
+    auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome.errors);
+    RemoveLeftovers(run, file);
     return result;
 }
 
-void HVDownloadTaskDownload::RemoveLeftovers(IHVTask& child, TempFile const& file) {
+void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& file) {
     // A finished file is never removed, whatever became of it; all else of this run goes once its child is
     // gone.
     if (file.unplaced)
         IHVFileProvider::KeepTmpFile(file.path);
     std::string const name = file.path.substr(file.path.rfind('/') + 1);
-    child.OnExit(
-        [stem = name.substr(0, kRandomNameLength), keep = file.unplaced ? file.path : std::string()] {
-            IHVFileProvider::RemoveTmpFiles(stem, keep);
-        });
+    run.OnExit([stem = name.substr(0, kRandomNameLength), keep = file.unplaced ? file.path : std::string()] {
+        IHVFileProvider::RemoveTmpFiles(stem, keep);
+    });
 }
 
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile& file, std::string const& errorText) {

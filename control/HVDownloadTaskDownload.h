@@ -12,7 +12,7 @@
 
 namespace Halvorn {
 
-class IHVTask;
+class HVToolRun;
 
 class HVDownloadTaskDownload final : public HVDownloadTask {
 public:
@@ -33,7 +33,6 @@ public:
     static void ParseFragInfo(int& fragCount, int& fragIndex, std::string const& line);
 
 private:
-    struct ErrorText;
     /// One run's file: where the tool writes it, and whether it was finished and could not be placed.
     struct TempFile {
         std::string path;
@@ -43,7 +42,7 @@ private:
     std::shared_ptr<IHVError const> RunTool(TempFile& file);
     std::shared_ptr<IHVError const> Result(TempFile& file, std::string const& errorText);
     std::shared_ptr<IHVError const> Place(TempFile& file);
-    static void RemoveLeftovers(IHVTask& child, TempFile const& file);
+    static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
     void PlaceSubtitle(std::string const& tempFile, std::string const& target);
 
     std::shared_ptr<IHVDownloadItem> const downloadItem_;

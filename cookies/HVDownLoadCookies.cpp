@@ -3,12 +3,12 @@
 #include "HVArgsBuilder.h"
 #include "HVCallback.h"
 #include "HVFileSystem.h"
+#include "HVToolRun.h"
 #include "IHVBase64Codec.h"
 #include "IHVCookieMessage.h"
 #include "IHVCookieStock.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
-#include "IHVTask.h"
 #include "IHVThread.h"
 
 #include <algorithm>
@@ -23,6 +23,9 @@ namespace Halvorn {
 namespace {
 
 constexpr unsigned int PollMilliseconds = 500;
+/// How long the tool is given to read a browser's cookies, in milliseconds: the desktop may ask the user for
+/// the password of its key ring meanwhile.
+constexpr unsigned int kBrowserTime = 600'000;
 
 std::shared_ptr<IHVError const> Failure(int line, char const* text) {
     return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile", -1, "Error", text);
@@ -75,19 +78,14 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
         std::lock_guard const lock(mutex_);
         cookiesPathFile_ = file;
     }
-    std::string errorText;
-    auto const task = IHVTask::MallocTask();
-    task->SetErrorHandler([&errorText](std::shared_ptr<IHVData const> data) {
-        if (data)
-            errorText += data->ToText();
-    });
-    auto const launch = task->Launch(
-        HVArgsBuilder::GetDownloadCommadExe(),
-        {"--cookies-from-browser", IHVBrowserState::BrowserParamName(browser), "--cookies", file}, true);
-    if (!launch->Succeed())
-        return Failure(__LINE__, "failed to get cookies.");
-    task->WaitExit(HVInfiniteTimeOut);
+    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(),
+                  {"--cookies-from-browser", IHVBrowserState::BrowserParamName(browser), "--cookies", file});
+    run.SetLimits({kBrowserTime, 0, 0});
+    auto const result = run.Run();
     ReleaseFileReservation(file);
+    if (result.startError != nullptr)
+        return Failure(__LINE__, "failed to get cookies.");
+    std::string const& errorText = result.errors;
     // The tool complains about the missing address even when it has written the file: the file decides.
     if (!errorText.empty())
         IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());

@@ -9,6 +9,8 @@
 
 namespace Halvorn {
 
+class HVToolStop;
+
 class HVDownloadThumbnail final : public IHVDownloadThumbnail {
 public:
     int GetWidth() const override { return width_; }
@@ -18,6 +20,13 @@ public:
     int GetDataSize() const override { return dataSize_; }
     ThumbnailDataFormat GetDataFormat() const override { return dataFormat_; }
     bool DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptions> options) override;
+
+    /// How long a fetch may take, in milliseconds.
+    static constexpr unsigned int kFetchTime = 30'000;
+    /// As DownLoadThumbnailData, with the JS runtime's path, which may be empty; it is ended at once when
+    /// `stop`, which may be null, is requested, and after `time` milliseconds.
+    bool FetchData(std::shared_ptr<IHVDownloadOptions> options, std::string const& jsRuntimePath,
+                   HVToolStop* stop, unsigned int time);
 
     /// False for a picture that is not offered: no identifier, no address, WebP, an empty pointer.
     bool LoadFromJson(std::shared_ptr<HVJsonObjectThumbnail const> const& json);

@@ -52,7 +52,7 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
         if (taskThread_ != nullptr)
             return IHVError::MallocError("HVDownloadTask", __LINE__, "StartTask", -1, "Error",
                                          "The download task was started.");
-        userCancelled_ = false;
+        stop_.Clear();
         stoppedInTime_ = false;
         // The function holds the task: its owner may drop it while it runs.
         thread = taskThread_ = IHVThread::MallocThread([self = shared_from_this()] { self->RunWorker(); });
@@ -64,8 +64,8 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
 }
 
 void HVDownloadTask::StopTask() {
-    userCancelled_ = true;
     stoppedInTime_ = !workerEnded_;
+    stop_.Request();
 }
 
 int HVDownloadTask::WaitFinish(unsigned int milliseconds) {

@@ -5,6 +5,7 @@
 // copy alone, and no lock is held while the delegate's code runs. asyncProgressTask runs on the worker.
 
 #include "HVCallback.h"
+#include "HVToolStop.h"
 #include "IHVDownloadTask.h"
 #include "IHVThread.h"
 
@@ -39,9 +40,11 @@ public:
     void SetOwnDelegate(std::shared_ptr<IHVDownloadTaskDelegate> delegate);
 
     std::shared_ptr<IHVDownloadOptions> GetMutableOptions() const;
-    bool UserCancel() const { return userCancelled_; }
+    bool UserCancel() const { return stop_.Requested(); }
     /// Whether StopTask was called while the run was under way.
     bool StoppedInTime() const { return stoppedInTime_; }
+    /// What the task's runs of the tool are ended by.
+    HVToolStop* Stop() { return &stop_; }
 
     void notifyTaskStarted(std::string const& message);
     void notifyTaskProgress(std::string const& message, float percent);
@@ -70,7 +73,7 @@ private:
     std::shared_ptr<IHVDownloadOptions> taskOptions_;
     std::shared_ptr<IHVThread> taskThread_;
     std::string jsRuntimePath_;
-    std::atomic<bool> userCancelled_ = false;
+    HVToolStop stop_;
     std::atomic<bool> stoppedInTime_ = false;
     std::atomic<bool> workerEnded_ = false;
     std::atomic<bool> completionReported_ = false;

@@ -1,22 +1,14 @@
 #include "HVDownloadTaskParser.h"
 
 #include "HVArgsBuilder.h"
-#include "HVCookiesGuard.h"
+#include "HVToolRun.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
-#include "IHVTask.h"
 
 #include <stdexcept>
 #include <utility>
 
 namespace Halvorn {
-
-namespace {
-
-/// How long a run goes on before it is looked at whether the user still wants it, in milliseconds.
-constexpr unsigned int kPollMilliseconds = 500;
-
-} // namespace
 
 std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocDownloadTask(std::string const& url) {
     return std::make_shared<HVDownloadTaskParser>(url);
@@ -49,35 +41,18 @@ HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& erro
 std::shared_ptr<IHVError const>
 HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& errorText,
                                           std::vector<std::string> const& args) {
-    auto const task = IHVTask::MallocTask();
-    std::string errorStream;
-    std::string outputStream;
-    auto const appendTo = [](std::string& text) {
-        return [&text](std::shared_ptr<IHVData const> const& data) {
-            if (data != nullptr)
-                text += data->ToText();
-        };
-    };
-    task->SetErrorHandler(appendTo(errorStream));
-    task->SetOutputHandler(appendTo(outputStream));
-    task->SetRuntimePath(GetJSRuntimePath());
-    task->SetPythonPath(CookiesGuardFolder(GetMutableOptions().get()));
-    if (auto error = task->Launch(HVArgsBuilder::GetDownloadCommadExe(), args, true); !error->Succeed())
-        return error;
-    int result = HVErrTimeout;
-    while (result == HVErrTimeout) {
-        result = task->WaitExit(kPollMilliseconds);
-        if (UserCancel()) {
-            task->Terminate();
-            task->WaitExit(HVInfiniteTimeOut);
-            break;
-        }
-    }
-    if (auto const failure = task->DeliveryError())
-        throw std::runtime_error(failure->GetErrorMessage());
-    IHVLogConfig::Printf("err:%s", errorStream.c_str());
-    errorText = std::move(errorStream);
-    output = std::move(outputStream);
+    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
+    run.SetJSRuntimePath(GetJSRuntimePath());
+    run.SetOptions(GetMutableOptions().get());
+    run.SetStop(Stop());
+    auto result = run.Run();
+    if (result.startError != nullptr)
+        return result.startError;
+    if (result.handlerError != nullptr)
+        throw std::runtime_error(result.handlerError->GetErrorMessage());
+    IHVLogConfig::Printf("err:%s", result.errors.c_str());
+    errorText = std::move(result.errors);
+    output = std::move(result.output);
     return IHVError::MallocSucceed("HVDownloadTaskParser", __LINE__, "GetResultFromServer");
 }
 

@@ -16,6 +16,8 @@
 #include "IHVLogConfig.h"
 #include "IHVPlayList.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Halvorn {
@@ -23,6 +25,8 @@ namespace Halvorn {
 namespace {
 
 constexpr char kFile[] = "HVDownloadTaskParser";
+/// How long the best picture of an item or a playlist may be looked for.
+constexpr std::chrono::seconds kThumbnailsTime(60);
 constexpr char kUnknownError[] = "Unknown error, please try again later.";
 
 /// A failure with the tool's own words, or `otherwise` when it said nothing.
@@ -203,9 +207,20 @@ HVDownloadTaskParser::FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadT
     if (thumbnails.empty())
         return nullptr;
     HVStableSort(thumbnails, [](auto& left, auto& right) { return left->BetterThan(right.get()); });
-    for (auto const& thumbnail : thumbnails)
-        if (thumbnail->DownLoadThumbnailData(GetMutableOptions()))
+    // A host that does not answer must not hold up the analysis once for each size that it offers.
+    auto const until = std::chrono::steady_clock::now() + kThumbnailsTime;
+    for (auto const& thumbnail : thumbnails) {
+        auto const left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
+        if (UserCancel() || left.count() <= 0)
+            break;
+        auto* const own = dynamic_cast<HVDownloadThumbnail*>(thumbnail.get());
+        unsigned int const time =
+            std::min(HVDownloadThumbnail::kFetchTime, static_cast<unsigned int>(left.count()));
+        if (own != nullptr ? own->FetchData(GetMutableOptions(), GetJSRuntimePath(), Stop(), time)
+                           : thumbnail->DownLoadThumbnailData(GetMutableOptions()))
             return thumbnail;
+    }
     return thumbnails.front();
 }
 

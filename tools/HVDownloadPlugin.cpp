@@ -34,8 +34,7 @@ std::shared_ptr<IHVDownloadPlugin> IHVDownloadPlugin::SharedDownloadPlugin() {
 }
 
 HVDownloadPlugin::HVDownloadPlugin()
-    : localPluginOff_(IHVAppSettings::Shared()->GetBool(kSettingsKey)), task_(IHVTask::MallocTask()),
-      event_(IHVEvent::MallocEvent()) {}
+    : localPluginOff_(IHVAppSettings::Shared()->GetBool(kSettingsKey)), event_(IHVEvent::MallocEvent()) {}
 
 void HVDownloadPlugin::EnableLocalPlugin(bool enable) {
     localPluginOff_ = !enable;

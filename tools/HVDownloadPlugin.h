@@ -3,7 +3,6 @@
 
 #include "IHVDownloadPlugin.h"
 #include "IHVEvent.h"
-#include "IHVTask.h"
 
 #include <atomic>
 #include <future>
@@ -44,7 +43,7 @@ public:
     std::string GetLatestYtDlpVersion() const;
     /// Downloads the release file of `version` to LocalPluginUpdatePathFile. Blocks.
     std::shared_ptr<IHVError const> DownloadLatestYtDlp(std::string& version);
-    /// As PluginTask, but with the one long-lived child object: one call at a time. Blocks.
+    /// As PluginTask, with no limit. Blocks.
     std::string UpdatePluginTask(std::string const& exe, std::string argument) const;
     /// Where DownloadLatestYtDlp puts the file, whether the folder exists or not.
     std::string LocalPluginUpdatePathFile() const;
@@ -89,8 +88,7 @@ private:
     // Safe by themselves.
     std::atomic<bool> localPluginOff_;
     std::atomic<bool> cancelFlag_ = false; ///< written only: nothing stops an update half way
-    std::shared_ptr<IHVTask> task_;
-    std::shared_ptr<IHVEvent> event_; ///< never signalled: it paces a wait
+    std::shared_ptr<IHVEvent> event_;      ///< never signalled: it paces a wait
 };
 
 } // namespace Halvorn

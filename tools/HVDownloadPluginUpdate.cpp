@@ -4,6 +4,7 @@
 #include "HVToolAside.h"
 #include "HVToolBytecode.h"
 #include "HVToolRun.h"
+#include "HVToolVersion.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
@@ -24,8 +25,9 @@ constexpr std::size_t kMaxWords = 2000;
 constexpr unsigned int kUpdateSilence = 600'000;
 
 /// Both streams of the tool, for a person to read; the end where there is much, since reasons come last.
-std::string WordsOf(HVToolRun const& run, HVToolAside const& aside) {
-    std::string words = IHVStringHelper::Trimmed(run.failure + "\n" + run.output + "\n" + run.errors);
+std::string WordsOf(HVToolResult const& run, HVToolAside const& aside) {
+    std::string words = run.startError == nullptr ? std::string() : run.startError->GetErrorMessage();
+    words = IHVStringHelper::Trimmed(words + "\n" + run.output + "\n" + run.errors);
     // The copy is gone when they are read.
     for (std::size_t at = 0; (at = words.find(aside.Path(), at)) != std::string::npos;
          at += aside.Tool().size())
@@ -54,7 +56,7 @@ IHVDownloadPlugin::UpdateOutcome HVDownloadPlugin::Outcome() const {
 }
 
 std::string HVDownloadPlugin::UpdatePluginTask(std::string const& exe, std::string argument) const {
-    return RunTool(*task_, exe, {argument}).output;
+    return HVToolRun(exe, {argument}).Run().output;
 }
 
 int HVDownloadPlugin::WaitCacheFuture(std::future<void>& future, unsigned int milliseconds) {
@@ -206,7 +208,9 @@ void HVDownloadPlugin::UpdateTool(std::string const& tool, UpdateOutcome& outcom
     outcome.message = aside.Make();
     if (!outcome.message.empty())
         return;
-    HVToolRun const run = RunTool(aside.Path(), {kUpdateArgument}, kUpdateSilence);
+    HVToolRun update(aside.Path(), {kUpdateArgument});
+    update.SetLimits({0, kUpdateSilence, 0});
+    auto const run = update.Run();
     std::string const version = IHVStringHelper::Trimmed(ToolVersion(aside.Path()));
     if (!version.empty() && version != outcome.oldVersion) {
         AddToolBytecode(aside.Path(), aside.Tool());

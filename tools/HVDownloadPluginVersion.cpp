@@ -1,6 +1,7 @@
 #include "HVDownloadPlugin.h"
 #include "HVDownloadPluginNames.h"
 #include "HVToolRun.h"
+#include "HVToolVersion.h"
 #include "IHVFileProvider.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@
 namespace Halvorn {
 
 std::string HVDownloadPlugin::PluginTask(std::string const& exe, std::string argument) const {
-    return argument == kVersionArgument ? ToolVersion(exe) : RunTool(exe, {argument}, 0).output;
+    return argument == kVersionArgument ? ToolVersion(exe) : HVToolRun(exe, {argument}).Run().output;
 }
 
 std::string HVDownloadPlugin::BuiltInPluginVersion() const {

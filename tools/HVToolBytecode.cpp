@@ -2,6 +2,7 @@
 
 #include "HVToolAside.h"
 #include "HVToolRun.h"
+#include "HVToolVersion.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
 
@@ -110,14 +111,16 @@ std::string Prepare(HVToolAside const& aside, std::string const& replaced,
     std::string const program = interpreter.front();
     interpreter.erase(interpreter.begin());
     interpreter.insert(interpreter.end(), {"-I", "-c", kProgram, aside.Tool(), replaced, aside.Path()});
-    HVToolRun const run = RunTool(program, interpreter, silence);
+    HVToolRun python(program, interpreter);
+    python.SetLimits({0, silence, 0});
+    auto const run = python.Run();
     if (run.output.ends_with(std::string(kNothingToDo) + "\n"))
         return kNothingToDo;
     if (!run.output.ends_with(std::string(kPrepared) + "\n")) {
         std::string const words = IHVStringHelper::Trimmed(run.errors);
         // A traceback's last line is the reason.
-        return run.failure.empty() ? "python ended early. " + words.substr(words.rfind('\n') + 1)
-                                   : run.failure;
+        return run.startError == nullptr ? "python ended early. " + words.substr(words.rfind('\n') + 1)
+                                         : run.startError->GetErrorMessage();
     }
     std::string const version = ToolVersion(aside.Path());
     return !version.empty() && version == ToolVersion(aside.Tool()) ? "" : "the prepared file does not run.";

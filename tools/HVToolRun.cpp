@@ -1,47 +1,180 @@
 #include "HVToolRun.h"
 
-#include "HVDownloadPluginNames.h"
+#include "HVCookiesGuard.h"
+#include "HVToolStop.h"
+#include "IHVLogConfig.h"
 
-#include <memory>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <utility>
 
 namespace Halvorn {
 
 namespace {
 
-/// A tool that prints nothing for so long hangs, and whoever asks for its version must not hang with it.
-constexpr unsigned int kVersionSilence = 60'000;
-constexpr unsigned int kWaitStep = 500;
+using Clock = std::chrono::steady_clock;
 
-void Append(std::string& text, std::shared_ptr<IHVData const> const& data) {
-    if (data != nullptr)
-        text += data->ToText();
+/// How long a run goes on before the stop and the limits are looked at, in milliseconds. A stop ends the
+/// child by itself; the look is for one that was requested before the run began, and for a child that ignores
+/// it.
+constexpr unsigned int kPollMilliseconds = 500;
+constexpr unsigned int kWatchMilliseconds = 100;
+
+unsigned int Passed(Clock::time_point since) {
+    return static_cast<unsigned int>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
 }
 
 } // namespace
 
-HVToolRun RunTool(IHVTask& task, std::string const& exe, std::vector<std::string> const& args) {
-    // Shared with the handlers: a long-lived task keeps those beyond this call.
-    auto const run = std::make_shared<HVToolRun>();
-    task.SetErrorHandler([run](std::shared_ptr<IHVData const> const& data) { Append(run->errors, data); });
-    task.SetOutputHandler([run](std::shared_ptr<IHVData const> const& data) { Append(run->output, data); });
-    auto const started = task.Launch(exe, args, true);
-    if (!started->Succeed()) {
-        run->failure = started->GetErrorMessage();
-        return *run;
+struct HVToolRun::State {
+    std::mutex mutex; // guards what follows, for moments
+    std::string output;
+    std::string errors;
+    std::size_t bytes = 0;
+    Clock::time_point lastOutput = Clock::now();
+    HVToolResult::By endedBy = HVToolResult::By::Tool;
+    std::weak_ptr<IHVToolChild> child; ///< weak, since the child's handlers hold the state
+
+    Clock::time_point const begin = Clock::now();
+
+    /// Ends the child, unless it has ended. The first one who does so counts.
+    void End(HVToolResult::By by) {
+        std::shared_ptr<IHVToolChild> running;
+        {
+            std::lock_guard const lock(mutex);
+            running = child.lock();
+            if (running == nullptr || running->WaitExit(0) != HVErrTimeout)
+                return;
+            if (endedBy == HVToolResult::By::Tool)
+                endedBy = by;
+        }
+        running->Terminate();
     }
-    while (task.WaitExit(kWaitStep) == HVErrTimeout) {
+
+    /// Counts a chunk, and cuts it at the limit.
+    std::string Take(std::string const& chunk, std::size_t limit) {
+        std::size_t room = chunk.size();
+        {
+            std::lock_guard const lock(mutex);
+            lastOutput = Clock::now();
+            if (limit != 0)
+                room = std::min(room, limit - std::min(limit, bytes));
+            bytes += chunk.size();
+        }
+        if (room < chunk.size())
+            End(HVToolResult::By::OutputLimit);
+        return chunk.substr(0, room);
     }
-    return *run;
+};
+
+HVToolRun::HVToolRun(std::string exe, std::vector<std::string> args) : state_(std::make_shared<State>()) {
+    launch_.exe = std::move(exe);
+    launch_.args = std::move(args);
 }
 
-HVToolRun RunTool(std::string const& exe, std::vector<std::string> const& args, unsigned int silence) {
-    auto const task = IHVTask::MallocTask();
-    task->SetSilenceLimit(silence);
-    return RunTool(*task, exe, args);
+void HVToolRun::SetOptions(IHVDownloadOptions const* options) {
+    launch_.extensionFolder = CookiesGuardFolder(options);
 }
 
-std::string ToolVersion(std::string const& exe) {
-    return RunTool(exe, {kVersionArgument}, kVersionSilence).output;
+HVToolResult HVToolRun::Run() {
+    auto const collect = [state = state_, limit = limits_.output](std::string State::*text) {
+        return [state, limit, text](std::string const& chunk) {
+            std::string const taken = state->Take(chunk, limit);
+            std::lock_guard const lock(state->mutex);
+            (*state).*text += taken;
+        };
+    };
+    launch_.errorHandler = collect(&State::errors);
+    if (launch_.outputHandler)
+        launch_.outputHandler = [state = state_, limit = limits_.output,
+                                 handler = std::move(launch_.outputHandler)](std::string const& chunk) {
+            handler(state->Take(chunk, limit));
+        };
+    else
+        launch_.outputHandler = collect(&State::output);
+
+    HVToolResult result;
+    bool const stoppedBefore = StopWanted();
+    if (auto started = StartToolProcess(launch_, child_); !started->Succeed()) {
+        result.startError = std::move(started);
+        return result;
+    }
+    {
+        std::lock_guard const lock(state_->mutex);
+        state_->child = child_;
+    }
+    HVToolStop::Attachment const attachment(stop_, [state = state_] { state->End(HVToolResult::By::Stop); });
+    // A request that came during the start found nothing attached.
+    if (!stoppedBefore && StopWanted())
+        state_->End(HVToolResult::By::Stop);
+    if (WaitForEnd() == HVErrSuccess)
+        result.end = child_->End();
+    result.handlerError = child_->DeliveryError();
+    std::lock_guard const lock(state_->mutex);
+    result.endedBy = result.handlerError != nullptr ? HVToolResult::By::Handler : state_->endedBy;
+    result.output = std::exchange(state_->output, {});
+    result.errors = std::exchange(state_->errors, {});
+    return result;
+}
+
+bool HVToolRun::StopWanted() const {
+    return stop_ != nullptr && stop_->Requested();
+}
+
+/// HVErrTimeout when the child is left to end by itself.
+int HVToolRun::WaitForEnd() {
+    int wait = HVErrTimeout;
+    while (wait == HVErrTimeout) {
+        wait = child_->WaitExit(WaitStep());
+        if (StopWanted()) {
+            state_->End(HVToolResult::By::Stop);
+            return leaveAfterStop_ ? wait : child_->WaitExit(HVInfiniteTimeOut);
+        }
+        if (wait == HVErrTimeout && EndedByLimit())
+            return child_->WaitExit(HVInfiniteTimeOut);
+    }
+    return wait;
+}
+
+unsigned int HVToolRun::WaitStep() const {
+    unsigned int step = watch_ ? kWatchMilliseconds : kPollMilliseconds;
+    if (limits_.time != 0)
+        step = std::min(step, limits_.time - std::min(limits_.time, Passed(state_->begin)) + 1);
+    if (limits_.silence != 0)
+        step = std::min(step, limits_.silence);
+    return step;
+}
+
+bool HVToolRun::EndedByLimit() {
+    Clock::time_point lastOutput;
+    std::size_t bytes = 0;
+    {
+        std::lock_guard const lock(state_->mutex);
+        lastOutput = state_->lastOutput;
+        bytes = state_->bytes;
+    }
+    auto const end = [this](HVToolResult::By by, char const* why) {
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning, "\"%s\" is ended: %s", launch_.exe.c_str(), why);
+        state_->End(by);
+        return true;
+    };
+    if (limits_.time != 0 && Passed(state_->begin) >= limits_.time)
+        return end(HVToolResult::By::TimeLimit, "it takes too long.");
+    if (limits_.silence != 0 && Passed(lastOutput) >= limits_.silence)
+        return end(HVToolResult::By::SilenceLimit, "it has been silent for too long.");
+    if (limits_.output != 0 && bytes > limits_.output)
+        return end(HVToolResult::By::OutputLimit, "it prints too much.");
+    return watch_ && !watch_() && end(HVToolResult::By::Watch, "it does what was not asked for.");
+}
+
+void HVToolRun::OnExit(std::function<void()> function) {
+    if (child_ != nullptr)
+        child_->OnExit(std::move(function));
+    else
+        function();
 }
 
 } // namespace Halvorn

@@ -1,24 +1,89 @@
 #pragma once
-// One run of a tool to its end, with what it printed.
+// One run of the tool: the only way in which the library runs it, and what comes with it (ffmpeg, python).
+//
+// Set a run up and call Run, both on one thread; a run serves once. Another thread ends it through its stop.
+// Handlers are called on the child's delivery thread, one at a time, and after a stop that is not waited for
+// also once Run has returned: what they use must live as long.
 
-#include "IHVTask.h"
+#include "IHVToolChild.h"
 
+#include <cstddef>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace Halvorn {
 
-struct HVToolRun {
-    std::string output;
-    std::string errors;
-    std::string failure; ///< why it did not start
+class HVToolStop;
+class IHVDownloadOptions;
+
+/// What a run may use up; 0 means as much as it likes.
+struct HVToolLimits {
+    unsigned int time = 0;    ///< milliseconds from its start
+    unsigned int silence = 0; ///< milliseconds without output
+    std::size_t output = 0;   ///< bytes that it prints, to both streams together
 };
 
-/// Blocks until the tool has ended. Sets the task's handlers.
-HVToolRun RunTool(IHVTask& task, std::string const& exe, std::vector<std::string> const& args);
-/// The same with a task of its own, which ends a tool that prints nothing for so many milliseconds.
-HVToolRun RunTool(std::string const& exe, std::vector<std::string> const& args, unsigned int silence);
-/// What the tool answers to "--version", line end included; empty when it does not run or hangs.
-std::string ToolVersion(std::string const& exe);
+/// What a run came to.
+struct HVToolResult {
+    /// Who ended it: the tool itself, the stop, one of the limits, the watch, or a handler that threw.
+    enum class By { Tool, Stop, TimeLimit, SilenceLimit, OutputLimit, Watch, Handler };
+
+    std::shared_ptr<IHVError const> startError;   ///< why it did not start; empty when it did
+    std::shared_ptr<IHVError const> handlerError; ///< what a handler threw; empty when none did
+    By endedBy = By::Tool;
+    HVChildEnd end;     ///< exit status or signal; not known for a run that was left after its stop
+    std::string output; ///< what it printed to standard output, where no handler takes that
+    std::string errors; ///< what it printed to standard error
+
+    /// Whether the tool ended by itself with status 0.
+    bool Succeeded() const { return endedBy == By::Tool && end.known && end.signal == 0 && end.status == 0; }
+};
+
+class HVToolRun {
+public:
+    /// `exe` is the path of the copy to run; `args` does not hold the program's name.
+    HVToolRun(std::string exe, std::vector<std::string> args);
+
+    /// The JS runtime's folder leads the run's PATH. May be empty.
+    void SetJSRuntimePath(std::string const& path) { launch_.jsRuntimePath = path; }
+    /// Gives the run what the options need of our extension: the guard of a cookies file. May be null.
+    void SetOptions(IHVDownloadOptions const* options);
+    /// Gets standard output instead of the result. What it throws ends the run.
+    void SetOutputHandler(HVToolLaunch::Handler handler) { launch_.outputHandler = std::move(handler); }
+    /// A run that oversteps one is ended with all that it has started.
+    void SetLimits(HVToolLimits const& limits) { limits_ = limits; }
+    /// Asked about ten times a second, on the thread of Run; the run is ended when it says false.
+    void SetWatch(std::function<bool()> mayGoOn) { watch_ = std::move(mayGoOn); }
+    /// Ends the run at once when it is requested. A request that came before Run counts at the first poll.
+    void SetStop(HVToolStop* stop) { stop_ = stop; }
+    /// After a stop Run returns within half a second, whether or not the child has ended by then.
+    void LeaveAfterStop() { leaveAfterStop_ = true; }
+    /// What the program leaves running is ended with it and not waited for.
+    void EndWithLeader() { launch_.endsWithLeader = true; }
+
+    /// Runs the tool. Blocks until it has ended.
+    HVToolResult Run();
+    /// Calls `function` once when the child is gone, also when there was none: at once, or on its delivery
+    /// thread.
+    void OnExit(std::function<void()> function);
+
+private:
+    struct State;
+
+    unsigned int WaitStep() const;
+    bool StopWanted() const;
+    bool EndedByLimit();
+    int WaitForEnd();
+
+    HVToolLaunch launch_;
+    HVToolLimits limits_;
+    std::function<bool()> watch_;
+    HVToolStop* stop_ = nullptr;
+    bool leaveAfterStop_ = false;
+    std::shared_ptr<IHVToolChild> child_;
+    std::shared_ptr<State> const state_; ///< shared with the handlers
+};
 
 } // namespace Halvorn

@@ -42,9 +42,7 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     Listen(*row.controller, id);
     queue_->AddController(row.controller);
     rows_.push_back(std::move(row));
-    for (auto const& result : queue_->StartDownload({id}))
-        if (!result->Succeed())
-            Completed(id, result);
+    queue_->StartDownload({id});
 }
 
 void HVDownloads::Listen(IHVDownloadController& controller, int row) {

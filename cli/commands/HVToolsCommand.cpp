@@ -1,6 +1,5 @@
 #include "HVToolsCommand.h"
 
-#include "HVProgramVersion.h"
 #include "HVRequest.h"
 #include "HVSession.h"
 #include "HVTableText.h"
@@ -23,7 +22,7 @@ struct Copy {
     std::string kind;
     std::string path;
     bool inForce;
-    HVProgramVersion version{};
+    IHVDownloadPlugin::ProgramVersion version{};
 };
 
 std::vector<Copy> AllCopies(HVRequest const& request) {
@@ -39,6 +38,12 @@ std::vector<Copy> AllCopies(HVRequest const& request) {
     if (!request.jsRuntime.empty())
         copies.push_back({"deno", "named", request.jsRuntime, true});
     return copies;
+}
+
+IHVDownloadPlugin::ProgramVersion Ask(Copy const& copy) {
+    if (std::string fault = ProgramFault(copy.path); !fault.empty())
+        return {{}, fault};
+    return IHVDownloadPlugin::AskProgramVersion(copy.path, copy.name == "ffmpeg" ? "-version" : "--version");
 }
 
 /// "7.1" of "ffmpeg version 7.1 Copyright ..." and of "deno 7.1 (stable, ...)".
@@ -57,9 +62,7 @@ int RunTools(HVSession& session, HVRequest& request) {
     int const early = session.RunAside("Asking the tools for their versions", [copies] {
         std::vector<std::future<void>> answers;
         for (Copy& copy : *copies)
-            answers.push_back(std::async(std::launch::async, [&copy] {
-                copy.version = AskVersion(copy.path, copy.name == "ffmpeg" ? "-version" : "--version");
-            }));
+            answers.push_back(std::async(std::launch::async, [&copy] { copy.version = Ask(copy); }));
         // Each waits for its answer when it goes.
         answers.clear();
     });

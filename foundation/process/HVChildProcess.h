@@ -25,7 +25,7 @@ struct HVChildSetup {
     std::string pythonPath;
     IHVTask::Handler outputHandler;
     IHVTask::Handler errorHandler;
-    unsigned int silenceLimit = 0; ///< milliseconds, 0 for none
+    bool endsWithLeader = false; ///< what the child leaves running is ended
 };
 
 class HVChildProcess : public std::enable_shared_from_this<HVChildProcess> {
@@ -40,6 +40,7 @@ public:
     int Wait(unsigned int milliseconds) const { return ended_.Wait(milliseconds); }
     void Terminate();
     void OnExit(std::function<void()> function);
+    HVChildEnd End() const;
     std::shared_ptr<IHVError const> DeliveryError() const;
 
 private:
@@ -70,7 +71,6 @@ private:
     Stream output_;
     Stream error_;
     HVExitNotifier notifier_;
-    Clock::time_point lastOutput_ = Clock::now();
 
     // Written by the child's thread alone.
     bool childGone_ = false;
@@ -81,6 +81,7 @@ private:
     mutable std::mutex
         mutex_; // guards what follows; a signal is sent under it, so that none reaches a group gone by
     bool groupGone_ = false;
+    HVChildEnd end_;
     bool exited_ = false; // functions for the exit are called at once
     std::vector<std::function<void()>> onExit_;
     std::shared_ptr<IHVError const> deliveryError_;

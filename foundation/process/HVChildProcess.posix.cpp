@@ -138,6 +138,11 @@ void HVChildProcess::OnExit(std::function<void()> function) {
     function();
 }
 
+HVChildEnd HVChildProcess::End() const {
+    std::lock_guard const lock(mutex_);
+    return end_;
+}
+
 std::shared_ptr<IHVError const> HVChildProcess::DeliveryError() const {
     std::lock_guard const lock(mutex_);
     return deliveryError_;
@@ -177,7 +182,6 @@ void HVChildProcess::Step(std::string& buffer) {
 void HVChildProcess::Read(Stream& stream, std::string& buffer) {
     ssize_t const size = read(stream.fd.Get(), buffer.data(), buffer.size());
     if (size > 0) {
-        lastOutput_ = Clock::now();
         Deliver(stream, buffer.data(), static_cast<std::size_t>(size));
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
         stream.fd.Reset();
@@ -227,10 +231,18 @@ void HVChildProcess::KeepFailure(char const* what) {
 void HVChildProcess::LookAfterChild() {
     if (childGone_)
         return;
-    std::lock_guard const lock(mutex_);
-    // A child that somebody else has reaped is gone as well.
-    pid_t const result = waitpid(pid_, nullptr, WNOHANG);
-    childGone_ = result == pid_ || (result < 0 && errno == ECHILD);
+    {
+        std::lock_guard const lock(mutex_);
+        // A child that other code of the process has reaped is gone as well.
+        int status = 0;
+        pid_t const result = waitpid(pid_, &status, WNOHANG);
+        childGone_ = result == pid_ || (result < 0 && errno == ECHILD);
+        if (result == pid_)
+            end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
+                    WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+    }
+    if (childGone_ && setup_.endsWithLeader)
+        Terminate();
 }
 
 void HVChildProcess::LookAfterGroup() {
@@ -242,12 +254,6 @@ void HVChildProcess::LookAfterGroup() {
 
 void HVChildProcess::Insist() {
     auto const now = Clock::now();
-    if (setup_.silenceLimit != 0 && !terminating_ &&
-        now - lastOutput_ >= std::chrono::milliseconds(setup_.silenceLimit)) {
-        IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning, "%s printed nothing for %u ms and is ended",
-                             setup_.exe.c_str(), setup_.silenceLimit);
-        Terminate();
-    }
     if (!terminating_)
         return;
     if (insistAt_ == Clock::time_point::max()) {
@@ -277,8 +283,6 @@ int HVChildProcess::PollTimeout() const {
     auto until = Clock::time_point::max();
     if (terminating_)
         until = killed_ ? until : std::min(insistAt_, Clock::now() + kGrace);
-    else if (setup_.silenceLimit != 0)
-        until = lastOutput_ + std::chrono::milliseconds(setup_.silenceLimit);
     int timeout = notifier_.TellsExit() ? -1 : kGroupPollMilliseconds;
     if (until != Clock::time_point::max()) {
         auto const left =

@@ -40,12 +40,12 @@ public:
                                            bool /*flag*/) override {
         if (exe.empty())
             return Failure("Can't start the tool: no path to it is set, or its folder does not exist.");
+        IHVLogConfig::DebugPrintf("Starting %s %s", exe.c_str(), MaskedArguments(args).c_str());
         std::lock_guard const lock(mutex_);
         if (child_ != nullptr && child_->Wait(0) == HVErrTimeout)
             return Failure("Can't start \"" + exe + "\": the task runs already.");
-        IHVLogConfig::DebugPrintf("Starting %s %s", exe.c_str(), MaskedArguments(args).c_str());
-        HVChildSetup setup{exe,           args,         runtimePath_, pythonPath_, outputHandler_,
-                           errorHandler_, silenceLimit_};
+        HVChildSetup setup{exe,           args,           runtimePath_, pythonPath_, outputHandler_,
+                           errorHandler_, endsWithLeader_};
         std::shared_ptr<HVChildProcess> child;
         if (int const error = HVChildProcess::Start(std::move(setup), child); error != 0)
             return Failure(StartFailure(exe, error));
@@ -57,7 +57,7 @@ public:
     void SetErrorHandler(Handler handler) override { errorHandler_ = std::move(handler); }
     void SetRuntimePath(std::string const& path) override { runtimePath_ = path; }
     void SetPythonPath(std::string const& folder) override { pythonPath_ = folder; }
-    void SetSilenceLimit(unsigned int milliseconds) override { silenceLimit_ = milliseconds; }
+    void SetEndsWithLeader(bool ends) override { endsWithLeader_ = ends; }
 
     int WaitExit(unsigned int milliseconds) override {
         auto const child = Child();
@@ -74,6 +74,11 @@ public:
             child->OnExit(std::move(function));
         else
             function();
+    }
+
+    HVChildEnd ChildEnd() const override {
+        auto const child = Child();
+        return child == nullptr ? HVChildEnd{} : child->End();
     }
 
     std::shared_ptr<IHVError const> DeliveryError() const override {
@@ -95,7 +100,7 @@ private:
     Handler errorHandler_;
     std::string runtimePath_;
     std::string pythonPath_;
-    unsigned int silenceLimit_ = 0;
+    bool endsWithLeader_ = false;
     mutable std::mutex mutex_;
     std::shared_ptr<HVChildProcess> child_;
 };

@@ -17,6 +17,13 @@
 
 namespace Halvorn {
 
+/// What a child came to.
+struct HVChildEnd {
+    bool known = false; ///< false while it runs, and where other code of the process has taken the status
+    int status = 0;     ///< exit status, where `signal` is 0
+    int signal = 0;     ///< the signal that ended it; 0 for none
+};
+
 class IHVTask {
 public:
     using Handler = std::function<void(std::shared_ptr<IHVData const>)>;
@@ -48,11 +55,12 @@ public:
     /// killed.
     virtual void Terminate() = 0;
 
-    /// Ends a child that has printed nothing for so many milliseconds; 0, the default, means never.
-    /// Set before Launch.
-    virtual void SetSilenceLimit(unsigned int milliseconds) = 0;
+    /// Has what the child leaves running in its group ended when the child has ended. Set before Launch.
+    virtual void SetEndsWithLeader(bool ends) = 0;
     /// Calls `function` once when the child is gone: at once, on this thread, when it is already.
     virtual void OnExit(std::function<void()> function) = 0;
+    /// What the child came to, once WaitExit has reported the end.
+    virtual HVChildEnd ChildEnd() const = 0;
     /// What a handler threw, as an error object; empty when none did. Complete once WaitExit has reported the
     /// end.
     virtual std::shared_ptr<IHVError const> DeliveryError() const = 0;

@@ -51,7 +51,8 @@ public:
 
     /// Has the tool write the cookies of `browser` to a new file in the folder `path`. The record's path is
     /// that file from now on, also after a failure. The file holds the browser's logins: name a folder that
-    /// nobody else can read. Blocks until the tool has ended; can't be stopped.
+    /// nobody else can read. Blocks until the tool has ended, for at most ten minutes, since the desktop may
+    /// ask the user for a password meanwhile; can't be stopped.
     virtual std::shared_ptr<IHVError const> GenerateCookiesFile(std::string const& path,
                                                                 HVDownloadBrowser browser) = 0;
     /// Asks the running browser for its cookies and writes them to a file in the folder `path`. Returns at

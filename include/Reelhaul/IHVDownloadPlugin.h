@@ -31,6 +31,12 @@ public:
         std::string message;        ///< why nothing changed although it should have, in words for a user
     };
 
+    /// What a program says about its version.
+    struct ProgramVersion {
+        std::string line;  ///< the first line that it prints, to standard output before the error stream
+        std::string fault; ///< why there is none, in words for a user; else empty
+    };
+
     /// The one object. Never empty.
     static std::shared_ptr<IHVDownloadPlugin> SharedDownloadPlugin();
 
@@ -62,8 +68,8 @@ public:
     virtual bool LocalPluginIsUpToDate() const = 0;
 
     /// What the local tool answers to "--version", line end included; "2024.01.01" when there is no local
-    /// tool; empty when it does not run. Blocks while the tool runs; a tool that prints nothing for a minute
-    /// is ended and has no version.
+    /// tool; empty when it does not run. Blocks while the tool runs; one that has not ended after a minute,
+    /// or prints more than 64 KiB, is ended and has no version.
     virtual std::string LocalPluginVersion() const = 0;
     /// The same for the built-in tool.
     virtual std::string BuiltInPluginVersion() const = 0;
@@ -83,6 +89,13 @@ public:
     /// Puts the local copy in force, or the built-in one, for this process alone; the stored choice remains.
     /// A later EnableLocalPlugin takes its place.
     static void UseLocalPluginForThisProcess(bool local);
+
+    /// Runs the program at `path`, such as the tool, ffmpeg or the JS runtime, with one argument, such as
+    /// "--version": that tells its version, and whether it runs at all. Blocks for at most `milliseconds`,
+    /// and two seconds more for a program that does not let itself be ended; what it leaves running is ended
+    /// with it.
+    static ProgramVersion AskProgramVersion(std::string const& path, std::string const& argument,
+                                            unsigned int milliseconds = 20'000);
 
     /// What the last update in this process came to. Call it from `done` or later.
     static UpdateOutcome LastUpdate();

@@ -53,11 +53,13 @@ public:
     virtual HVTaskType GetTaskType() = 0;
     /// The address of the analysis, or of the item's playlist if it has one, or of the item.
     virtual std::string TaskURL() const = 0;
-    /// Starts the worker and returns at once. Fails for a task that was started before, also after its end. A
-    /// worker that can't be had is no failure here but the task's completion, on the caller's thread.
+    /// Starts the worker and returns at once. Fails for a task that was started before, also after its end,
+    /// and for no other reason. A worker that can't be had is no failure here but the task's completion, on
+    /// the caller's thread.
     virtual std::shared_ptr<IHVError const> StartTask() = 0;
-    /// Asks for an end and returns at once; the task notices within half a second and reports its completion.
-    /// A stop before StartTask is not remembered.
+    /// Asks for an end and returns at once. The running tool is asked to end in this very call; the task then
+    /// reports its completion, within half a second unless the tool does not let itself be ended. A stop
+    /// before StartTask has no effect: a start forgets it.
     virtual void StopTask() = 0;
     ///@{
     /// Path of the JS runtime that the tool is to use; empty for none.

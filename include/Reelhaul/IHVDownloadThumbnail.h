@@ -7,6 +7,7 @@
 
 #include "HVExport.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -48,11 +49,16 @@ public:
     virtual int GetDataSize() const = 0;
     /// ThumbnailUnknown when the address does not tell.
     virtual ThumbnailDataFormat GetDataFormat() const = 0;
-    /// Fetches the bytes by a run of the tool, with `options`, which may be empty. Blocks without limit until
-    /// the tool has ended, so keep it off a thread that must answer. True when the bytes are there, at once
-    /// when they were fetched before; false when the tool could not be started, left no file, or left one
-    /// that could not be read or is larger than 2 GiB.
+    /// Fetches the bytes by a run of the tool, with `options`, which may be empty. Blocks until the tool has
+    /// ended, for at most half a minute, so keep it off a thread that must answer. True when the bytes are
+    /// there, at once when they were fetched before; false when the tool could not be started, took too long,
+    /// left no file, or left one that could not be read or is too large (see SetSizeLimit), and for the
+    /// address of a list.
     virtual bool DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptions> options) = 0;
+
+    /// How many bytes a picture may have, in this process, for fetches that begin afterwards: 20,000,000
+    /// unless set. A larger one is given up while it comes.
+    static void SetSizeLimit(std::int64_t bytes);
 
     /// Whether this ranks before `other`: by width, then height, then JPEG before others, then the number of
     /// bytes. Any thumbnail ranks before none.

@@ -3,6 +3,9 @@
 #include "Text.h"
 
 #include "HVDownloadTaskParser.h"
+#include "HVDownloadThumbnail.h"
+#include "IHVDownloadCookies.h"
+#include "IHVDownloadOptions.h"
 
 #include <future>
 #include <stdexcept>
@@ -143,6 +146,41 @@ TEST_F(Analysis, TakesTheFirstThumbnailWhoseBytesCome) {
     EXPECT_EQ(recorder.items[0]->GetThumbnail()->GetDataSize(), 77);
 }
 
+TEST_F(Analysis, FetchesAThumbnailAndNothingElse) {
+    IHVDownloadThumbnail::SetSizeLimit(1000);
+    auto options = IHVDownloadOptions::MallocDownloadOptions();
+    options->SetDownloadCookies(IHVDownloadCookies::MallocDownloadCookies(Path("cookies.txt")));
+    std::string const list = "line [youtube] x\nline [download] Downloading playlist: P\nwrite . 9";
+    for (auto const& [script, size] : Rows{{"write . 1000", "1000"},
+                                           {"write . 1001", "0"},
+                                           {"write +.part 1001\nhang", "0"}, // a film that comes
+                                           {list, "0"},
+                                           {list + "\nhang", "0"},
+                                           {"line x [download] Downloading playlist: P\nwrite . 9", "9"},
+                                           {"hang", "0"}}) {
+        Put("picture", script);
+        HVDownloadThumbnail thumbnail;
+        EXPECT_TRUE(thumbnail.LoadFromInfo("0  1     1      script:picture", "ID Width Height URL"));
+        EXPECT_EQ(thumbnail.FetchData(options, {}, nullptr, script == "hang" ? 200 : 30'000), size != "0")
+            << script;
+        EXPECT_EQ(std::to_string(thumbnail.GetDataSize()), size) << script;
+    }
+    IHVDownloadThumbnail::SetSizeLimit(20'000'000);
+    // Its run has what all others have: the guard of the cookies file, the JS runtime.
+    ShellTool("case \"$*\" in *--output*) echo \"$PYTHONPATH $PATH\" > '" + Path("environment") +
+              "';; *) echo '" + Item("A", R"(,"thumbnails":[{"id":"0","url":"u"}])") + "';; esac");
+    Recorder recorder;
+    auto const task = IHVDownloadTask::MallocDownloadTask("x");
+    task->SetDelegate(&recorder);
+    task->SetOptions(options);
+    task->SetJSRuntimePath("/js/deno");
+    EXPECT_TRUE(task->StartTask()->Succeed());
+    EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
+    std::ifstream environment(Path("environment"));
+    EXPECT_THAT(std::string((std::istreambuf_iterator<char>(environment)), {}),
+                testing::MatchesRegex(".*/\\.tool-extension.* /js:.*\n"));
+}
+
 TEST_F(Analysis, SaysWhyItCannotRun) {
     Recorder recorder;
     EXPECT_EQ(Run(recorder, ""), kStarted + "Error: Download url is not set.");
@@ -157,6 +195,10 @@ TEST_F(Analysis, StopsInEachStage) {
     std::string const thumbnail = R"(,"thumbnails":[{"id":"0","url":"script:late"}])";
     std::string const hang = "touch up\nhang";
     Put("late", "touch up\nwait go\nwrite . 5");
+    // A picture that never comes, and one that is not asked for after the stop.
+    std::string const thumbnails = R"(,"thumbnails":[{"id":"0","url":"script:hang","width":2},)"
+                                   R"({"id":"1","url":"script:next","width":1}])";
+    Put("next", "touch asked");
     Put("hang", hang);
     std::string const text =
         "unless --list-formats\nline Downloading 1 format(s)\nwhen --list-formats\n" + hang;
@@ -166,6 +208,7 @@ TEST_F(Analysis, StopsInEachStage) {
               {"ignore-term\n" + hang, kFailed},
               {"grandchild hang\n" + hang, kFailed},
               {"line " + Item("A", thumbnail), kCancel + "|" + kSucceed},
+              {"line " + Item("A", thumbnails), kCancel + "|" + kSucceed},
               {R"(line {"formats":[{}])" + thumbnail + "}", "Error: Failed to load play item json data."},
               {"line " + PlayList(Entry("one") + "," + Entry("hang") + ",{}"),
                "item One|" + Loading(1, 3) + Loading(2, 3) + kCancel},
@@ -180,6 +223,7 @@ TEST_F(Analysis, StopsInEachStage) {
         Put("go");
         EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess) << script;
         EXPECT_EQ(recorder.Story(), kStarted + expected) << script;
+        EXPECT_FALSE(std::filesystem::exists(Path("asked"))) << script;
         std::filesystem::remove(Path("up"));
         std::filesystem::remove(Path("go"));
     }
