@@ -1,5 +1,6 @@
+#include "HVDisplayText.h"
+#include "HVExplainedError.h"
 #include "HVFormat.h"
-#include "IHVError.h"
 
 #include <utility>
 
@@ -10,9 +11,9 @@ namespace {
 class HVError final : public IHVError {
 public:
     HVError(std::string file, int line, std::string function, int code, std::string title,
-            std::string message)
+            std::string message, std::string plainMessage = {})
         : file_(std::move(file)), line_(line), function_(std::move(function)), code_(code),
-          title_(std::move(title)), message_(std::move(message)) {}
+          title_(std::move(title)), message_(std::move(message)), plainMessage_(std::move(plainMessage)) {}
 
     std::string const& GetErrorMessage() const override { return message_; }
     std::string const& GetErrorTitle() const override { return title_; }
@@ -20,6 +21,7 @@ public:
     std::string const& GetSourceFile() const override { return file_; }
     int GetSourceLine() const override { return line_; }
     std::string const& GetFunctionName() const override { return function_; }
+    std::string const& PlainMessage() const { return plainMessage_; }
 
 private:
     std::string file_;
@@ -28,9 +30,21 @@ private:
     int code_;
     std::string title_;
     std::string message_;
+    std::string plainMessage_; ///< empty where the message says it
 };
 
 } // namespace
+
+std::shared_ptr<IHVError const> ExplainedError(std::string const& file, int line, std::string const& function,
+                                               std::string const& message, std::string const& plainMessage) {
+    return std::make_shared<HVError>(file, line, function, -1, "Error", message, plainMessage);
+}
+
+std::string IHVError::GetPlainMessage() const {
+    auto const* const error = dynamic_cast<HVError const*>(this);
+    bool const explained = error != nullptr && !error->PlainMessage().empty();
+    return PlainFault(explained ? error->PlainMessage() : GetErrorMessage());
+}
 
 std::shared_ptr<IHVError> IHVError::MallocErrorText(std::string const& file, int line,
                                                     std::string const& function, int code,

@@ -1,6 +1,5 @@
 #include "HVCookiesCommand.h"
 
-#include "HVErrorText.h"
 #include "HVFolder.h"
 #include "HVOptionReader.h"
 #include "HVRequest.h"
@@ -37,7 +36,7 @@ int RunCookies(HVSession& session, HVRequest& request) {
     if (early != HVExitDone)
         return early;
     if (!(*result)->Succeed()) {
-        session.Console().Error(OneLineFault((*result)->GetErrorMessage()));
+        session.Console().Error((*result)->GetPlainMessage());
         return HVExitFailed;
     }
     session.Console().Out(cookies->GetCookiesPathFile());

@@ -1,6 +1,5 @@
 #include "HVDownloads.h"
 
-#include "HVErrorText.h"
 #include "HVJsonText.h"
 #include "HVRequest.h"
 #include "HVSession.h"
@@ -92,7 +91,7 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
         return;
     }
     failed_ = true;
-    std::string const fault = OneLineFault(error->GetErrorMessage());
+    std::string const fault = error->GetPlainMessage();
     if (request_.json)
         session_.Console().Out(
             EventLine("failed", {{"id", row + 1}, {"url", completed.url}, {"message", fault}}));

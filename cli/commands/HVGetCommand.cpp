@@ -3,7 +3,6 @@
 #include "HVAnalysis.h"
 #include "HVChoice.h"
 #include "HVDownloads.h"
-#include "HVErrorText.h"
 #include "HVFolder.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
@@ -90,7 +89,7 @@ void GetCommand::AnalyseNext() {
         auto const error = analysis_->Start(URL(), request_);
         if (error->Succeed())
             return;
-        Fail(OneLineFault(error->GetErrorMessage()));
+        Fail(error->GetPlainMessage());
     }
     display_.SetActivity({});
     allAnalysed_ = true;
@@ -131,7 +130,7 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
         if (isPlayList_)
             TellLostEntries();
     } else {
-        Fail(OneLineFault(error->GetErrorMessage()));
+        Fail(error->GetPlainMessage());
     }
     AnalyseNext();
 }

@@ -1,7 +1,6 @@
 #include "HVInfoCommand.h"
 
 #include "HVAnalysis.h"
-#include "HVErrorText.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
 #include "HVProgressDisplay.h"
@@ -33,7 +32,7 @@ private:
     void Done(std::shared_ptr<IHVError const> const& error);
     std::string Beginning() const { return "Analysing " + request_.urls.front(); }
     void Fail(std::string const& message) {
-        session_.Console().Error(request_.urls.front() + ": " + OneLineFault(message));
+        session_.Console().Error(request_.urls.front() + ": " + message);
         status_ = HVExitFailed;
     }
 
@@ -60,7 +59,7 @@ int InfoCommand::Run() {
                              [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
                              [this](std::shared_ptr<IHVError const> error) { Done(error); }});
     if (auto const error = analysis_->Start(url, request_); !error->Succeed()) {
-        Fail(error->GetErrorMessage());
+        Fail(error->GetPlainMessage());
         return status_;
     }
     int const early = session_.Run(
@@ -100,7 +99,7 @@ void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
     if (session_.Ending())
         return;
     if (!error->Succeed())
-        Fail(error->GetErrorMessage());
+        Fail(error->GetPlainMessage());
     else if (std::string const lost = LostEntriesText(analysis_->EntryCount(), analysis_->FailedEntries());
              !lost.empty())
         session_.Console().Error(request_.urls.front() + ": " + lost);

@@ -1,11 +1,11 @@
 #include "HVToolsCommand.h"
 
-#include "HVErrorText.h"
 #include "HVFolder.h"
 #include "HVRequest.h"
 #include "HVSession.h"
 #include "HVToolSetUp.h"
 
+#include <Reelhaul/HVDisplayText.h>
 #include <Reelhaul/IHVDownloadPlugin.h>
 
 #include <memory>
@@ -28,12 +28,12 @@ int Tell(HVConsole& console, IHVDownloadPlugin::UpdateOutcome const& outcome) {
         return HVExitDone;
     }
     if (before.empty() && after.empty()) {
-        console.Error("There is no local yt-dlp that runs: " + OneLineFault(outcome.message));
+        console.Error("There is no local yt-dlp that runs: " + PlainFault(outcome.message));
         return HVExitFailed;
     }
     if (!outcome.message.empty()) {
         console.Error("yt-dlp " + (after.empty() ? before : after) +
-                      " stays: " + OneLineFault(outcome.message));
+                      " stays: " + PlainFault(outcome.message));
         return HVExitFailed;
     }
     if (outcome.offeredVersion.empty()) {
@@ -66,7 +66,7 @@ int RunToolsUpdate(HVSession& session, HVRequest& request) {
     if (early != HVExitDone)
         return early;
     if (*result && !(*result)->Succeed()) {
-        session.Console().Error(OneLineFault((*result)->GetErrorMessage()));
+        session.Console().Error((*result)->GetPlainMessage());
         return HVExitFailed;
     }
     return session.FinalStatus(Tell(session.Console(), IHVDownloadPlugin::LastUpdate()));

@@ -1,7 +1,8 @@
 #include "HVItemText.h"
 
 #include "HVTableText.h"
-#include "HVTerminalText.h"
+
+#include <Reelhaul/HVDisplayText.h>
 
 #include <array>
 #include <cstdio>

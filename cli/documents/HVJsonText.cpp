@@ -1,7 +1,8 @@
 #include "HVJsonText.h"
 
 #include "HVItemText.h"
-#include "HVTerminalText.h"
+
+#include <Reelhaul/HVDisplayText.h>
 
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>

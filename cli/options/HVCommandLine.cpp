@@ -8,7 +8,6 @@
 #include "HVOptionDocument.h"
 #include "HVOptionTable.h"
 #include "HVProvidersCommand.h"
-#include "HVTerminalText.h"
 #include "HVToolsCommand.h"
 
 #include <Reelhaul/Reelhaul.h>

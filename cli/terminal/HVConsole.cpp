@@ -1,7 +1,8 @@
 #include "HVConsole.h"
 
 #include "HVTerminal.h"
-#include "HVTerminalText.h"
+
+#include <Reelhaul/HVDisplayText.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "HVProgressDisplay.h"
 
-#include "HVTerminalText.h"
+#include <Reelhaul/HVDisplayText.h>
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "HVTableText.h"
 
-#include "HVTerminalText.h"
+#include <Reelhaul/HVDisplayText.h>
 
 #include <algorithm>
 #include <utility>

@@ -1,5 +1,5 @@
 #pragma once
-// Argument lists for the log. Pure; may be called from any thread.
+// Passwords kept out of the log and of messages. Pure; may be called from any thread.
 
 #include <string>
 #include <vector>
@@ -10,5 +10,11 @@ namespace Halvorn {
 /// addresses, and for the command that prints a netrc file's text. An argument with blanks, quotes or control
 /// characters, and an empty one, stands in double quotes.
 std::string MaskedArguments(std::vector<std::string> const& args);
+
+/// The address with "***" for a password in it.
+std::string MaskedAddress(std::string const& address);
+
+/// The text with "***" for the password in each address in it.
+std::string MaskedText(std::string const& text);
 
 } // namespace Halvorn

@@ -48,7 +48,8 @@ public:
     /// True when the user stopped the operation.
     bool UserCancel() const { return GetErrorCode() == HVErrorCodeCancelled; }
 
-    /// The message, ready to be shown.
+    /// The message in the tool's own words, where it comes from the tool: several lines, its warnings among
+    /// them. GetPlainMessage is made for a person.
     virtual std::string const& GetErrorMessage() const = 0;
     /// One word or two above the message: "Error", "Cancel", "Succeed", "IO Error".
     virtual std::string const& GetErrorTitle() const = 0;
@@ -61,6 +62,9 @@ public:
     virtual int GetSourceLine() const = 0;
     virtual std::string const& GetFunctionName() const = 0;
     ///@}
+
+    /// The message as one plain line for a person, safe for a terminal: see PlainFault. Never empty.
+    std::string GetPlainMessage() const;
 
 protected:
     ~IHVError() = default;

@@ -16,6 +16,7 @@
 
 #include "HVArgsBuilder.h"
 #include "HVConstants.h"
+#include "HVDisplayText.h"
 #include "HVDownloadBrowser.h"
 #include "HVExport.h"
 #include "IHVAdobePassAuthentication.h"

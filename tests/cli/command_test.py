@@ -143,8 +143,8 @@ class GetTest(ScriptedTest):
         analysis = [event for event in events if event.startswith(("analysed", "failed"))]
         self.assertEqual([event for event in events if event not in analysis], ["started", "progress", "finished"])
         self.assertEqual(analysis, ["analysed", "failed 1 of 3 items could not be loaded (2)",
-                                    "failed there is no item 9; the playlist has 3", "failed [x] gone"])
-        self.assertIn("reelhaul: scripted:err ERROR: [x] gone: [x] gone\n", run.stderr)
+                                    "failed there is no item 9; the playlist has 3", "failed gone"])
+        self.assertIn("reelhaul: scripted:err ERROR: [x] gone: gone\n", run.stderr)
 
     def test_subtitles_are_checked_before_and_after(self):
         self.assertIn("there are en", self.get("script:item", "--subtitle", "fr").stderr)

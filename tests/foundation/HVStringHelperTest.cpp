@@ -1,5 +1,7 @@
+#include "HVDisplayText.h"
 #include "HVMaskedArguments.h"
 #include "HVNumberText.h"
+#include "IHVError.h"
 #include "IHVStringHelper.h"
 #include "Text.h"
 
@@ -71,6 +73,46 @@ TEST(MaskedArguments, ShowNoSecret) {
               {"http://u@h:8/", "http://u@h:8/"},
               {"|a b|q\"\\|l\n\x7f", R"("" "a b" "q\"\\" "l\x0a\x7f")"}})
         EXPECT_EQ(MaskedArguments(IHVStringHelper::Split(args, '|')), line);
+}
+
+TEST(DisplayText, OneLineDoesNothingButShowItself) {
+    for (auto const& [text, plain] : Rows{{"A \x1b[31m\x1b]0;owned\x07r\x1bP1\x1b\\s", "A rs"},
+                                          {"a\r\n\tb\u2028c\x7f\u009b", "a   b c"},
+                                          {"\u202e\u061c\ufeffx\xFFy", "x\ufffdy"},
+                                          {"\x1b]never ends", "never ends"},
+                                          {"\x1b[", ""}})
+        EXPECT_EQ(PlainLine(text), plain);
+    std::string begins;
+    for (int i = 0; i < 300'000; ++i)
+        begins += "\x1b]"; // none of them ends
+    EXPECT_EQ(PlainLine(begins), "");
+}
+
+TEST(DisplayText, IsMeasuredAndCutInColumns) {
+    // Wide, combining, wide outside the first plane, faulty.
+    std::string const text = "\u65e5e\u0301\U0001f600\xF0\x9F";
+    EXPECT_EQ(DisplayWidth(text), 7U);
+    for (auto const& [columns, expected] :
+         Rows{{"0", ""}, {"1", "\u2026"}, {"3", "\u65e5\u2026"}, {"4", "\u65e5e\u0301\u2026"}, {"7", text}})
+        EXPECT_EQ(CutToWidth(text, std::stoul(columns)), expected);
+    EXPECT_EQ(FitToWidth("\u65e5\u65e5", 3) + FitToWidth("a", 3) + "|", "\u65e5\u2026a  |");
+    EXPECT_EQ(ValidText("a\xED\xA0\x80"), "a\ufffd\ufffd\ufffd");
+}
+
+TEST(DisplayText, AFaultIsTheToolsOwnWords) {
+    for (auto const& [message, words] :
+         Rows{{"err:WARNING: [x] w\nERROR: [generic] 404 (caused by <404>)\nERROR: [generic] 404\n", "404"},
+              {"Download error: ERROR: a; please report this issue on https://h\nERROR: [a b] c",
+               "a; [a b] c"},
+              {"Usage: x\nyt-dlp: error: no such option: -x", "no such option: -x"},
+              {"Traceback (most recent call last):\n  File x\nKeyError: 'y'", "KeyError: 'y'"},
+              {"plain\x1b[1m words\nof ours", "plain words; of ours"},
+              {"Can't read \"https://bob:PW@h:1/@x\" or s://u:p@h?s://u:p@h/",
+               "Can't read \"https://bob:***@h:1/@x\" or s://u:***@h?s://u:***@h/"},
+              {" err: \n", "no reason was given"}}) {
+        auto const error = IHVError::MallocError("f", 1, "g", -1, "Error", message.c_str());
+        EXPECT_EQ(error->GetPlainMessage(), words);
+    }
 }
 
 } // namespace

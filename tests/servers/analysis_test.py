@@ -62,8 +62,8 @@ class AnalysisTest(ServerTest):
         self.assertTrue(all(one["formats"] == ["json3", "srt", "vtt"] for one in subtitles))
 
     def test_failures_in_the_tools_own_words(self):
-        for address, words in ((self.page("combined?status=404"), "[reelhaul-site] combined: Unable to download"),
-                               (self.page("combined?cut=10"), "[reelhaul-site] combined:"),
+        for address, words in ((self.page("combined?status=404"), ": combined: Unable to download"),
+                               (self.page("combined?cut=10"), ": combined:"),
                                (self.page("empty-formats"), "No video formats found"),
                                (f"{self.site.address}/list/empty", "NO play list item found."),
                                (f"{self.site.address}/list/all-fail", "HTTP Error 404"),

@@ -1,8 +1,9 @@
-#include "HVTerminalText.h"
+#include "HVDisplayText.h"
+
+#include "HVUtf8.h"
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 namespace Halvorn {
 
@@ -46,50 +47,22 @@ bool Contains(std::array<Range, Count> const& ranges, char32_t character) {
     return found != ranges.end() && found->first <= character;
 }
 
-constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::string_view kReplacementText = "\xEF\xBF\xBD";
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
-
-unsigned int ByteAt(std::string_view text, std::size_t index) {
-    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-}
-
-struct Decoded {
-    char32_t character;
-    std::size_t length;
-    bool valid;
-};
-
-/// The character at the front of `text`, which is not empty. A faulty byte is one replacement character.
-Decoded Decode(std::string_view text) {
-    unsigned int const lead = ByteAt(text, 0);
-    if (lead < 0x80)
-        return {lead, 1, true};
-    std::size_t const length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4)
-        return {kReplacement, 1, false};
-    char32_t character = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        unsigned int const byte = ByteAt(text, i);
-        if ((byte & 0xC0U) != 0x80)
-            return {kReplacement, 1, false};
-        character = (character << 6U) | (byte & 0x3FU);
-    }
-    bool const shortest = character >= (length == 4 ? 0x10000U : length == 3 ? 0x800U : 0x80U);
-    bool const scalar = character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF);
-    return shortest && scalar ? Decoded{character, length, true} : Decoded{kReplacement, 1, false};
-}
 
 std::size_t Width(char32_t character) {
     return Contains(kNarrow, character) ? 0 : Contains(kWide, character) ? 2 : 1;
 }
 
-/// Length of the control sequence at the front of `text`, which begins with an escape character.
+/// Length of the control sequence at the front of `text`, which begins with an escape character. The search
+/// for its end is bounded: a text of nothing but beginnings would take for ever.
 std::size_t SequenceLength(std::string_view text) {
-    unsigned int const kind = ByteAt(text, 1);
+    constexpr std::size_t kLongestSequence = 4096;
+    text = text.substr(0, kLongestSequence);
+    char const kind = text.size() > 1 ? text[1] : '\0';
     if (kind == '[') {
         std::size_t end = 2;
-        while (end < text.size() && ByteAt(text, end) >= 0x20 && ByteAt(text, end) <= 0x3F)
+        while (end < text.size() && text[end] >= 0x20 && text[end] <= 0x3F)
             ++end;
         return std::min(end + 1, text.size());
     }
@@ -115,7 +88,7 @@ std::string ValidText(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        Decoded const next = Decode(text);
+        HVUtf8Piece const next = ReadUtf8(text);
         result += next.valid ? text.substr(0, next.length) : kReplacementText;
         text.remove_prefix(next.length);
     }
@@ -126,7 +99,7 @@ std::string PlainLine(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        Decoded const next = Decode(text);
+        HVUtf8Piece const next = ReadUtf8(text);
         std::size_t length = next.length;
         char32_t const c = next.character;
         if (!next.valid)
@@ -145,7 +118,7 @@ std::string PlainLine(std::string_view text) {
 std::size_t DisplayWidth(std::string_view text) {
     std::size_t columns = 0;
     while (!text.empty()) {
-        Decoded const next = Decode(text);
+        HVUtf8Piece const next = ReadUtf8(text);
         columns += Width(next.character);
         text.remove_prefix(next.length);
     }
@@ -160,7 +133,7 @@ std::string CutToWidth(std::string_view text, std::size_t columns) {
     std::size_t used = 0;
     std::size_t length = 0;
     while (length < text.size()) {
-        Decoded const next = Decode(text.substr(length));
+        HVUtf8Piece const next = ReadUtf8(text.substr(length));
         std::size_t const width = Width(next.character);
         if (used + width > columns - 1)
             break;
