@@ -19,19 +19,13 @@ namespace {
 class PlayList final : public IHVDownloadTaskDelegate {
 public:
     std::shared_ptr<IHVPlayList> list;
-    std::vector<int> failed; ///< numbers of the entries that did not load, from 1
     std::shared_ptr<IHVError const> result;
 
     void DownloadTaskStarted(std::string, IHVDownloadTask const*) override {}
     void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item, IHVDownloadTask const*) override {
         std::printf("%d. %s\n", item->GetEntryIndexOfPlayList() + 1, item->GetFileName().c_str());
-        loaded_ = true;
     }
     void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const*) override {
-        ++entry_;
-        if (!loaded_)
-            failed.push_back(entry_);
-        loaded_ = false;
         std::fprintf(stderr, "%s (%.0f %%)\n", message.c_str(), static_cast<double>(percent));
     }
     void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList, IHVDownloadTask const*) override {
@@ -40,10 +34,6 @@ public:
     void DownloadTaskCompleted(std::shared_ptr<IHVError const> error, IHVDownloadTask const*) override {
         result = std::move(error); // a success as soon as one entry has loaded
     }
-
-private:
-    int entry_ = 0;
-    bool loaded_ = false;
 };
 //! [delegate]
 
@@ -62,14 +52,17 @@ int main(int argc, char** argv) {
     task->StartTask();
     task->WaitFinish(HVInfiniteTimeOut); // "found" is not owned by the task and has to outlive its run
     if (!found.result->Succeed()) {
-        std::fprintf(stderr, "%s: %s\n", argv[1], found.result->GetErrorMessage().c_str());
+        std::fprintf(stderr, "%s: %s\n", argv[1], found.result->GetPlainMessage().c_str());
         return 1;
     }
+    //! [failed]
+    auto const failed = task->FailedEntries();
+    for (auto const& entry : failed)
+        std::printf("entry %d did not load: %s\n", entry.number, entry.error->GetPlainMessage().c_str());
+    //! [failed]
     if (found.list != nullptr)
         std::printf("%s: %d of %zu entries\n", found.list->GetTitle().c_str(),
                     found.list->GetDownloadItemCount(),
-                    found.failed.size() + found.list->GetDownloadItems().size());
-    for (int const entry : found.failed)
-        std::printf("entry %d did not load\n", entry);
-    return found.failed.empty() ? 0 : 1;
+                    failed.size() + found.list->GetDownloadItems().size());
+    return failed.empty() ? 0 : 1;
 }

@@ -1,6 +1,26 @@
 #include "HVDownloadFormat.h"
 
+#include "IHVLogConfig.h"
+
+#include <stdexcept>
+
 namespace Halvorn {
+
+namespace {
+
+/// What the adapter reads, or 0 where it throws: the tool prints resolutions such as "1280x?", and such a
+/// format can be downloaded all the same.
+int NumberOrZero(HVJsonObjectFormat const& json, int (HVJsonObjectFormat::*number)() const) {
+    try {
+        return (json.*number)();
+    } catch (std::logic_error const&) {
+        IHVLogConfig::Printf("The resolution \"%s\" of format %s is no number.", json.GetResolution().c_str(),
+                             json.GetFormatCode().c_str());
+        return 0;
+    }
+}
+
+} // namespace
 
 HVDownloadFormat::HVDownloadFormat(IHVDownloadFormat const* other) {
     if (other == nullptr)
@@ -59,8 +79,8 @@ bool HVDownloadFormat::LoadFromJsonObject(std::shared_ptr<HVJsonObjectFormat> co
         return false;
     audioCodecName_ = json->GetAudioCodecName();
     resolution_ = json->GetResolution();
-    width_ = json->GetWidth();
-    height_ = json->GetHeight();
+    width_ = NumberOrZero(*json, &HVJsonObjectFormat::GetWidth);
+    height_ = NumberOrZero(*json, &HVJsonObjectFormat::GetHeight);
     framePerSecond_ = json->GetFPS();
     channelCount_ = json->GetChannelCount();
     tbr_ = json->GetTBRString();

@@ -42,8 +42,8 @@ public:
     std::string PostProcessingOpts() const override { return {}; }
     std::shared_ptr<IHVDownloadFormat> Clone() const override;
 
-    /// False for a row that is not offered: no identifier, a storyboard, an empty pointer. Throws as GetWidth
-    /// of the adapter does.
+    /// False for a row that is not offered: no identifier, a storyboard, an empty pointer. Width and height
+    /// are 0 where the adapter throws.
     bool LoadFromJsonObject(std::shared_ptr<HVJsonObjectFormat> const& json);
     /// The name up to its first dot, but for a dot at its start.
     std::string FindShortName(std::string const& name) const;

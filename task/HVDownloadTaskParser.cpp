@@ -5,6 +5,7 @@
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
 
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -18,6 +19,11 @@ std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocTextDownloadTask(std::st
     return std::make_shared<HVDownloadTaskParser>(url, HVAnalysisRoute::PlainText);
 }
 
+std::vector<IHVDownloadTask::FailedEntry> IHVDownloadTask::FailedEntries() const {
+    auto const* const parser = dynamic_cast<HVDownloadTaskParser const*>(this);
+    return parser == nullptr ? std::vector<FailedEntry>() : parser->Failures();
+}
+
 HVDownloadTaskParser::HVDownloadTaskParser(std::string url, HVAnalysisRoute route)
     : taskURL_(std::move(url)), route_(route) {}
 
@@ -28,11 +34,40 @@ void HVDownloadTaskParser::asyncProgressTask() {
         UsingJsonOutput();
 }
 
+std::vector<IHVDownloadTask::FailedEntry> HVDownloadTaskParser::Failures() const {
+    std::lock_guard const lock(failuresMutex_);
+    return failures_;
+}
+
+HVDownloadTaskParser::Result HVDownloadTaskParser::LoadEntry(int index, std::string const& url,
+                                                             std::function<Result()> const& load) {
+    Result result;
+    try {
+        result = load();
+    } catch (std::exception const& failure) {
+        result = IHVError::MallocError("HVDownloadTaskParser", __LINE__, "LoadEntry", -1, "Error",
+                                       "Unexpected failure: %s", failure.what());
+    }
+    if (result == nullptr)
+        result = IHVError::MallocError("HVDownloadTaskParser", __LINE__, "LoadEntry", -1, "Error",
+                                       "Unknown error, please try again later.");
+    // What fails after a stop has failed by the stop.
+    if (index >= 0 && !result->Succeed() && !UserCancel()) {
+        std::lock_guard const lock(failuresMutex_);
+        failures_.push_back({index + 1, url, result});
+    }
+    return result;
+}
+
 std::shared_ptr<IHVError const>
 HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& errorText, bool jsonOutput) {
     if (taskURL_.empty())
         return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
                                      "Download url is not set.");
+    // The system would cut an argument there, and the tool would load another address.
+    if (taskURL_.find('\0') != std::string::npos)
+        return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
+                                     "The address holds a NUL character.");
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
     return GetResultFromServer(output, errorText, builder.BuildSearchItemsArgs(taskURL_, jsonOutput));

@@ -5,7 +5,9 @@
 
 #include "HVDownloadTask.h"
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -74,12 +76,22 @@ public:
     std::shared_ptr<IHVError const> ParseDownloadItemInfo(std::string const& output,
                                                           std::shared_ptr<IHVDownloadItem> item);
 
+    /// See IHVDownloadTask::FailedEntries.
+    std::vector<FailedEntry> Failures() const;
+
 private:
+    using Result = std::shared_ptr<IHVError const>;
+
     void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);
     void CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json, std::string const& errorText);
+    /// Loads one entry, or the only item where `index` is negative. What goes wrong costs that entry alone:
+    /// an exception, too, is its failure. Keeps the failures of entries for FailedEntries. Never empty.
+    Result LoadEntry(int index, std::string const& url, std::function<Result()> const& load);
 
     std::string const taskURL_;
     HVAnalysisRoute const route_;
+    mutable std::mutex failuresMutex_;
+    std::vector<FailedEntry> failures_;
 };
 
 } // namespace Halvorn

@@ -5,6 +5,7 @@
 #include "HVDownloadSubtitle.h"
 #include "HVDownloadTaskParser.h"
 #include "HVDownloadThumbnail.h"
+#include "HVExplainedError.h"
 #include "HVJsonObjectPlayItem.h"
 #include "HVJsonObjectPlayList.h"
 #include "HVJsonObjectPlaylistEntry.h"
@@ -36,6 +37,19 @@ std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std:
                                  errorText.empty() ? otherwise : errorText.c_str());
 }
 
+/// What an answer that is neither an item nor a list means: in the message the tool's words, in the plain
+/// message the reader's where the tool names no fault itself.
+std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, std::string const& front,
+                                              std::string const& errorText,
+                                              std::shared_ptr<IHVError const> const& unreadable) {
+    std::string reason;
+    if (HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
+        reason = unreadable == nullptr ? "The tool's answer holds nothing to download."
+                                       : "The tool's answer can't be read: " + unreadable->GetErrorMessage();
+    return ExplainedError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
+                          reason);
+}
+
 /// The thumbnails that one of the two sources lists, as far as they load.
 template <typename Source, typename Get>
 std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source, Get get) {
@@ -60,7 +74,8 @@ void HVDownloadTaskParser::UsingJsonOutput() {
         return;
     }
     // One parse serves both readings, and the text, which may be large, goes before the work begins.
-    auto const root = IHVJsonReader::ReadJsonString(output, nullptr);
+    std::shared_ptr<IHVError const> unreadable;
+    auto const root = IHVJsonReader::ReadJsonString(output, &unreadable);
     output = std::string();
     auto playListJson = std::make_shared<HVJsonObjectPlayList>();
     if (playListJson->LoadFromJsonValue(root)) {
@@ -72,8 +87,7 @@ void HVDownloadTaskParser::UsingJsonOutput() {
         CompleteSingleItem(itemJson);
         return;
     }
-    notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, "UsingJsonOutput", -1, "Error", "err:%s",
-                                             errorText.empty() ? kUnknownError : errorText.c_str()));
+    notifyTaskComplete(AnswerFailure(__LINE__, "UsingJsonOutput", "err:", errorText, unreadable));
 }
 
 void HVDownloadTaskParser::CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json) {
@@ -98,11 +112,15 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
         notifyTaskComplete(ToolFailure(__LINE__, "UsingJsonOutput", errorText, "NO play list item found."));
         return;
     }
-    std::shared_ptr<IHVError const> lastResult;
+    Result lastResult;
     for (int i = 0; i < count && !UserCancel(); ++i) {
-        lastResult = GetPlaylistItem(playList, json->GetEntriesJsonObject(i), i);
-        if (lastResult != nullptr && lastResult->Succeed())
+        auto const entry = json->GetEntriesJsonObject(i);
+        lastResult = LoadEntry(i, entry->GetURL(), [&] { return GetPlaylistItem(playList, entry, i); });
+        if (lastResult->Succeed())
             notifyGetPlayItem(playList->GetDownloadItems().back());
+        else
+            IHVLogConfig::Printf("Entry %d of %d can't be loaded: %s", i + 1, count,
+                                 lastResult->GetErrorMessage().c_str());
         notifyTaskProgress("Loading " + std::to_string(i + 1) + " of the playlist with " +
                                std::to_string(count) + " items",
                            static_cast<float>((i + 1) * 100.0 / count));
@@ -130,20 +148,21 @@ HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
     auto run = GetResultFromServer(output, errorText, args);
     if (run == nullptr || !run->Succeed())
         return run;
-    auto const root = IHVJsonReader::ReadJsonString(output, nullptr);
+    std::shared_ptr<IHVError const> unreadable;
+    auto const root = IHVJsonReader::ReadJsonString(output, &unreadable);
     output = std::string();
     std::shared_ptr<HVJsonObjectPlayItem> json;
     if (url.empty()) {
         // The answer is a playlist that holds just this entry.
         HVJsonObjectPlayList answer;
         if (!answer.LoadFromJsonValue(root) || answer.GetEntriesCount() <= 0)
-            return ToolFailure(__LINE__, "GetPlaylistItem", errorText, kUnknownError);
+            return AnswerFailure(__LINE__, "GetPlaylistItem", "", errorText, unreadable);
         if (auto const first = answer.GetEntriesJsonObject(0))
             json = std::make_shared<HVJsonObjectPlayItem>(first->GetJsonValue());
     } else {
         json = std::make_shared<HVJsonObjectPlayItem>();
         if (!json->LoadFromJsonValue(root))
-            return ToolFailure(__LINE__, "GetPlaylistItem", errorText, kUnknownError);
+            return AnswerFailure(__LINE__, "GetPlaylistItem", "", errorText, unreadable);
     }
     if (json == nullptr)
         return ToolFailure(__LINE__, "GetPlaylistItem", errorText, "No item json string exists.");

@@ -3,6 +3,7 @@
 #include "HVArgsBuilder.h"
 #include "HVDownloadTaskParser.h"
 #include "HVFormatSet.h"
+#include "HVModelList.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadThumbnail.h"
@@ -10,6 +11,9 @@
 #include "IHVPlayList.h"
 #include "IHVStringHelper.h"
 
+#include <charconv>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace Halvorn {
@@ -31,11 +35,8 @@ public:
         } else if (IHVDownloadFormat::IsFormatAuxiliary(line)) {
             formatHead_ = line;
             thumbnailHead_.clear();
-        } else if (!formatHead_.empty()) {
-            TakeFormat(IHVDownloadFormat::MallocDownloadFormat(line, formatHead_));
-        } else if (!thumbnailHead_.empty()) {
-            if (auto thumbnail = IHVDownloadThumbnail::MallocDownloadThumbnail(line, thumbnailHead_))
-                thumbnails.push_back(std::move(thumbnail));
+        } else {
+            TakeRow(line);
         }
     }
 
@@ -45,6 +46,19 @@ public:
     std::vector<std::shared_ptr<IHVDownloadThumbnail>> thumbnails;
 
 private:
+    /// A row with a number that is none costs that row.
+    void TakeRow(std::string const& line) {
+        try {
+            if (!formatHead_.empty())
+                TakeFormat(IHVDownloadFormat::MallocDownloadFormat(line, formatHead_));
+            else if (!thumbnailHead_.empty())
+                AppendElement(thumbnails,
+                              IHVDownloadThumbnail::MallocDownloadThumbnail(line, thumbnailHead_));
+        } catch (std::logic_error const& failure) {
+            IHVLogConfig::Printf("A row of the tool's tables can't be read (%s): %s", failure.what(),
+                                 line.c_str());
+        }
+    }
     void TakeFormat(std::shared_ptr<IHVDownloadFormat> format) {
         if (format == nullptr)
             return;
@@ -55,6 +69,40 @@ private:
     std::string thumbnailHead_;
     std::string formatHead_;
 };
+
+/// Far beyond the lists that sites really have: each item costs a run of the tool.
+constexpr int kMostItems = 100'000;
+
+/// The count in the tool's line about the first item of a list; 0 for any other line.
+int CountOfLine(std::string_view line) {
+    constexpr std::string_view kSpeaker = "[download] ";
+    constexpr std::string_view kFirstItem = "Downloading item 1 of ";
+    if (line.starts_with(kSpeaker))
+        line.remove_prefix(kSpeaker.size());
+    if (!line.starts_with(kFirstItem))
+        return 0;
+    line.remove_prefix(kFirstItem.size());
+    int count = 0;
+    char const* const lineEnd = line.data() + line.size();
+    auto const [end, error] = std::from_chars(line.data(), lineEnd, count);
+    return error == std::errc() && end == lineEnd && count > 0 && count <= kMostItems ? count : 0;
+}
+
+/// How many items the tool announces. Addresses and titles stand in its output too: a list's length comes
+/// from a whole line of the tool's own, and of several the last one counts.
+int AnnouncedItems(std::string const& output) {
+    int count = 0;
+    for (auto const& line : IHVStringHelper::Split(output, '\n'))
+        if (int const announced = CountOfLine(IHVStringHelper::Trimmed(line)); announced != 0)
+            count = announced;
+    return count == 0 && output.find("Downloading 1 format(s)") != std::string::npos ? 1 : count;
+}
+
+std::shared_ptr<IHVError const> UnknownError(std::string const& errorText) {
+    return IHVError::MallocError(kFile, __LINE__, "UsingPainTextOutput", -1, "Error",
+                                 errorText.empty() ? "Unknown error, please try again later."
+                                                   : errorText.c_str());
+}
 
 } // namespace
 
@@ -67,18 +115,17 @@ void HVDownloadTaskParser::UsingPainTextOutput() {
         notifyTaskComplete(search);
         return;
     }
-    int const count = ParseSearchResult(output);
+    int const count = AnnouncedItems(output);
     if (count == 0) {
-        notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, "UsingPainTextOutput", -1, "Error",
-                                                 errorText.empty() ? "Unknown error, please try again later."
-                                                                   : errorText.c_str()));
+        notifyTaskComplete(UnknownError(errorText));
         return;
     }
     auto const playList = count > 1 ? IHVPlayList::MallocPlayList(taskURL_) : nullptr;
     std::vector<std::shared_ptr<IHVDownloadItem>> items;
-    std::shared_ptr<IHVError const> lastResult;
+    Result lastResult = UnknownError({});
     for (int i = 0; i < count && !UserCancel(); ++i) {
-        lastResult = LoadDownloadItem(items, playList == nullptr ? -1 : i);
+        int const place = playList == nullptr ? -1 : i;
+        lastResult = LoadEntry(place, {}, [&] { return LoadDownloadItem(items, place); });
         if (!lastResult->Succeed()) {
             IHVLogConfig::Printf("Failed parse download item %d with url(%d items).", i + 1, count);
             IHVLogConfig::Printf("Error: %s.", lastResult->GetErrorMessage().c_str());

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
-#include <thread>
 
 namespace Halvorn {
 
@@ -26,38 +25,24 @@ bool OnlyOf(std::string const& text, Accept accept) {
     return !trimmed.empty() && std::all_of(trimmed.begin(), trimmed.end(), accept);
 }
 
-/// A number and, directly behind it, one of the units. `waits` says at which characters the scan stays where
-/// it is.
-template <typename Waits>
-bool IsNumberWithUnit(std::string const& text, Units const& units, Waits waits) {
+/// A number and, directly behind it, one of the units.
+bool IsNumberWithUnit(std::string const& text, Units const& units) {
     std::string const trimmed = IHVStringHelper::Trimmed(text);
-    bool number = false;
-    for (std::size_t pos = 0; pos < trimmed.size();) {
-        char const letter = trimmed[pos];
-        if (waits(letter)) {
-            std::this_thread::yield();
-            continue;
-        }
-        if (!IsDigit(letter) && letter != '.') {
-            std::string const unit = IHVStringHelper::ToLower(trimmed.substr(pos));
-            return number && std::find(units.begin(), units.end(), unit) != units.end();
-        }
-        number = true;
-        ++pos;
-    }
-    return false;
+    std::size_t const end = trimmed.find_first_not_of("0123456789.");
+    if (end == 0 || end == std::string::npos)
+        return false;
+    return std::find(units.begin(), units.end(), IHVStringHelper::ToLower(trimmed.substr(end))) !=
+           units.end();
 }
 
 } // namespace
 
-// With "~" or a blank ahead of its unit this never returns. Nothing passes it such a text, and the reader of
-// the format table has a test of its own.
 bool HVDownloadTask::IsSizeString(std::string const& text) {
-    return IsNumberWithUnit(text, kSizeUnits, [](char letter) { return letter == '~' || letter == ' '; });
+    return IsNumberWithUnit(text, kSizeUnits);
 }
 
 bool HVDownloadTask::IsBitratString(std::string const& text) {
-    return IsNumberWithUnit(text, kRateUnits, [](char) { return false; });
+    return IsNumberWithUnit(text, kRateUnits);
 }
 
 bool HVDownloadTask::IsDurationString(std::string const& text) {

@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Halvorn {
 
@@ -26,6 +27,13 @@ enum HVTaskType { HVTaskTypeParse = 0, HVTaskTypeDownload = 1 };
 
 class HV_EXPORT IHVDownloadTask {
 public:
+    /// An entry of a playlist that could not be loaded.
+    struct FailedEntry {
+        int number = 0;                        ///< its place in the list, from 1
+        std::string url;                       ///< its address; empty where the list names none
+        std::shared_ptr<IHVError const> error; ///< never empty
+    };
+
     /// A task that analyses the web address. An empty address is refused by the run, not here.
     static std::shared_ptr<IHVDownloadTask> MallocDownloadTask(std::string const& url);
     /// A task that downloads the item, in its current format, into the folder `outputPath`.
@@ -74,6 +82,10 @@ public:
     /// Whether StopTask was called while the run was under way. A stopped analysis may report a failure or a
     /// success besides the cancel: ask this in DownloadTaskCompleted or later to know what the user wanted.
     bool WasStopped() const;
+    /// The entries that an analysis has failed to load so far, in the order of the list: an entry is among
+    /// them before its progress is reported. Entries that a stop has kept from loading are not. Empty for a
+    /// download.
+    std::vector<FailedEntry> FailedEntries() const;
 
 protected:
     ~IHVDownloadTask() = default;

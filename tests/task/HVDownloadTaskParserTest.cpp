@@ -66,6 +66,16 @@ protected:
         EXPECT_EQ(Start(recorder, url, route)->WaitFinish(60'000), HVErrSuccess);
         return recorder.Story();
     }
+    /// Place, address and plain message of each entry that failed.
+    static std::string Failures(std::string const& url, HVAnalysisRoute route) {
+        Recorder recorder;
+        auto const task = Start(recorder, url, route);
+        EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
+        std::string failures;
+        for (auto const& entry : task->FailedEntries())
+            failures += Text(entry.number, entry.url, entry.error->GetPlainMessage()) + "\n";
+        return failures;
+    }
     /// Runs each script; what is expected comes after the start.
     void Check(Rows const& rows, HVAnalysisRoute route = HVAnalysisRoute::Json) const {
         for (auto const& [script, expected] : rows) {
@@ -92,6 +102,7 @@ TEST_F(Analysis, TellsTheDelegateInOrder) {
         {"errflood 2\n" + item, "item A|" + kSucceed},
         {"line " + Item("A", ",\"x\":[" + std::string(3'000'000, ' ') + "1]"), "item A|" + kSucceed},
         {item + "\nexit 1", "item A|" + kSucceed},
+        {R"(line {"title":"A","formats":[{"format_id":"18","resolution":"1280x?"}]})", "item A|" + kSucceed},
         {item + "\nclose-out\nsleep 30", "item A|" + kSucceed},
         {"out {\"title\":\"A\",\ngrandchild drip 1 " + Item("B").substr(1), "item A|" + kSucceed},
         // One of the entries fails, or is null, or all fail.
@@ -114,6 +125,31 @@ TEST_F(Analysis, TellsTheDelegateInOrder) {
         {R"(line {"formats":[{"ext":"mhtml"}]})", "Error: Failed to load play item json data."},
         {"out {\"formats\":[\ndie 9", kFailed}, // killed in the middle of its document
     });
+}
+
+TEST_F(Analysis, TellsWhatIsWrongWithAnAnswer) {
+    for (auto const& [script, expected] : Rows{
+             {"line {\"title\" 1}", "The tool's answer can't be read: Missing a colon after a name of object "
+                                    "member. (at byte 9)"},
+             {"errline WARNING: w\nline <html>",
+              "The tool's answer can't be read: Invalid value. (at byte 0)"},
+             {"errline WARNING: w\nerrline ERROR: [x] gone\nline null", "gone"},
+             {"line {}", "The tool's answer holds nothing to download."}}) {
+        Recorder recorder;
+        Put("row", script);
+        Run(recorder, "script:row");
+        EXPECT_EQ(recorder.ends.back()->GetPlainMessage(), expected);
+    }
+}
+
+TEST_F(Analysis, KeepsWhyEntriesFailed) {
+    Put("list", "unless --playlist-items\nline " + PlayList(Entry("one") + "," + Entry("bad") + ",{}") +
+                    "\nwhen --playlist-items 3\nline [");
+    EXPECT_EQ(Failures("script:list", HVAnalysisRoute::Json),
+              "2|script:bad|private 100%s\n3||The tool's answer can't be read: Invalid value. (at byte 2)\n");
+    Put("list", "unless --playlist-items\nline Downloading item 1 of 2\nwhen --playlist-items\n"
+                "errline ERROR: [x] gone");
+    EXPECT_EQ(Failures("script:list", HVAnalysisRoute::PlainText), "1||gone\n2||gone\n");
 }
 
 TEST_F(Analysis, GivesTheToolExactlyTheseArguments) {
@@ -184,6 +220,7 @@ TEST_F(Analysis, FetchesAThumbnailAndNothingElse) {
 TEST_F(Analysis, SaysWhyItCannotRun) {
     Recorder recorder;
     EXPECT_EQ(Run(recorder, ""), kStarted + "Error: Download url is not set.");
+    EXPECT_THAT(Run(recorder, std::string("script:one\0?", 12)), HasSubstr("NUL"));
     UseToolOf(Path("."));
     EXPECT_THAT(Run(recorder, "script:one"), HasSubstr("there is no such file"));
     UseToolOf("");
@@ -264,12 +301,7 @@ TEST_F(Analysis, RunsOnceAndOutlivesItsOwner) {
     EXPECT_FALSE(finished->StartTask()->Succeed());
 }
 
-TEST_F(Analysis, MakesOneCompletionOfAnException) {
-    Recorder recorder;
-    EXPECT_THAT(
-        Run(recorder, "scripted:line [download] Downloading item 1 of many", HVAnalysisRoute::PlainText),
-        testing::StartsWith(kStarted + "Error: Unexpected failure"));
-    // A delegate's own changes nothing.
+TEST_F(Analysis, LosesNothingByADelegateThatThrows) {
     Recorder thrower;
     thrower.onEvent = [](std::string const&) { throw std::runtime_error("odd delegate"); };
     EXPECT_EQ(Run(thrower, "script:one"), kStarted + "item One|" + kSucceed);
@@ -285,7 +317,12 @@ TEST_F(Analysis, ReadsTheTablesForPeople) {
         "line 136 mp4 1280x720    25 |    4.00MiB 900k https | avc1       900k video only 0k\n"
         "line 136 mp4 1280x720    25 |    4.00MiB 900k https | avc1       900k video only 0k\n"
         "line 18  mp4 640x360     25 |    2.00MiB 500k https | avc1       400k mp4a       96k\n";
+    std::string const odd = "line 9   mp4 1280x720    25 |     .MiB    1k https | x\n";
     std::string const many = "unless --list-formats\nline [download] Downloading item 1 of 2\n";
+    // What others write into the tool's lines announces nothing.
+    std::string const spoofed = "unless --list-formats\nline x: Downloading item 1 of -5.mp4: Downloading 1 "
+                                "format(s): 18\nline Downloading item 1 of 2000000000\n"
+                                "line [download] Downloading item 1 of 3 films\nwhen --list-formats\n";
     std::string const one =
         "unless --list-formats\nline x: Downloading 1 format(s): 18\nwhen --list-formats\n";
     std::string const warning = "errline WARNING: w\n";
@@ -293,6 +330,7 @@ TEST_F(Analysis, ReadsTheTablesForPeople) {
     std::string const found = loaded + "item A name|" + kSucceed;
     Check({{one + thumbnails + formats + "line A name\nline 1:02:03", found},
            {one + formats + thumbnails + "line A name\nline 6", found},
+           {spoofed + formats + odd + "line A name\nline 6", found},
            {one + warning + formats + "line A name\nline 6", found},
            {one + formats + "line A name\nline NA", found},
            {one + warning + "errline ERROR: e1\nerrline ERROR: e2\n" + formats,
