@@ -1,6 +1,8 @@
 #include "HVDownloadTaskDownload.h"
 
 #include "HVArgsBuilder.h"
+#include "HVFileSystem.h"
+#include "HVFinishedFile.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
@@ -56,7 +58,7 @@ void HVDownloadTaskDownload::asyncProgressTask() {
     notifyTaskComplete(RunTool(file));
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile& file) {
+std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& file) {
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
     auto const args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.path);
@@ -80,17 +82,13 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile& file) 
 }
 
 void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& file) {
-    // A finished file is never removed, whatever became of it; all else of this run goes once its child is
-    // gone.
-    if (file.unplaced)
-        IHVFileProvider::KeepTmpFile(file.path);
+    // Once the child is gone: until then it may write more. A finished file that has no place is kept.
     std::string const name = file.path.substr(file.path.rfind('/') + 1);
-    run.OnExit([stem = name.substr(0, kRandomNameLength), keep = file.unplaced ? file.path : std::string()] {
-        IHVFileProvider::RemoveTmpFiles(stem, keep);
-    });
+    run.OnExit([stem = name.substr(0, kRandomNameLength)] { IHVFileProvider::RemoveTmpFiles(stem); });
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile& file, std::string const& errorText) {
+std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& file,
+                                                               std::string const& errorText) {
     if (!errorText.empty())
         IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
     // The file alone decides: a stop that comes after it was finished does not undo it.
@@ -102,47 +100,47 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile& file, s
                                  errorText.c_str());
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile& file) {
-    std::string const name =
+std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& file) {
+    HVFinishedFile finished;
+    finished.path = file.path;
+    finished.folder = outputPath_;
+    finished.extension = file.extension;
+    finished.name =
         IHVFileProvider::MakeValidFilenameAtPath(downloadItem_->GetFileName(), file.extension, outputPath_);
-    if (name.empty()) {
-        file.unplaced = true;
+    if (finished.name.empty()) {
+        IHVFileProvider::KeepTmpFile(file.path);
         return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Can't make outfile");
     }
-    std::string const target = IHVFileProvider::CreateUniquePathFile(name, file.extension, outputPath_);
-    if (target.empty())
+    if (outputPath_.empty())
         IHVLogConfig::Printf("CreateUniquePathFile Failed");
-    auto result = IHVFileProvider::MvFile(file.path, target, true);
-    if (result->Succeed()) {
-        downloadItem_->SetDownloadedFile(target);
-    } else {
-        file.unplaced = true;
-        IHVLogConfig::Printf("Failed to move %s to %s", file.path.c_str(), target.c_str());
+    TakeSubtitle(finished);
+    HVPlacement const placement = PlaceFinishedFile(finished);
+    if (placement.failure.empty()) {
+        downloadItem_->SetDownloadedFile(placement.target);
+        return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
     }
-    // Without a target there is no place for the side file either.
-    if (!target.empty())
-        PlaceSubtitle(file.path, target);
-    return result;
+    return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
+                                 placement.failure.c_str());
 }
 
-void HVDownloadTaskDownload::PlaceSubtitle(std::string const& tempFile, std::string const& target) {
+void HVDownloadTaskDownload::TakeSubtitle(HVFinishedFile& finished) const {
     auto const subtitle = std::as_const(*downloadItem_).CurrentDownloadSubtitle();
     if (subtitle == nullptr)
         return;
     std::string const side = subtitle->CurrentSubtitleExtension();
-    // The site names both language and format: neither may lead to another folder.
+    // The site names the language, which may not lead to a file of another folder.
     if (side.find('/') != std::string::npos)
         return;
-    std::string from =
-        IHVFileProvider::AppendPathExtension(IHVFileProvider::RemovePathExtension(tempFile), side);
-    std::string const to =
-        IHVFileProvider::AppendPathExtension(IHVFileProvider::RemovePathExtension(target), side);
+    std::string const wanted =
+        IHVFileProvider::AppendPathExtension(IHVFileProvider::RemovePathExtension(finished.path), side);
     // The tool keeps the asked-for extension in the name when the format's own is another one.
-    if (std::string other = IHVFileProvider::AppendPathExtension(tempFile, side);
-        !IHVFileProvider::PathFileExist(from) && IHVFileProvider::PathFileExist(other))
-        from = std::move(other);
-    if (!IHVFileProvider::MvFile(from, to, true)->Succeed())
-        IHVLogConfig::Printf("Failed to move %s to %s", from.c_str(), to.c_str());
+    for (auto const& path : {wanted, IHVFileProvider::AppendPathExtension(finished.path, side)})
+        if (finished.side.empty() && IHVFileProvider::PathFileExist(path))
+            finished.side = path;
+    finished.sideExtension = LegalSideExtension(side);
+    if (finished.side.empty())
+        IHVLogConfig::Printf("Failed to move %s to %s: the tool did not make it", wanted.c_str(),
+                             outputPath_.c_str());
 }
 
 } // namespace Halvorn

@@ -13,6 +13,7 @@
 namespace Halvorn {
 
 class HVToolRun;
+struct HVFinishedFile;
 
 class HVDownloadTaskDownload final : public HVDownloadTask {
 public:
@@ -33,17 +34,17 @@ public:
     static void ParseFragInfo(int& fragCount, int& fragIndex, std::string const& line);
 
 private:
-    /// One run's file: where the tool writes it, and whether it was finished and could not be placed.
+    /// One run's file, where the tool writes it.
     struct TempFile {
         std::string path;
         std::string extension;
-        bool unplaced = false;
     };
-    std::shared_ptr<IHVError const> RunTool(TempFile& file);
-    std::shared_ptr<IHVError const> Result(TempFile& file, std::string const& errorText);
-    std::shared_ptr<IHVError const> Place(TempFile& file);
+    std::shared_ptr<IHVError const> RunTool(TempFile const& file);
+    std::shared_ptr<IHVError const> Result(TempFile const& file, std::string const& errorText);
+    std::shared_ptr<IHVError const> Place(TempFile const& file);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
-    void PlaceSubtitle(std::string const& tempFile, std::string const& target);
+    /// Finds the subtitle that the tool made beside the file.
+    void TakeSubtitle(HVFinishedFile& finished) const;
 
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;

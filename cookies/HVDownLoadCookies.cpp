@@ -2,7 +2,7 @@
 
 #include "HVArgsBuilder.h"
 #include "HVCallback.h"
-#include "HVFileSystem.h"
+#include "HVFileReservation.h"
 #include "HVToolRun.h"
 #include "IHVBase64Codec.h"
 #include "IHVCookieMessage.h"

@@ -9,8 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -27,18 +25,11 @@ constexpr std::size_t kMaxFileBytes = 1U << 20;
 /// Writing a document out is recursive.
 constexpr std::ptrdiff_t kMaxBrackets = 10000;
 
-std::string ReadSmallFile(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
-    char buffer[4096];
-    while (text.size() <= kMaxFileBytes && (file.read(buffer, sizeof buffer) || file.gcount() > 0))
-        text.append(buffer, static_cast<std::size_t>(file.gcount()));
-    return text.size() <= kMaxFileBytes ? text : std::string();
-}
-
 /// The document of the file: an object, empty where the file is missing or damaged.
 void ReadDocument(std::string const& path, rapidjson::Document& document) {
-    std::string const text = path.empty() ? std::string() : ReadSmallFile(path);
+    std::string text;
+    if (!ReadRegularFile(path, kMaxFileBytes, text))
+        text.clear();
     bool const flat =
         std::count_if(text.begin(), text.end(), [](char c) { return c == '[' || c == '{'; }) < kMaxBrackets;
     if (flat)
@@ -67,13 +58,13 @@ std::string ToText(rapidjson::Document const& document) {
     return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
 }
 
-/// Replaces the file; a link stays one, since users keep such files elsewhere and link to them.
+/// Replaces the file. A link stays one: users who keep such files in a folder of their own link to them.
 int WriteWholeFile(std::string const& path, std::string const& text) {
     if (int const error = MakeFolders(FolderOfPath(path)); error != 0)
         return error;
     std::error_code ignored;
     auto const real = std::filesystem::canonical(path, ignored);
-    // Whoever names a device such as /dev/null as the settings must not have it replaced by a file.
+    // A device such as /dev/null, named as the settings to have none, must not be replaced by a file.
     if (!ignored && !std::filesystem::is_regular_file(real))
         return EINVAL;
     HVAtomicFile file(ignored ? path : real.string());

@@ -1,9 +1,9 @@
 #pragma once
 // The persistent settings: one small JSON file in the place that the system has for it.
 //
-// REELHAUL_SETTINGS names another file. An unreadable or damaged file reads as empty and is left alone until
-// the next Save; Save leaves the old file or the new one, whatever happens. Thread-safety: any operation from
-// any thread.
+// REELHAUL_SETTINGS names another file. A damaged file, and what is no regular file, reads as empty and is
+// left alone until the next Save; Save leaves the old file or the new one, whatever happens. Thread-safety:
+// any operation from any thread.
 
 #include <memory>
 #include <string>

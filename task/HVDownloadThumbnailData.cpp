@@ -110,7 +110,7 @@ bool HVDownloadThumbnail::FetchData(std::shared_ptr<IHVDownloadOptions> options,
     if (!detector->IsList() && IHVFileProvider::PathFileExist(path))
         bytes = ReadFile(path);
     if (bytes.data == nullptr) {
-        run.OnExit([stem = name.substr(0, kRandomNameLength)] { IHVFileProvider::RemoveTmpFiles(stem, {}); });
+        run.OnExit([stem = name.substr(0, kRandomNameLength)] { IHVFileProvider::RemoveTmpFiles(stem); });
         return false;
     }
     data_ = std::move(bytes.data);

@@ -1,3 +1,4 @@
+#include "HVFileReservation.h"
 #include "HVFileSystem.h"
 #include "HVUtf8.h"
 #include "IHVFileProvider.h"
@@ -5,8 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
-#include <set>
 #include <string_view>
 
 namespace Halvorn {
@@ -16,6 +15,8 @@ namespace {
 constexpr std::size_t kMaxNameBytes = 255;
 /// Kept free for a number such as " (12)" and for a subtitle's language and format.
 constexpr std::size_t kRoomBytes = 40;
+/// What of that the language and the format may take.
+constexpr std::size_t kMaxSideBytes = 28;
 /// A name is never cut below this, however long its extension is.
 constexpr std::size_t kMinNameBytes = 16;
 
@@ -90,29 +91,17 @@ std::size_t NameBudget(std::string const& extension, std::string const& director
     return limit > taken + kMinNameBytes ? limit - taken : kMinNameBytes;
 }
 
-/// Names that were handed out and are not used yet. Never destroyed: downloads may end at the very end of the
-/// process.
-struct Reservations {
-    std::mutex mutex;
-    std::set<std::string> paths;
-
-    static Reservations& Shared() {
-        static auto* reservations = new Reservations;
-        return *reservations;
-    }
-    bool Take(std::string const& path) {
-        std::lock_guard const lock(mutex);
-        // A file system that ignores case would make one file of two names.
-        return paths.insert(IHVStringHelper::ToLower(path)).second;
-    }
-};
-
 } // namespace
 
-void ReleaseFileReservation(std::string const& path) {
-    auto& reservations = Reservations::Shared();
-    std::lock_guard const lock(reservations.mutex);
-    reservations.paths.erase(IHVStringHelper::ToLower(path));
+std::string LegalSideExtension(std::string const& side) {
+    std::size_t const point = side.rfind('.');
+    std::string const extension = LegalExtension(point == std::string::npos ? side : side.substr(point + 1));
+    std::u32string language = LegalCharacters(side.substr(0, point == std::string::npos ? 0 : point));
+    Trim(language);
+    CutToBytes(language, kMaxSideBytes - extension.size() - 1);
+    if (language.empty())
+        return extension;
+    return EncodeUtf8(language) + (extension.empty() ? "" : "." + extension);
 }
 
 std::string IHVFileProvider::MakeValidFilenameAtPath(std::string const& name, std::string const& extension,
@@ -140,13 +129,8 @@ std::string IHVFileProvider::CreateUniquePathFile(std::string const& name, std::
         std::string path = number == 0 ? stem : stem + " (" + std::to_string(number) + ")";
         if (!legal.empty())
             path = AppendPathExtension(path, legal);
-        // Reserved before the look at the disk: the other way round, a move that ends in between would free
-        // the name after the look and before the reservation.
-        if (!Reservations::Shared().Take(path))
-            continue;
-        if (!AnyEntryExists(path))
+        if (ReserveFreePath(path))
             return path;
-        ReleaseFileReservation(path);
     }
     return {};
 }

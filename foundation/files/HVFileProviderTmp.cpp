@@ -1,9 +1,12 @@
+#include "HVFileMove.h"
+#include "HVFinishedFile.h"
 #include "HVProcessEnd.h"
 #include "HVTmpFolder.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 #include "IHVThread.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -25,19 +28,17 @@ struct TmpFolder {
     }
 };
 
-std::string SystemTmpFolder() {
-    char const* const folder = std::getenv("TMPDIR");
-    // A relative one would follow a later change of the working folder; and the tool reads a path as a
-    // template.
-    bool const usable = folder != nullptr && *folder == '/' && std::strpbrk(folder, "%$~") == nullptr;
-    return usable ? folder : "/tmp";
-}
-
+/// How long the end of the process waits for moves to other file systems.
+constexpr std::chrono::seconds kMovesWait{3};
 /// How long the end of the process waits for the cleaner: a short run would else never get it done.
 constexpr unsigned int kCleanerMilliseconds = 2000;
 
 void EndTmpFolder() {
     auto& shared = TmpFolder::Shared();
+    if (!shared.folder.IsOwn())
+        return;
+    // Before the mutex, which moves take as well.
+    EndFileMoves(kMovesWait);
     std::lock_guard const lock(shared.mutex);
     shared.folder.End();
     shared.ended = true;
@@ -55,6 +56,14 @@ std::string NameIn(std::string const& folder, std::string const& path) {
 
 } // namespace
 
+std::string SystemTmpFolder() {
+    char const* const folder = std::getenv("TMPDIR");
+    // A relative one would follow a later change of the working folder; and the tool reads a path as a
+    // template.
+    bool const usable = folder != nullptr && *folder == '/' && std::strpbrk(folder, "%$~") == nullptr;
+    return usable && IsFolder(folder) ? folder : "/tmp";
+}
+
 std::string IHVFileProvider::GetTmpPath() {
     auto& shared = TmpFolder::Shared();
     std::lock_guard const lock(shared.mutex);
@@ -62,6 +71,8 @@ std::string IHVFileProvider::GetTmpPath() {
         return shared.folder.Path();
     if (shared.ended)
         return {};
+    if (!shared.folder.IsOwn())
+        shared.cleaner = nullptr; // a forked process has its parent's, without the thread
     std::string const parent = SystemTmpFolder();
     if (!shared.folder.Make(parent)) {
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't make a temporary folder in \"%s\"",
@@ -70,7 +81,7 @@ std::string IHVFileProvider::GetTmpPath() {
     }
     SetProcessEndFunction(HVEndStage::Files, EndTmpFolder);
     if (shared.cleaner == nullptr) {
-        // Elsewhere, since a killed process may have left a lot.
+        // On its own thread: removing gigabytes takes time, and so does taking finished downloads home.
         shared.cleaner = IHVThread::MallocThread([parent] { RemoveDeadTmpFolders(parent); });
         shared.cleaner->Start();
     }
@@ -83,20 +94,31 @@ void IHVFileProvider::KeepTmpFile(std::string const& path) {
     shared.folder.Keep(NameIn(shared.folder.Path(), path));
 }
 
-void IHVFileProvider::RemoveTmpFiles(std::string const& stem, std::string const& keep) {
+void KeepFinishedFile(HVFinishedFile const& file) {
+    auto& shared = TmpFolder::Shared();
+    std::lock_guard const lock(shared.mutex);
+    auto const& folder = shared.folder.Path();
+    shared.folder.Keep(NameIn(folder, file.path), NameIn(folder, file.side), file.Record());
+}
+
+void ForgetKeptFile(std::string const& path) {
+    auto& shared = TmpFolder::Shared();
+    std::lock_guard const lock(shared.mutex);
+    shared.folder.Forget(NameIn(shared.folder.Path(), path));
+}
+
+void IHVFileProvider::RemoveTmpFiles(std::string const& stem) {
     auto& shared = TmpFolder::Shared();
     std::string folder;
     std::set<std::string> kept;
     {
-        // Removing gigabytes takes its time: others must not wait for it.
+        // Not while gigabytes are removed: other downloads must not wait for that.
         std::lock_guard const lock(shared.mutex);
         if (!shared.folder.IsOwn())
             return;
         folder = shared.folder.Path();
         kept = shared.folder.Kept();
     }
-    std::string const inFolder = NameIn(folder, keep);
-    kept.insert(inFolder.empty() ? keep : inFolder);
     HVTmpFolder::RemoveEntries(folder, stem, kept);
 }
 

@@ -3,12 +3,21 @@
 
 #include "HVDescriptor.h"
 
+#include <cstdint>
 #include <string>
+#include <utility>
 
 namespace Halvorn {
 
 /// Whether anything has this path, a link that leads nowhere included.
 bool AnyEntryExists(std::string const& path);
+/// Whether the path leads to a folder.
+bool IsFolder(std::string const& path);
+/// Device and number of what the path leads to, the same for every path to it; zeros where there is nothing.
+std::pair<std::uint64_t, std::uint64_t> IdentityOf(std::string const& path);
+/// Reads a regular file of at most so many bytes. False for anything else: a pipe or a device could keep the
+/// reader for ever.
+bool ReadRegularFile(std::string const& path, std::size_t maxBytes, std::string& text);
 /// Bytes that a name in the folder may have.
 std::size_t LongestFileName(std::string const& folder);
 /// What stands in front of the last "/" of the path: its folder, "." for none.
@@ -20,7 +29,8 @@ std::string FileErrorReason(int error);
 /// What is left of an extension that a site names when all goes that could lead to another folder or mean
 /// something to the tool.
 std::string LegalExtension(std::string const& extension);
-/// Lets a name that CreateUniquePathFile handed out be handed out again.
-void ReleaseFileReservation(std::string const& path);
+/// The end of a subtitle's file name, "fr.vtt", of a language and a format that a site names: each made legal
+/// as names and extensions are, and short enough for the room that MakeValidFilenameAtPath leaves.
+std::string LegalSideExtension(std::string const& side);
 
 } // namespace Halvorn

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +19,39 @@ void HVDescriptor::Reset(int fd) {
 bool AnyEntryExists(std::string const& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0;
+}
+
+bool IsFolder(std::string const& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::pair<std::uint64_t, std::uint64_t> IdentityOf(std::string const& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0)
+        return {0, 0};
+    return {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
+}
+
+bool ReadRegularFile(std::string const& path, std::size_t maxBytes, std::string& text) {
+    // Without waiting for a pipe's other end.
+    HVDescriptor const file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat info {};
+    if (!file.Valid() || fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode))
+        return false;
+    text.clear();
+    char buffer[4096];
+    for (;;) {
+        ssize_t const length = read(file.Get(), buffer, sizeof buffer);
+        if (length == 0)
+            return true;
+        if (length < 0 && errno != EINTR)
+            return false;
+        if (length > 0)
+            text.append(buffer, static_cast<std::size_t>(length));
+        if (text.size() > maxBytes)
+            return false;
+    }
 }
 
 bool IHVFileProvider::PathFileExist(std::string const& path) {

@@ -1,29 +1,37 @@
 #pragma once
 // A process's private folder under the system's temporary folder. A lock that ends with the process tells a
-// folder in use from one that a killed process left. One thread at a time.
+// folder in use from one that a killed process left. Beside each file that is to outlive the process stands a
+// record, which says where it belongs if that is known. One thread at a time.
 
 #include "HVFileSystem.h"
 
+#include <atomic>
+#include <map>
 #include <set>
 #include <string>
 
-#include <sys/types.h>
-
 namespace Halvorn {
+
+struct HVFinishedFile;
 
 class HVTmpFolder {
 public:
     /// Makes and locks a new folder in `parent`. False when that is not possible.
     bool Make(std::string const& parent);
     std::string const& Path() const { return path_; }
-    /// True when the folder was made by this process, not by one it was forked from.
+    /// True when the folder was made by this process, not by one it was forked from. Any thread.
     bool IsOwn() const;
     /// True when the folder is this process's own and still there.
     bool Usable() const;
 
     /// Keeps an entry beyond End, and beyond a later start.
-    void Keep(std::string const& name);
-    std::set<std::string> const& Kept() const { return kept_; }
+    void Keep(std::string const& name) { Keep(name, {}, {}); }
+    /// The same for an entry that a later start takes home, and for the file that goes with it.
+    void Keep(std::string const& name, std::string const& side, std::string const& record);
+    /// The entry has left the folder.
+    void Forget(std::string const& name);
+    /// Names that are kept, those of files that go with others among them.
+    std::set<std::string> Kept() const;
     /// Removes the folder, but for what is kept. Does nothing in a forked process.
     void End();
 
@@ -33,15 +41,24 @@ public:
 
 private:
     bool MakeLock(int folder);
-    bool AnyKeptFileExists() const;
 
     std::string path_;
     HVDescriptor lock_;
-    pid_t owner_ = 0;
-    std::set<std::string> kept_;
+    std::atomic<int> owner_ = 0;              ///< process id; 0 without a folder
+    std::map<std::string, std::string> kept_; ///< name of an entry, name of what goes with it
 };
 
-/// Removes the folders in `parent` that are this user's and whose process is gone.
+/// Removes the folders in `parent` that are this user's and whose process has ended. Finished downloads in
+/// them are put where they belong; those for which that isn't known, or fails, stay.
 void RemoveDeadTmpFolders(std::string const& parent);
+
+/// The system's folder for temporary files.
+std::string SystemTmpFolder();
+
+/// Keeps a file of the process's temporary folder beyond the end of the process, and has a later start put it
+/// where it belongs.
+void KeepFinishedFile(HVFinishedFile const& file);
+/// Ends that, and that of KeepTmpFile.
+void ForgetKeptFile(std::string const& path);
 
 } // namespace Halvorn

@@ -1,11 +1,13 @@
 #include "HVTmpFolder.h"
 
 #include "HVFileTree.h"
+#include "HVFinishedFile.h"
 #include "IHVFileProvider.h"
+#include "IHVLogConfig.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <string_view>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -17,8 +19,12 @@ namespace Halvorn {
 namespace {
 
 constexpr std::string_view kPrefix = "reelhaul-";
+/// In front of what the folder itself needs.
+constexpr std::string_view kOwnPrefix = ".reelhaul-";
 constexpr char const* kLockName = ".reelhaul-lock";
-constexpr char const* kKeptName = ".reelhaul-kept";
+/// In front of the name of a kept entry: its record.
+constexpr std::string_view kRecordPrefix = ".reelhaul-kept-";
+constexpr std::size_t kMaxRecordBytes = 1U << 16;
 
 bool StartsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
@@ -44,8 +50,71 @@ LockResult TryLock(int file) {
     return errno == EWOULDBLOCK ? LockResult::Held : LockResult::Impossible;
 }
 
-/// Removes the folder if it is one of ours whose process is gone.
-void RemoveIfDead(int parent, std::string const& name) {
+std::string RecordName(std::string const& name) {
+    return std::string(kRecordPrefix) + name;
+}
+
+/// Writes the record of a kept entry. A kill in the middle leaves half a record, with which the entry is
+/// kept, too.
+void WriteRecord(int folder, std::string const& name, std::string const& record) {
+    HVDescriptor const file(openat(folder, RecordName(name).c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file.Valid() || write(file.Get(), record.data(), record.size()) < 0)
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
+                             "A later start may remove the finished file \"%s\": no room for its record",
+                             name.c_str());
+}
+
+/// Puts a finished file of an ended process where it belongs. True when it is not in the folder any more.
+bool TakeHome(int folder, std::string const& path, std::string const& name) {
+    HVFinishedFile file;
+    file.path = IHVFileProvider::AppendPathComponent(path, name);
+    if (!AnyEntryExists(file.path))
+        return true;
+    std::string record;
+    if (!ReadRegularFile(IHVFileProvider::AppendPathComponent(path, RecordName(name)), kMaxRecordBytes,
+                         record) ||
+        !file.Load(record, path))
+        return false;
+    if (!file.side.empty() && !AnyEntryExists(file.side))
+        file.side.clear();
+    HVPlacement const placement = PutIntoFolder(file);
+    if (placement.failure.empty()) {
+        IHVLogConfig::Printf("A download that an earlier run had finished is now \"%s\"",
+                             placement.target.c_str());
+        return true;
+    }
+    IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning, "A download that an earlier run had finished: %s",
+                         placement.failure.c_str());
+    // Once is enough: what failed is likely to fail at each start, after a copy of gigabytes.
+    if (!placement.ended)
+        WriteRecord(folder, name, {});
+    return false;
+}
+
+/// The entries of an ended process's folder that have to stay in it, with their records.
+std::set<std::string> EntriesToKeep(int folder, std::string const& path,
+                                    std::vector<std::string> const& entries) {
+    std::set<std::string> keep;
+    for (auto const& entry : entries) {
+        if (!StartsWith(entry, kRecordPrefix))
+            continue;
+        std::string const name = entry.substr(kRecordPrefix.size());
+        if (TakeHome(folder, path, name))
+            continue;
+        keep.insert(entry);
+        keep.insert(name);
+        HVFinishedFile file;
+        std::string record;
+        if (ReadRegularFile(IHVFileProvider::AppendPathComponent(path, entry), kMaxRecordBytes, record) &&
+            file.Load(record, {}))
+            keep.insert(file.side);
+    }
+    return keep;
+}
+
+/// Removes the folder if it is one of ours whose process has ended, but for finished downloads.
+void RemoveIfDead(int parent, std::string const& parentPath, std::string const& name) {
     HVDescriptor const folder = OpenFolder(parent, name);
     struct stat info {};
     if (!folder.Valid() || fstat(folder.Get(), &info) != 0 || !IsPrivateFolder(info))
@@ -57,11 +126,13 @@ void RemoveIfDead(int parent, std::string const& name) {
         !IsStillNamed(folder.Get(), parent, name.c_str()))
         return;
     auto const entries = EntriesOf(folder.Get());
-    if (std::find(entries.begin(), entries.end(), kKeptName) != entries.end())
-        return;
+    auto const keep =
+        EntriesToKeep(folder.Get(), IHVFileProvider::AppendPathComponent(parentPath, name), entries);
     for (auto const& entry : entries)
-        if (entry != kLockName)
+        if (entry != kLockName && keep.count(entry) == 0)
             RemoveTree(folder.Get(), entry);
+    if (!keep.empty())
+        return;
     // The lock goes last: what is left of an interrupted removal is recognised by it.
     unlinkat(folder.Get(), kLockName, 0);
     unlinkat(parent, name.c_str(), AT_REMOVEDIR);
@@ -75,7 +146,7 @@ void RemoveDeadTmpFolders(std::string const& parent) {
         return;
     for (auto const& name : EntriesOf(folder.Get()))
         if (StartsWith(name, kPrefix))
-            RemoveIfDead(folder.Get(), name);
+            RemoveIfDead(folder.Get(), parent, name);
 }
 
 bool HVTmpFolder::Make(std::string const& parent) {
@@ -87,8 +158,8 @@ bool HVTmpFolder::Make(std::string const& parent) {
         HVDescriptor const folder = OpenFolder(AT_FDCWD, path);
         if (folder.Valid() && MakeLock(folder.Get()) && IsStillNamed(folder.Get(), AT_FDCWD, path.c_str())) {
             path_ = path;
-            owner_ = getpid();
             kept_.clear();
+            owner_ = getpid();
             return true;
         }
         rmdir(path.c_str());
@@ -108,7 +179,7 @@ bool HVTmpFolder::MakeLock(int folder) {
 }
 
 bool HVTmpFolder::IsOwn() const {
-    return !path_.empty() && owner_ == getpid();
+    return owner_ == getpid();
 }
 
 bool HVTmpFolder::Usable() const {
@@ -117,13 +188,29 @@ bool HVTmpFolder::Usable() const {
     return IsOwn() && lstat(path_.c_str(), &info) == 0 && IsPrivateFolder(info);
 }
 
-void HVTmpFolder::Keep(std::string const& name) {
-    HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
-    if (!folder.Valid() || name.empty())
+void HVTmpFolder::Keep(std::string const& name, std::string const& side, std::string const& record) {
+    if (name.empty())
         return;
-    HVDescriptor const marker(
-        openat(folder.Get(), kKeptName, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    kept_.insert(name);
+    kept_[name] = side;
+    HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
+    if (folder.Valid())
+        WriteRecord(folder.Get(), name, record);
+}
+
+void HVTmpFolder::Forget(std::string const& name) {
+    HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
+    if (kept_.erase(name) != 0 && folder.Valid())
+        unlinkat(folder.Get(), RecordName(name).c_str(), 0);
+}
+
+std::set<std::string> HVTmpFolder::Kept() const {
+    std::set<std::string> names;
+    for (auto const& [name, side] : kept_) {
+        names.insert(name);
+        if (!side.empty())
+            names.insert(side);
+    }
+    return names;
 }
 
 void HVTmpFolder::RemoveEntries(std::string const& path, std::string const& stem,
@@ -132,14 +219,8 @@ void HVTmpFolder::RemoveEntries(std::string const& path, std::string const& stem
     if (!folder.Valid() || stem.empty())
         return;
     for (auto const& name : EntriesOf(folder.Get()))
-        if (StartsWith(name, stem) && keep.count(name) == 0 && name != kLockName && name != kKeptName)
+        if (StartsWith(name, stem) && keep.count(name) == 0 && !StartsWith(name, kOwnPrefix))
             RemoveTree(folder.Get(), name);
-}
-
-bool HVTmpFolder::AnyKeptFileExists() const {
-    return std::any_of(kept_.begin(), kept_.end(), [this](std::string const& name) {
-        return AnyEntryExists(IHVFileProvider::AppendPathComponent(path_, name));
-    });
 }
 
 void HVTmpFolder::End() {
@@ -148,13 +229,24 @@ void HVTmpFolder::End() {
     HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
     if (!folder.Valid())
         return;
-    bool const keep = AnyKeptFileExists();
+    std::set<std::string> keep;
+    for (auto const& [name, side] : kept_) {
+        if (!AnyEntryExists(IHVFileProvider::AppendPathComponent(path_, name)))
+            continue;
+        keep.insert({name, side, RecordName(name)});
+        // There may have been no descriptor for it then.
+        if (!AnyEntryExists(IHVFileProvider::AppendPathComponent(path_, RecordName(name))))
+            WriteRecord(folder.Get(), name, {});
+    }
     for (auto const& name : EntriesOf(folder.Get()))
-        if (name != kLockName && !(keep && (name == kKeptName || kept_.count(name) != 0)))
+        if (name != kLockName && keep.count(name) == 0)
             RemoveTree(folder.Get(), name);
-    unlinkat(folder.Get(), kLockName, 0);
-    if (!keep)
+    // A later start knows a folder with finished files by its lock.
+    if (keep.empty()) {
+        unlinkat(folder.Get(), kLockName, 0);
         rmdir(path_.c_str());
+    }
+    owner_ = 0;
     path_.clear();
 }
 

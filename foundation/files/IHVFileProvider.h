@@ -14,13 +14,13 @@ public:
     /// Folder of the loaded module of this name; the folder of this library where no such module is loaded.
     static std::string GetModulePath(std::string const& moduleName);
     /// The process's private folder for temporary files, made at the first call with access for the user
-    /// alone and removed at the end of the process; empty when it can't be made.
+    /// alone and removed at the end of the process, but for finished downloads; empty when it can't be made.
     static std::string GetTmpPath();
     /// Keeps a file of the temporary folder beyond the end of the process: a finished download that could not
     /// be placed.
     static void KeepTmpFile(std::string const& path);
-    /// Removes every entry of the temporary folder whose name begins with `stem`, but for `keep`.
-    static void RemoveTmpFiles(std::string const& stem, std::string const& keep);
+    /// Removes every entry of the temporary folder whose name begins with `stem`, but for what is kept.
+    static void RemoveTmpFiles(std::string const& stem);
     /// Whether there is a file or a folder of this path.
     static bool PathFileExist(std::string const& path);
     /// `path` and `component` with one separator between them.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 using namespace Halvorn;
+namespace fs = std::filesystem;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -74,6 +75,18 @@ protected:
         EXPECT_EQ(Start(recorder, item, folder)->WaitFinish(60'000), HVErrSuccess);
         return recorder.Story();
     }
+    static std::shared_ptr<IHVDownloadItem> ItemWithSubtitle(std::string const& url, std::string const& title,
+                                                             std::string const& language) {
+        auto item = Item(url, title);
+        auto const subtitle = std::make_shared<HVDownloadSubtitle>();
+        auto const captions = std::make_shared<HVJsonObjectSubtitle>(IHVJsonReader::ReadJsonString(
+            R"({")" + language + R"(":[{"ext":"vtt","url":"u","name":"N"}]})", nullptr));
+        EXPECT_TRUE(subtitle->LoadFromJsonObject(language, captions) &&
+                    subtitle->SetCurrentSubtitleFormat("vtt"));
+        item->AddDownloadSubtitle(subtitle);
+        item->SetCurrentSubtitleIndex(0);
+        return item;
+    }
     static std::string Join(std::set<std::string> const& names) {
         std::string text;
         for (auto const& name : names)
@@ -100,22 +113,15 @@ TEST_F(DownloadRuns, LetTheFileDecide) {
         {"out [download] % of 1 at 1MiB/s ETA 1\\n;write +.part +5;hang",
          "Error: The tool's output could not be read", ""},
     };
-    auto const captions = std::make_shared<HVJsonObjectSubtitle>(
-        IHVJsonReader::ReadJsonString(R"({"fr":[{"ext":"vtt","url":"u","name":"French"}]})", nullptr));
     for (auto const& row : rows) {
-        auto const item = Item("scripted:" + row.script, row.title);
-        auto const subtitle = std::make_shared<HVDownloadSubtitle>();
-        EXPECT_TRUE(subtitle->LoadFromJsonObject("fr", captions) &&
-                    subtitle->SetCurrentSubtitleFormat("vtt"));
-        item->AddDownloadSubtitle(subtitle);
-        item->SetCurrentSubtitleIndex(0);
+        auto const item = ItemWithSubtitle("scripted:" + row.script, row.title, "fr");
         EXPECT_THAT(Run(item, out_), StartsWith("started: Download started.|" + row.end)) << row.script;
         EXPECT_EQ(Join(FilesIn(out_)), row.files) << row.script;
         EXPECT_EQ(item->GetDownloadFile(), row.files.empty() ? "" : out_ + "/" + *FilesIn(out_).rbegin())
             << row.script;
         EXPECT_TRUE(NothingLeft()) << row.script;
-        std::filesystem::remove_all(out_);
-        std::filesystem::create_directory(out_);
+        fs::remove_all(out_);
+        fs::create_directory(out_);
     }
     EXPECT_THAT(Starts().front(),
                 testing::MatchesRegex("--write-auto-sub --sub-lang fr --sub-format vtt --sleep-interval 10 "
@@ -126,6 +132,22 @@ TEST_F(DownloadRuns, LetTheFileDecide) {
                 EndsWith("|Error: No download format settings."));
     UseToolOf(out_);
     EXPECT_THAT(Run(Item("scripted:", "A"), out_), HasSubstr("there is no such file"));
+}
+
+TEST_F(DownloadRuns, PutASubtitleBesideTheFileAndReplaceNothing) {
+    for (auto const& [language, files] : Rows{{"fr", "A (1).fr.vtt|A (1).mp4|A.fr.vtt|"},
+                                              {"f*r", "A.f_r.vtt|A.fr.vtt|A.mp4|"},
+                                              {"f/r", "A.fr.vtt|A.mp4|"}}) {
+        std::ofstream(out_ + "/A.fr.vtt") << "mine";
+        ShellTool("while [ $# -gt 0 ]; do [ \"$1\" = --output ] && file=$2; shift; done\n"
+                  "echo film >\"$file\"; mkdir \"${file%.mp4}.f\"; echo words >\"${file%.mp4}." +
+                  language + ".vtt\"\n");
+        EXPECT_THAT(Run(ItemWithSubtitle("x", "A", language), out_), HasSubstr("Succeed: "));
+        EXPECT_EQ(Join(FilesIn(out_)), files);
+        EXPECT_EQ(fs::file_size(out_ + "/A.fr.vtt"), 4U) << "the user's file was replaced";
+        for (auto const& file : FilesIn(out_))
+            fs::remove(out_ + "/" + file);
+    }
 }
 
 TEST_F(DownloadRuns, StopAtAnyMoment) {

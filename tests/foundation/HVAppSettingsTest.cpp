@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 
+#include <sys/stat.h>
+
 namespace Halvorn {
 namespace {
 
@@ -42,13 +44,15 @@ TEST_F(HVAppSettings, WhatIsSavedIsThereAtTheNextStart) {
 
 TEST_F(HVAppSettings, WhatOthersWroteStays) {
     std::string const theirs = R"({"theirs": {"deep": [1, 2.5, null]}, "a": false, "text": "\u00e9")";
-    folder_.Put("settings.json", theirs + "}");
+    folder_.Put("settings.json", theirs + R"(, "switch": false})");
     auto const settings = MallocAppSettings(file_);
     settings->SetBool(true, "a");
-    folder_.Put("settings.json", theirs + R"(, "later": 77})");
+    folder_.Put("settings.json", theirs + R"(, "switch": true, "later": 77})");
     settings->Save();
     EXPECT_THAT(folder_.Get("settings.json"), testing::ContainsRegex("\"deep\".*2\\.5.*77"));
     EXPECT_TRUE(Saved(file_));
+    EXPECT_TRUE(MallocAppSettings(file_)->GetBool("switch"))
+        << "another program's key has its old value again";
 }
 
 TEST_F(HVAppSettings, ADamagedFileReadsAsEmptyAndIsLeftAloneUntilTheNextSave) {
@@ -67,13 +71,15 @@ TEST_F(HVAppSettings, ADamagedFileReadsAsEmptyAndIsLeftAloneUntilTheNextSave) {
 
 TEST_F(HVAppSettings, WhereNothingCanBeWrittenALineInTheLogSaysSo) {
     folder_.Put("settings.json", "{}");
-    for (auto const& path :
-         {std::string(), file_ + "/x/settings.json", folder_.Path(), std::string("/dev/null")}) {
+    // Nobody writes into the pipe: a reader that waited for it would wait for ever.
+    ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+    for (auto const& path : {std::string(), file_ + "/x/settings.json", folder_.Path(),
+                             std::string("/dev/null"), folder_ / "pipe"}) {
         log_.Take();
         Save(path, true);
         EXPECT_THAT(log_.Take(), testing::Not(testing::IsEmpty())) << path;
     }
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    EXPECT_TRUE(fs::is_character_file("/dev/null") && fs::is_fifo(folder_ / "pipe"));
 }
 
 TEST_F(HVAppSettings, TheFileStandsWhereTheEnvironmentSays) {

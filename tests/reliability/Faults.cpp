@@ -100,6 +100,11 @@ int rename(char const* from, char const* to) noexcept {
     return Fails(Fault::Rename) ? Refuse(EIO) : behind(from, to);
 }
 
+int renameat2(int fromFolder, char const* from, int toFolder, char const* to, unsigned int flags) noexcept {
+    static auto* const behind = Behind<decltype(renameat2)>("renameat2");
+    return Fails(Fault::Rename) ? Refuse(EIO) : behind(fromFolder, from, toFolder, to, flags);
+}
+
 int link(char const* from, char const* to) noexcept {
     static auto* const behind = Behind<decltype(link)>("link");
     return Fails(Fault::Rename) ? Refuse(EIO) : behind(from, to);

@@ -1,0 +1,132 @@
+#include "HVFinishedFile.h"
+
+#include "HVFileMove.h"
+#include "HVFileReservation.h"
+#include "HVFileSystem.h"
+#include "HVTmpFolder.h"
+#include "IHVFileProvider.h"
+#include "IHVLogConfig.h"
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+namespace Halvorn {
+
+namespace {
+
+/// Behind the name of a file in a folder that has so many of that name.
+constexpr int kMaxNumber = 1'000'000;
+/// Stands in no path.
+constexpr char kSeparator = '\0';
+
+std::string Numbered(std::string const& stem, int number) {
+    return number == 0 ? stem : stem + " (" + std::to_string(number) + ")";
+}
+
+std::string WithExtension(std::string const& stem, std::string const& extension) {
+    return extension.empty() ? stem : IHVFileProvider::AppendPathExtension(stem, extension);
+}
+
+/// Beside a media file that has its name already. That both names were free was looked at before; where
+/// another process has taken this one since, the number stands behind the language.
+std::string PlaceSide(HVFinishedFile const& file, std::string const& stem) {
+    HVFileMove move(file.side);
+    auto const point = file.sideExtension.rfind('.');
+    bool const two = point != std::string::npos;
+    std::string const front = two ? stem + "." + file.sideExtension.substr(0, point) : stem;
+    std::string const extension = two ? file.sideExtension.substr(point + 1) : file.sideExtension;
+    for (int number = 0; number < kMaxNumber; ++number) {
+        std::string const target = WithExtension(Numbered(front, number), extension);
+        HVFileFailure const failure = move.To(target, false);
+        if (failure.error == EEXIST)
+            continue;
+        if (!failure.Happened())
+            return target;
+        IHVLogConfig::Printf("Failed to move %s to %s: %s", file.side.c_str(), target.c_str(),
+                             failure.reason.c_str());
+        break;
+    }
+    return {};
+}
+
+HVPlacement NotPlaced(HVFinishedFile const& file, std::string const& target, HVFileFailure const& failure) {
+    IHVLogConfig::Printf("Failed to move %s to %s", file.path.c_str(), target.c_str());
+    HVPlacement placement;
+    placement.failure = MoveFailureText(file.path, target, failure);
+    placement.ended = failure.error == ECANCELED;
+    return placement;
+}
+
+} // namespace
+
+std::string HVFinishedFile::Record() const {
+    std::string record;
+    for (std::string_view const part :
+         {std::string_view(folder), std::string_view(name), std::string_view(extension),
+          std::string_view(side).substr(side.rfind('/') + 1), std::string_view(sideExtension)}) {
+        record += part;
+        record += kSeparator;
+    }
+    return record;
+}
+
+bool HVFinishedFile::Load(std::string const& record, std::string const& from) {
+    std::array<std::string*, 5> const parts = {&folder, &name, &extension, &side, &sideExtension};
+    std::size_t begin = 0;
+    for (auto* const part : parts) {
+        std::size_t const end = record.find(kSeparator, begin);
+        if (end == std::string::npos)
+            return false;
+        *part = record.substr(begin, end - begin);
+        begin = end + 1;
+    }
+    if (!side.empty())
+        side = IHVFileProvider::AppendPathComponent(from, side);
+    return !folder.empty() && !name.empty();
+}
+
+HVPlacement PutIntoFolder(HVFinishedFile const& file) {
+    if (file.folder.empty())
+        return NotPlaced(file, "", {EINVAL, "no folder is named"});
+    HVAtomicFile::RemoveLeftovers(file.folder);
+    std::string const stem = IHVFileProvider::AppendPathComponent(file.folder, file.name);
+    std::string const extension = LegalExtension(file.extension);
+    HVFileMove move(file.path);
+    for (int number = 0; number < kMaxNumber; ++number) {
+        std::string const numbered = Numbered(stem, number);
+        std::string const target = WithExtension(numbered, extension);
+        std::vector<std::string> paths = {target};
+        if (!file.side.empty())
+            paths.push_back(WithExtension(numbered, file.sideExtension));
+        HVReservedPaths names;
+        if (!names.Take(paths))
+            continue;
+        HVFileFailure const failure = move.To(target, false);
+        if (failure.error == EEXIST)
+            continue; // another process took the name since
+        HVPlacement placement;
+        if (failure.Happened())
+            placement = NotPlaced(file, target, failure);
+        else
+            placement.target = target;
+        if (!file.side.empty() && !placement.ended)
+            placement.side = PlaceSide(file, numbered);
+        return placement;
+    }
+    return NotPlaced(file, stem, {EEXIST, FileErrorReason(EEXIST)});
+}
+
+HVPlacement PlaceFinishedFile(HVFinishedFile const& file) {
+    HVMoveUnderWay const underWay;
+    KeepFinishedFile(file);
+    HVPlacement placement = PutIntoFolder(file);
+    if (placement.failure.empty())
+        ForgetKeptFile(file.path);
+    else if (!placement.ended)
+        IHVFileProvider::KeepTmpFile(file.path); // where the error says that it is: no later start moves it
+    return placement;
+}
+
+} // namespace Halvorn
