@@ -1,10 +1,11 @@
 #include "HVDownloadController.h"
 
 #include "HVDownloadControllers.h"
+#include "HVDownloadItem.h"
 #include "HVDownloadRun.h"
 #include "HVDownloadTaskDownload.h"
-#include "IHVDownloadItem.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Halvorn {
@@ -17,110 +18,177 @@ std::string HVDownloadController::GetDownloadOutputName() const {
 }
 
 void HVDownloadController::SetDownloadOutputName(std::string const& name) {
-    if (item_ != nullptr)
-        item_->SetFileName(name);
+    if (item_ == nullptr)
+        return;
+    item_->SetFileName(name);
+    // A name that is given here reaches the wait or the run that is under way as well.
+    if (auto const choice = Get(choice_))
+        choice->SetFileName(name);
+    if (auto const run = Get(run_))
+        run->Choice()->SetFileName(name);
 }
 
 std::string HVDownloadController::DownloadOutputPathFile() const {
+    {
+        std::lock_guard const lock(mutex_);
+        if (hasRun_)
+            return resultPath_;
+    }
     return item_ == nullptr ? std::string() : item_->GetDownloadFile();
 }
 
 void HVDownloadController::SetStateWillChangeFunc(
     std::function<void(HVDownloadState, HVDownloadState)> function) {
-    Set(stateWillChange_, std::move(function));
+    stateWillChange_.Set(std::move(function));
 }
 
 void HVDownloadController::ResetStateWillChangeFunc() {
-    Set(stateWillChange_, nullptr);
+    stateWillChange_.Set(nullptr);
 }
 
 void HVDownloadController::SetStateDidChangedFunc(std::function<void(HVDownloadState)> function) {
-    Set(stateDidChange_, std::move(function));
+    stateDidChange_.Set(std::move(function));
 }
 
 void HVDownloadController::ResetStateDidChangeFunc() {
-    Set(stateDidChange_, nullptr);
+    stateDidChange_.Set(nullptr);
 }
 
 void HVDownloadController::SetDownloadStartFunc(std::function<void()> function) {
-    Set(downloadStart_, std::move(function));
+    downloadStart_.Set(std::move(function));
 }
 
 void HVDownloadController::SetDownloadProgressFunc(std::function<void(float)> function) {
-    Set(downloadProgress_, std::move(function));
+    downloadProgress_.Set(std::move(function));
 }
 
 void HVDownloadController::SetDownloadCompleteFunc(
     std::function<void(std::shared_ptr<IHVError const>)> function) {
-    Set(downloadComplete_, std::move(function));
+    downloadComplete_.Set(std::move(function));
 }
+
+namespace {
+
+/// Compared by what they share: a pointer that was locked for it might be the queue's last one, and would
+/// destroy the queue under the controller's lock.
+bool Same(std::weak_ptr<HVDownloadControllers> const& a, std::weak_ptr<HVDownloadControllers> const& b) {
+    return !a.owner_before(b) && !b.owner_before(a);
+}
+
+} // namespace
 
 void HVDownloadController::SetOwner(HVDownloadControllers* owner) {
-    Set(owner_, owner == nullptr ? std::weak_ptr<HVDownloadControllers>() : owner->weak_from_this());
+    std::vector<std::weak_ptr<HVDownloadControllers>> owners;
+    if (owner != nullptr)
+        owners.push_back(owner->weak_from_this());
+    Set(owners_, std::move(owners));
 }
 
-/// Changes the state together with what `apply` changes: both under the lock, so that a state never stands
-/// beside another state's task. Without effect when `apply`, given the state that is to go, returns false.
-template <typename Apply>
-bool HVDownloadController::ChangeState(HVDownloadState next, Apply apply) {
-    HVDownloadState replaced = state_;
-    if (auto const function = Get(stateWillChange_); function && replaced != next)
-        function(replaced, next);
-    {
-        std::lock_guard const lock(mutex_);
-        replaced = state_;
-        if (!apply(replaced))
-            return false;
-        state_ = next;
-    }
-    if (auto const function = Get(stateDidChange_); function && replaced != next)
-        function(next);
-    return true;
+void HVDownloadController::AddOwner(HVDownloadControllers& owner) {
+    auto const added = owner.weak_from_this();
+    std::lock_guard const lock(mutex_);
+    if (std::none_of(owners_.begin(), owners_.end(), [&](auto const& one) { return Same(one, added); }))
+        owners_.push_back(added);
 }
 
-/// Makes `run` the latest; the one before, which `run` holds then, is stale from here on, and to be stopped:
-/// nobody could do so later. Under the lock.
-void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& run) {
-    task_.swap(run);
+std::shared_ptr<HVDownloadRun> HVDownloadController::RemoveOwner(HVDownloadControllers& owner) {
+    auto const removed = owner.weak_from_this();
+    std::lock_guard const lock(mutex_);
+    std::erase_if(owners_, [&](auto const& one) { return Same(one, removed); });
+    if (run_ == nullptr || runEnded_ || state_ != HVDownloadStateDownloading)
+        return nullptr;
+    run_->AlsoTell(removed);
+    return run_;
+}
+
+/// The item as it is chosen now. The application may choose another format or subtitle for another controller
+/// of the same item at any time from here on.
+std::shared_ptr<IHVDownloadItem> HVDownloadController::TakeChoice() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(item_.get());
+    return item == nullptr ? item_ : item->CopyForRun();
+}
+
+/// Makes `task`, which may be empty, the latest; `task` then holds the one before, which is stale from here
+/// on, and to be stopped: nobody could do so later. Under the lock.
+void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& task,
+                                      std::shared_ptr<HVDownloadRun> run) {
+    task_.swap(task);
+    run_ = std::move(run);
     runEnded_ = false;
     stopWanted_ = false;
     progressText_.clear();
-}
-
-std::shared_ptr<HVDownloadTask> HVDownloadController::NewTask() const {
-    return std::make_shared<HVDownloadTaskDownload>(item_, Get(outputPath_));
+    if (run_ != nullptr) {
+        hasRun_ = true;
+        ++runsUnderWay_;
+    }
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartDownload() {
-    auto const task = NewTask();
-    auto run = task;
-    // Before anything that takes time, so that the queue's count sees it at once.
-    ChangeState(HVDownloadStateDownloading, [&](HVDownloadState) {
-        InstallRun(run);
-        return true;
-    });
-    StopStale(run);
-    return StartRun(task);
+    auto result = StartIf([](HVDownloadState) { return true; }, TakeChoice());
+    return result != nullptr ? result
+                             : IHVError::MallocCancel("HVDownloadController", __LINE__, "StartDownload");
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartPending() {
+    auto choice = Get(choice_);
     if (state_ != HVDownloadStatePending)
         return nullptr;
-    auto const task = NewTask();
-    auto run = task;
-    bool const started = ChangeState(HVDownloadStateDownloading, [&](HVDownloadState state) {
-        if (state == HVDownloadStatePending)
-            InstallRun(run);
-        return state == HVDownloadStatePending;
-    });
-    if (!started)
+    return StartIf([](HVDownloadState state) { return state == HVDownloadStatePending; }, std::move(choice));
+}
+
+/// Empty when `wanted` says no, or a state function of the application has taken the start back.
+std::shared_ptr<IHVError const> HVDownloadController::StartIf(Decision const& wanted,
+                                                              std::shared_ptr<IHVDownloadItem> choice) {
+    auto const self = weak_from_this().lock(); // a function of the application may drop the last pointer
+    auto const run = std::make_shared<HVDownloadRun>(weak_from_this(), item_, choice);
+    auto const task = std::make_shared<HVDownloadTaskDownload>(std::move(choice), Get(outputPath_));
+    task->SetOwnDelegate(run);
+    std::shared_ptr<HVDownloadTask> former = task;
+    // Before anything that takes time, so that the queue's count sees it at once.
+    if (!ChangeState(HVDownloadStateDownloading, [&](HVDownloadState state) {
+            if (!wanted(state))
+                return false;
+            InstallRun(former, run);
+            return true;
+        }))
         return nullptr;
-    StopStale(run);
-    return StartRun(task);
+    if (former != nullptr)
+        former->StopTask();
+    TellChanges();
+    return DropUnbegun(*run) ? nullptr : StartRun(task);
+}
+
+/// Gives a run up whose task was not started yet, when the controller was reset or started anew meanwhile:
+/// there is nothing to end. A run that is to stop begins nevertheless, since its end is reported.
+bool HVDownloadController::DropUnbegun(HVDownloadRun& run) {
+    std::vector<std::shared_ptr<HVDownloadControllers>> owners;
+    {
+        std::lock_guard const lock(mutex_);
+        bool const current = run_.get() == &run;
+        if (current && (!stopWanted_ || state_ != HVDownloadStateIdle))
+            return false;
+        if (current)
+            runEnded_ = true;
+        owners = Owners();
+    }
+    // Its place is free: rows may have been made to wait for it.
+    for (auto const& owner : owners)
+        owner->DownloadCompleted(this);
+    run.Drop();
+    RunIsOver();
+    return true;
+}
+
+/// Under the lock; to be told, and destroyed, without it.
+std::vector<std::shared_ptr<HVDownloadControllers>> HVDownloadController::Owners() const {
+    std::vector<std::shared_ptr<HVDownloadControllers>> owners;
+    for (auto const& entry : owners_)
+        if (auto owner = entry.lock())
+            owners.push_back(std::move(owner));
+    return owners;
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<HVDownloadTask> const& task) {
-    task->SetOwnDelegate(std::make_shared<HVDownloadRun>(weak_from_this()));
     task->SetJSRuntimePath(Get(jsRuntimePath_));
     if (auto options = Get(options_))
         task->SetOptions(std::move(options));
@@ -129,55 +197,51 @@ std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<H
     // A stop that came before the start had nothing to stop.
     if (!RunIsWanted(task.get()))
         task->StopTask();
-    if (auto const function = Get(downloadStart_))
-        function();
-    // A short run may be over by now: its end stands.
+    Report([this] { downloadStart_.With([](auto const& function) { CallApplication(function); }); });
+    // A short run may be over by now, and another one waited for: that state stands.
     ChangeState(HVDownloadStateDownloading,
                 [&](HVDownloadState) { return task_ == task && !runEnded_ && !stopWanted_; });
+    TellChanges();
     return IHVError::MallocSucceed("HVDownloadController", __LINE__, "StartDownload");
 }
 
 void HVDownloadController::PendingDownload() {
-    std::shared_ptr<HVDownloadTask> former;
-    ChangeState(HVDownloadStatePending, [&](HVDownloadState state) {
-        // After a reset the old run may still be about to end: its end is no news of the run that is now
-        // waited for.
-        if (state == HVDownloadStateIdle)
-            InstallRun(former);
-        return true;
-    });
-    StopStale(former);
+    WaitIf([](HVDownloadState) { return true; });
 }
 
 void HVDownloadController::MakePending() {
-    auto const mayWait = [](HVDownloadState state) {
-        return state != HVDownloadStateDownloading && state != HVDownloadStateDone &&
-               state != HVDownloadStatePending;
-    };
-    if (!mayWait(state_))
-        return;
+    WaitIf([](HVDownloadState state) {
+        return state != HVDownloadStateDownloading && state != HVDownloadStateDone;
+    });
+}
+
+void HVDownloadController::WaitIf(Decision const& mayWait) {
+    // The choice counts as it is now: the start comes on a worker, while the application may choose anew.
+    auto choice = TakeChoice();
     std::shared_ptr<HVDownloadTask> former;
     ChangeState(HVDownloadStatePending, [&](HVDownloadState state) {
+        if (!mayWait(state))
+            return false;
+        // After a reset the old run may still be about to end: its end is no news of the run that is now
+        // waited for.
         if (state == HVDownloadStateIdle)
-            InstallRun(former);
-        return mayWait(state);
+            InstallRun(former, nullptr);
+        choice_.swap(choice);
+        return true;
     });
-    StopStale(former);
+    if (former != nullptr)
+        former->StopTask();
+    TellChanges();
 }
 
 bool HVDownloadController::IsCurrent(IHVDownloadTask const* task) const {
     std::lock_guard const lock(mutex_);
-    return task_.get() == task;
+    return task_.get() == task && !runEnded_;
 }
 
 bool HVDownloadController::RunIsWanted(IHVDownloadTask const* task) const {
     std::lock_guard const lock(mutex_);
     return task_.get() == task && !stopWanted_;
-}
-
-void HVDownloadController::StopStale(std::shared_ptr<HVDownloadTask> const& run) {
-    if (run != nullptr)
-        run->StopTask();
 }
 
 /// The latest run's task, to be stopped; empty when nothing runs. Under the lock.
@@ -201,26 +265,40 @@ void HVDownloadController::StopDownload() {
 }
 
 void HVDownloadController::ResetDownload() {
-    StopDownload();
     std::shared_ptr<HVDownloadTask> task;
     std::shared_ptr<IHVError const> former;
     ChangeState(HVDownloadStateIdle, [&](HVDownloadState) {
-        // In any state: the queue may have started it in the meantime, or somebody made a running one wait.
+        // In any state: a running one may have been made to wait.
         task = TakeRunToStop();
         lastError_.swap(former);
         return true;
     });
     if (task != nullptr)
         task->StopTask();
+    TellChanges();
+}
+
+void HVDownloadController::Cancel() {
+    std::shared_ptr<HVDownloadTask> task;
+    std::shared_ptr<IHVError const> former;
+    ChangeState(HVDownloadStateIdle, [&](HVDownloadState state) {
+        task = TakeRunToStop();
+        if (state == HVDownloadStatePending)
+            lastError_.swap(former);
+        return state == HVDownloadStatePending;
+    });
+    if (task != nullptr)
+        task->StopTask();
+    TellChanges();
 }
 
 void HVDownloadController::DownloadTaskStarted(std::string /*message*/, IHVDownloadTask const* task) {
     if (!IsCurrent(task))
         return;
-    if (auto const function = Get(downloadStart_))
-        function();
+    Report([this] { downloadStart_.With([](auto const& function) { CallApplication(function); }); });
     ChangeState(HVDownloadStateDownloading,
                 [&](HVDownloadState) { return task_.get() == task && !stopWanted_; });
+    TellChanges();
 }
 
 void HVDownloadController::DownloadTaskProgress(std::string message, float percent,
@@ -228,42 +306,44 @@ void HVDownloadController::DownloadTaskProgress(std::string message, float perce
     if (!IsCurrent(task))
         return;
     Set(progressText_, std::move(message));
-    if (auto const function = Get(downloadProgress_))
-        function(percent);
+    if (downloadProgress_.Filled())
+        Report([this, percent] {
+            downloadProgress_.With([&](auto const& function) { CallApplication(function, percent); });
+        });
 }
-
-void HVDownloadController::DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> /*playList*/,
-                                                   IHVDownloadTask const* /*task*/) {}
-
-void HVDownloadController::DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> /*item*/,
-                                                   IHVDownloadTask const* /*task*/) {}
 
 void HVDownloadController::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
                                                  IHVDownloadTask const* task) {
     bool const cancelled = error != nullptr && error->UserCancel();
     auto result = error;
-    std::shared_ptr<HVDownloadControllers> owner;
-    bool current = false;
-    {
-        std::lock_guard const lock(mutex_);
-        current = task_.get() == task;
-        owner = owner_.lock();
-        if (current)
-            runEnded_ = true;
-        if (current && !cancelled)
-            lastError_.swap(result);
-    }
+    std::vector<std::shared_ptr<HVDownloadControllers>> owners;
+    std::shared_ptr<HVDownloadRun> run;
     // Another thread may start a new run at this moment: its state stands.
-    if (current)
-        current = ChangeState(cancelled ? HVDownloadStateCancelled : HVDownloadStateDone,
-                              [&](HVDownloadState) { return task_.get() == task; });
+    bool const current =
+        ChangeState(cancelled ? HVDownloadStateCancelled : HVDownloadStateDone, [&](HVDownloadState) {
+            // In one go with the mark of the end: a queue that gives the row up later finds the run ended.
+            owners = Owners();
+            if (task_.get() != task)
+                return false;
+            runEnded_ = true;
+            run = run_;
+            if (run != nullptr && !run->Choice()->GetDownloadFile().empty())
+                resultPath_ = run->Choice()->GetDownloadFile();
+            if (!cancelled)
+                lastError_.swap(result);
+            return true;
+        });
+    TellChanges();
     // The next one has been started by the time that the application hears of the end of this one.
-    if (owner != nullptr)
+    for (auto const& owner : owners)
         owner->DownloadCompleted(this);
     if (!current)
         return;
-    if (auto const function = Get(downloadComplete_))
-        function(error);
+    if (run != nullptr)
+        run->End();
+    Report([this, error] {
+        downloadComplete_.With([&](auto const& function) { CallApplication(function, error); });
+    });
 }
 
 } // namespace Halvorn

@@ -3,18 +3,27 @@
 //
 // Thread-safety: the state may be read without the lock and changes under it, together with the run that it
 // speaks of; all else is guarded for the copy alone. No lock is held while a function of the application, the
-// queue or a task runs. A report of a run that was replaced by a new start
-// is dropped.
+// queue or a task runs. A report of a run that was replaced by a new start is dropped.
+//
+// A change of state is asked for, made and noted in one go under the lock, and told afterwards. So each
+// change that is told was made, and the changes are told in the order in which they were made: the thread
+// that finds nobody telling tells all that is noted, also what other threads add meanwhile, and those don't
+// wait.
 
+#include "HVCallback.h"
 #include "HVDownloadTask.h"
 #include "IHVDownloadController.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <mutex>
+#include <vector>
 
 namespace Halvorn {
 
 class HVDownloadControllers;
+class HVDownloadRun;
 
 class HVDownloadController final : public IHVDownloadController,
                                    public std::enable_shared_from_this<HVDownloadController> {
@@ -23,8 +32,8 @@ public:
 
     void DownloadTaskStarted(std::string message, IHVDownloadTask const* task) override;
     void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const* task) override;
-    void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList, IHVDownloadTask const* task) override;
-    void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item, IHVDownloadTask const* task) override;
+    void DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList>, IHVDownloadTask const*) override {}
+    void DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem>, IHVDownloadTask const*) override {}
     void DownloadTaskCompleted(std::shared_ptr<IHVError const> error, IHVDownloadTask const* task) override;
 
     std::shared_ptr<IHVDownloadItem const> DownloadItem() const override { return item_; }
@@ -44,7 +53,7 @@ public:
     bool GetChecked() const override { return checked_; }
     void SetChecked(bool checked) override { checked_ = checked; }
     std::shared_ptr<IHVError const> LastError() const override { return Get(lastError_); }
-    HVDownloadState State() const override { return state_; }
+    HVDownloadState State() const override;
     std::shared_ptr<IHVError const> StartDownload() override;
     void PendingDownload() override;
     void PauseDownload() override {}
@@ -63,16 +72,38 @@ public:
     void SetDownloadProgressFunc(std::function<void(float)> function) override;
     void SetDownloadCompleteFunc(std::function<void(std::shared_ptr<IHVError const>)> function) override;
 
-    /// Sets the queue that is told of the end of a run; null for none.
+    /// Sets the one queue that is told of the end of a run; null for none.
     void SetOwner(HVDownloadControllers* owner);
+    /// Has this queue told as well.
+    void AddOwner(HVDownloadControllers& owner);
+    /// Has this queue told no more; but of the end of a run that is under way, which is returned then: it
+    /// still takes a place.
+    std::shared_ptr<HVDownloadRun> RemoveOwner(HVDownloadControllers& owner);
     void SetLastError(std::shared_ptr<IHVError const> error) { Set(lastError_, std::move(error)); }
+    /// The state as it is, also inside a state function of the application.
+    HVDownloadState StateNow() const { return state_; }
     /// For the queue: as StartDownload, but only as long as the controller is still Pending; else empty.
     std::shared_ptr<IHVError const> StartPending();
     /// For the queue: as PendingDownload, but not for a controller that downloads or is done.
     void MakePending();
+    void Cancel();
     std::string ProgressTextNow() const { return Get(progressText_); }
+    /// See IHVDownloadController::WaitFinish; inside a function of the application, too.
+    int WaitUntilIdle(unsigned int milliseconds) const;
+    /// Whether WaitUntilIdle would wait.
+    bool Busy() const;
+    /// The last report of a run has been made.
+    void RunIsOver();
 
 private:
+    struct StateChange {
+        HVDownloadState from;
+        HVDownloadState to;
+    };
+    class SeenState;
+    /// Decides about a change under the lock, given the state that is to go, and makes what goes with it.
+    using Decision = std::function<bool(HVDownloadState)>;
+
     template <typename Value>
     Value Get(Value const& field) const {
         std::lock_guard const lock(mutex_);
@@ -84,13 +115,20 @@ private:
         std::lock_guard const lock(mutex_);
         std::swap(field, next); // what was there before goes after the lock
     }
-    template <typename Apply>
-    bool ChangeState(HVDownloadState next, Apply apply);
-    std::shared_ptr<HVDownloadTask> NewTask() const;
-    void InstallRun(std::shared_ptr<HVDownloadTask>& run);
+    bool ChangeState(HVDownloadState next, Decision const& decide);
+    void TellChanges();
+    void Tell(StateChange const& change) const;
+    void Report(std::function<void()> report) const;
+    bool IsIdle() const;
+
+    std::shared_ptr<IHVDownloadItem> TakeChoice() const;
+    std::shared_ptr<IHVError const> StartIf(Decision const& wanted, std::shared_ptr<IHVDownloadItem> choice);
+    void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
+    bool DropUnbegun(HVDownloadRun& run);
+    std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
+    void WaitIf(Decision const& mayWait);
     std::shared_ptr<HVDownloadTask> TakeRunToStop();
-    static void StopStale(std::shared_ptr<HVDownloadTask> const& run);
     bool IsCurrent(IHVDownloadTask const* task) const;
     bool RunIsWanted(IHVDownloadTask const* task) const;
 
@@ -99,23 +137,31 @@ private:
     std::atomic<bool> checked_ = true;
     std::atomic<bool> selected_ = false;
     std::atomic<double> doubleOpaque_ = 0.0;
+    HVCallbackSlot<std::function<void(HVDownloadState, HVDownloadState)>> stateWillChange_;
+    HVCallbackSlot<std::function<void(HVDownloadState)>> stateDidChange_;
+    HVCallbackSlot<std::function<void()>> downloadStart_;
+    HVCallbackSlot<std::function<void(float)>> downloadProgress_;
+    HVCallbackSlot<std::function<void(std::shared_ptr<IHVError const>)>> downloadComplete_;
 
-    mutable std::mutex mutex_; // guards what follows
-    std::weak_ptr<HVDownloadControllers> owner_;
-    std::shared_ptr<HVDownloadTask> task_; // of the latest start
-    bool runEnded_ = false;                // that task has completed
-    bool stopWanted_ = false;              // that task is to stop, whether it was started yet or not
+    mutable std::mutex mutex_;                // guards what follows
+    mutable std::condition_variable changed_; // what IsIdle looks at
+    std::vector<std::weak_ptr<HVDownloadControllers>> owners_;
+    std::shared_ptr<IHVDownloadItem> choice_; // of the latest start or wait
+    std::shared_ptr<HVDownloadTask> task_;    // of the latest start
+    std::shared_ptr<HVDownloadRun> run_;      // of that task
+    bool runEnded_ = false;                   // that task has completed
+    bool stopWanted_ = false;                 // that task is to stop, whether it was started yet or not
+    bool hasRun_ = false;                     // there was a start: resultPath_ counts
+    int runsUnderWay_ = 0;                    // also those that were replaced by a new start
+    std::deque<StateChange> untold_;
+    bool telling_ = false; // a thread tells the changes
+    std::string resultPath_;
     std::string outputPath_;
     std::string jsRuntimePath_;
     std::string progressText_;
     std::shared_ptr<IHVError const> lastError_;
     std::shared_ptr<void> opaque_;
     std::shared_ptr<IHVDownloadOptions> options_;
-    std::function<void(HVDownloadState, HVDownloadState)> stateWillChange_;
-    std::function<void(HVDownloadState)> stateDidChange_;
-    std::function<void()> downloadStart_;
-    std::function<void(float)> downloadProgress_;
-    std::function<void(std::shared_ptr<IHVError const>)> downloadComplete_;
 };
 
 } // namespace Halvorn

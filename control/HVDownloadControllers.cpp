@@ -1,5 +1,7 @@
 #include "HVDownloadControllers.h"
 
+#include "HVDownloadRun.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -7,16 +9,17 @@ namespace Halvorn {
 
 namespace {
 
-void SetOwner(IHVDownloadController* controller, HVDownloadControllers* owner) {
-    if (auto* const concrete = dynamic_cast<HVDownloadController*>(controller))
-        concrete->SetOwner(owner);
-}
-
 bool InRange(int index, std::size_t size) {
     return index >= 0 && static_cast<std::size_t>(index) < size;
 }
 
 } // namespace
+
+/// The state as it is. IHVDownloadController::State may tell an earlier one inside a function of the
+/// application, and a row that only looks Pending would be chosen and refused for ever.
+HVDownloadState HVDownloadControllers::Row::State() const {
+    return own == nullptr ? controller->State() : own->StateNow();
+}
 
 void HVDownloadControllers::SetConcurrentDownload(int count) {
     std::lock_guard const lock(mutex_);
@@ -42,31 +45,60 @@ void HVDownloadControllers::InsertController(std::shared_ptr<IHVDownloadControll
 
 void HVDownloadControllers::InsertController(Controllers controllers, int index) {
     std::erase(controllers, nullptr);
-    for (auto const& controller : controllers)
-        SetOwner(controller.get(), this);
+    std::vector<Row> rows;
+    for (auto& controller : controllers) {
+        auto* const own = dynamic_cast<HVDownloadController*>(controller.get());
+        rows.push_back({std::move(controller), own});
+    }
     std::lock_guard const lock(mutex_);
-    auto const at = std::clamp<std::ptrdiff_t>(index, 0, std::ssize(controllers_));
-    controllers_.insert(controllers_.begin() + at, controllers.begin(), controllers.end());
+    for (auto const& row : rows) {
+        if (row.own == nullptr)
+            continue;
+        row.own->AddOwner(*this);
+        // A run that comes back with its row is counted by the row.
+        auto const self = row.own->weak_from_this();
+        std::erase_if(removedRuns_, [&self](auto const& run) { return run->BelongsTo(self); });
+        if (auto const start = starts_.find(row.own); start != starts_.end())
+            start->second.removed = false;
+    }
+    auto const at = std::clamp<std::ptrdiff_t>(index, 0, std::ssize(rows_));
+    rows_.insert(rows_.begin() + at, rows.begin(), rows.end());
+}
+
+bool HVDownloadControllers::HasRow(IHVDownloadController const* controller) const {
+    return std::any_of(rows_.begin(), rows_.end(),
+                       [controller](auto const& row) { return row.controller.get() == controller; });
+}
+
+/// Under the lock. The caller holds the controller until after the lock.
+void HVDownloadControllers::RemoveRow(std::vector<Row>::iterator row) {
+    auto* const own = row->own;
+    rows_.erase(row);
+    if (own == nullptr || HasRow(own))
+        return;
+    if (auto run = own->RemoveOwner(*this))
+        KeepRun(std::move(run));
+    if (auto const start = starts_.find(own); start != starts_.end())
+        start->second.removed = true;
 }
 
 bool HVDownloadControllers::RemoveController(std::shared_ptr<IHVDownloadController> controller) {
-    SetOwner(controller.get(), nullptr);
     std::lock_guard const lock(mutex_);
-    auto const found = std::find(controllers_.begin(), controllers_.end(), controller);
-    if (controller == nullptr || found == controllers_.end())
+    auto const found = std::find_if(rows_.begin(), rows_.end(),
+                                    [&](auto const& row) { return row.controller == controller; });
+    if (found == rows_.end())
         return false;
-    controllers_.erase(found);
+    RemoveRow(found);
     return true;
 }
 
 bool HVDownloadControllers::RemoveController(int index) {
     std::shared_ptr<IHVDownloadController> removed; // goes after the lock
     std::lock_guard const lock(mutex_);
-    if (!InRange(index, controllers_.size()))
+    if (!InRange(index, rows_.size()))
         return false;
-    removed = controllers_[static_cast<std::size_t>(index)];
-    SetOwner(removed.get(), nullptr);
-    controllers_.erase(controllers_.begin() + index);
+    removed = rows_[static_cast<std::size_t>(index)].controller;
+    RemoveRow(rows_.begin() + index);
     return true;
 }
 
@@ -84,106 +116,24 @@ bool HVDownloadControllers::RemoveController(std::vector<int> indices) {
 
 int HVDownloadControllers::GetControllerCount() const {
     std::lock_guard const lock(mutex_);
-    return static_cast<int>(controllers_.size());
+    return static_cast<int>(rows_.size());
 }
 
 std::shared_ptr<IHVDownloadController> HVDownloadControllers::GetController(int index) {
     std::lock_guard const lock(mutex_);
-    return InRange(index, controllers_.size()) ? controllers_[static_cast<std::size_t>(index)] : nullptr;
+    return InRange(index, rows_.size()) ? rows_[static_cast<std::size_t>(index)].controller : nullptr;
 }
 
 std::shared_ptr<IHVDownloadController const> HVDownloadControllers::GetController(int index) const {
     std::lock_guard const lock(mutex_);
-    return InRange(index, controllers_.size()) ? controllers_[static_cast<std::size_t>(index)] : nullptr;
+    return InRange(index, rows_.size()) ? rows_[static_cast<std::size_t>(index)].controller : nullptr;
 }
 
 int HVDownloadControllers::IndexOfController(std::shared_ptr<IHVDownloadController> controller) {
     std::lock_guard const lock(mutex_);
-    auto const found = std::find(controllers_.begin(), controllers_.end(), controller);
-    return found == controllers_.end() ? -1 : static_cast<int>(found - controllers_.begin());
-}
-
-bool HVDownloadControllers::IsRunning(IHVDownloadController const& controller) const {
-    return controller.State() == HVDownloadStateDownloading || places_.contains(&controller);
-}
-
-int HVDownloadControllers::FreePlaces() const {
-    auto const running = std::count_if(controllers_.begin(), controllers_.end(),
-                                       [this](auto const& controller) { return IsRunning(*controller); });
-    return static_cast<int>(concurrentDownload_ - running);
-}
-
-HVDownloadControllers::Place HVDownloadControllers::TakePlace(IHVDownloadController& controller) {
-    std::lock_guard const lock(mutex_);
-    // Asked once more under the lock: another thread may have started it since.
-    if (IsRunning(controller) || controller.State() == HVDownloadStateDone)
-        return Place::NotWanted;
-    if (FreePlaces() <= 0)
-        return Place::NoneFree;
-    places_.insert(&controller);
-    return Place::Taken;
-}
-
-void HVDownloadControllers::GiveBackPlace(IHVDownloadController& controller) {
-    std::lock_guard const lock(mutex_);
-    places_.erase(&controller);
-}
-
-std::uint64_t HVDownloadControllers::Completions() const {
-    std::lock_guard const lock(mutex_);
-    return completions_;
-}
-
-void HVDownloadControllers::DownloadCompleted(HVDownloadController* /*controller*/) {
-    {
-        std::lock_guard const lock(mutex_);
-        ++completions_;
-    }
-    FillFreePlaces();
-}
-
-HVDownloadControllers::Controllers HVDownloadControllers::TakePlacesForPending(std::uint64_t& completions) {
-    Controllers chosen;
-    std::lock_guard const lock(mutex_);
-    completions = completions_;
-    // One look at each row, since there may be thousands: those that run, and the first that wait.
-    std::ptrdiff_t free = concurrentDownload_;
-    for (auto const& controller : controllers_) {
-        HVDownloadState const state = controller->State();
-        bool const held = !places_.empty() && places_.contains(controller.get());
-        if (state == HVDownloadStateDownloading || held)
-            --free;
-        else if (state == HVDownloadStatePending && std::ssize(chosen) < concurrentDownload_)
-            chosen.push_back(controller);
-    }
-    chosen.resize(std::min(chosen.size(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(free, 0))));
-    // A controller that stands in two rows is started once.
-    std::erase_if(chosen,
-                  [this](auto const& controller) { return !places_.insert(controller.get()).second; });
-    return chosen;
-}
-
-bool HVDownloadControllers::StartChosen(IHVDownloadController& controller) {
-    HeldPlace const place(this, controller);
-    if (auto* const concrete = dynamic_cast<HVDownloadController*>(&controller))
-        return concrete->StartPending() != nullptr;
-    controller.StartDownload();
-    return true;
-}
-
-void HVDownloadControllers::FillFreePlaces() {
-    std::uint64_t completions = 0;
-    bool refused = false;
-    do {
-        auto const chosen = TakePlacesForPending(completions);
-        if (chosen.empty())
-            return;
-        refused = false;
-        for (auto const& controller : chosen)
-            refused = !StartChosen(*controller) || refused;
-        // A row that was reset before its start leaves its place to the next one, and a run that ended
-        // meanwhile took our places for taken and found none free.
-    } while (refused || Completions() != completions);
+    auto const found = std::find_if(rows_.begin(), rows_.end(),
+                                    [&](auto const& row) { return row.controller == controller; });
+    return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
 } // namespace Halvorn

@@ -1,15 +1,22 @@
 #pragma once
 // The queue's list, and who gets a free place.
 //
+// A place is taken by each controller of the list that downloads, by each row that is about to be started,
+// and by each run whose row was removed while it ran. A controller that stands in several rows takes one.
+//
 // Thread-safety: the list and the places are guarded by one lock, which is never held while a controller
-// starts or the application's code runs. A place is taken under the lock before the start and given back
-// after it, so that downloads that end in the same instant never start one row twice nor more rows than there
-// are places.
+// starts or the application's code runs. Between the decision to start a row and its state Downloading the
+// lock has to be let go; so the place is taken under the lock before the start and given back after it, when
+// the state speaks for itself. That is why downloads that end in the same instant never start one row twice
+// nor more rows than there are places. A run that ends while others hold places may find none free: it is
+// counted, and who gives a place back looks again when the count has changed. Locks are taken in the order
+// queue, controller, run.
 
 #include "HVDownloadController.h"
 #include "IHVDownloadControllers.h"
 
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <set>
 
@@ -18,6 +25,10 @@ namespace Halvorn {
 class HVDownloadControllers final : public IHVDownloadControllers,
                                     public std::enable_shared_from_this<HVDownloadControllers> {
 public:
+    using IHVDownloadControllers::AddController;
+    using IHVDownloadControllers::InsertController;
+    using IHVDownloadControllers::RemoveController;
+
     void SetConcurrentDownload(int count) override;
     int GetConcurrentDownload() const override;
     void AddController(std::shared_ptr<IHVDownloadController> controller) override;
@@ -34,15 +45,14 @@ public:
     std::shared_ptr<IHVDownloadController const> GetController(int index) const override;
     int IndexOfController(std::shared_ptr<IHVDownloadController> controller) override;
 
-    /// Called by a controller when its run has ended: starts the Pending rows, lowest first, that there is
-    /// room for.
+    /// Called when a run has ended, by its controller or, with null, by the run itself: starts the Pending
+    /// rows, lowest first, that there is room for.
     void DownloadCompleted(HVDownloadController* controller);
 
-    enum class Place { Taken, NoneFree, NotWanted };
+    enum class Place { Taken, NoneFree, NotWanted, NoRow };
     /// Takes a place for an explicit start of this row, if the row may start and a place is free.
     Place TakePlace(IHVDownloadController& controller);
-    /// Gives a taken place back, since from the start on the row's state counts; also when a function of the
-    /// application throws out of the start. The queue may be null.
+    /// Gives a taken place back, since from the start on the row's state counts. The queue may be null.
     class HeldPlace {
     public:
         HeldPlace(HVDownloadControllers* queue, IHVDownloadController& controller)
@@ -58,22 +68,37 @@ public:
         HVDownloadControllers* const queue_;
         IHVDownloadController& controller_;
     };
+    int CountFreePlaces() const;
     /// How many runs have ended so far.
     std::uint64_t Completions() const;
     void FillFreePlaces();
+    /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
+    int WaitUntilIdle(unsigned int milliseconds) const;
 
 private:
     using Controllers = std::vector<std::shared_ptr<IHVDownloadController>>;
-    bool IsRunning(IHVDownloadController const& controller) const;
-    int FreePlaces() const;
+    struct Row {
+        std::shared_ptr<IHVDownloadController> controller;
+        HVDownloadController* own; ///< the same, null for an implementation that is not the library's
+        HVDownloadState State() const;
+    };
+    struct HeldStart {
+        bool removed = false; ///< the row was removed while it was being started
+    };
+    bool HasRow(IHVDownloadController const* controller) const;
+    void RemoveRow(std::vector<Row>::iterator row);
+    void KeepRun(std::shared_ptr<HVDownloadRun> run);
+    std::set<IHVDownloadController const*> TakenPlaces() const;
+    int FreePlaces(std::size_t taken) const;
     void GiveBackPlace(IHVDownloadController& controller);
     bool StartChosen(IHVDownloadController& controller);
     Controllers TakePlacesForPending(std::uint64_t& completions);
 
     mutable std::mutex mutex_; // guards what follows
     int concurrentDownload_ = 6;
-    Controllers controllers_;
-    std::set<IHVDownloadController const*> places_; // taken for rows that are about to start
+    std::vector<Row> rows_;
+    std::map<IHVDownloadController const*, HeldStart> starts_; // rows that hold a place to be started
+    std::vector<std::shared_ptr<HVDownloadRun>> removedRuns_;  // runs whose row was removed while they ran
     std::uint64_t completions_ = 0;
 };
 

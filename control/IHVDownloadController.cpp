@@ -17,6 +17,21 @@ std::string IHVDownloadController::ProgressText() const {
     return controller == nullptr ? std::string() : controller->ProgressTextNow();
 }
 
+void IHVDownloadController::CancelDownload() {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->Cancel();
+    else if (State() == HVDownloadStatePending)
+        ResetDownload();
+    else
+        StopDownload();
+}
+
+int IHVDownloadController::WaitFinish(unsigned int milliseconds) const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr || InsideApplicationCall() ? HVErrFailure
+                                                            : controller->WaitUntilIdle(milliseconds);
+}
+
 bool IHVDownloadController::DownloadWasStarted() const {
     return State() == HVDownloadStateDownloading;
 }

@@ -27,11 +27,21 @@ std::vector<int> RowsInState(IHVDownloadControllers const& queue, HVDownloadStat
     return RowsWith(queue, [state](auto const& controller) { return controller.State() == state; });
 }
 
+/// The rows' controllers, taken before anything is done with one: a function of the application may remove
+/// rows, and the indices are those of the moment of the call.
+std::vector<std::shared_ptr<IHVDownloadController>> ControllersOf(IHVDownloadControllers& queue,
+                                                                  std::vector<int> const& indices) {
+    std::vector<std::shared_ptr<IHVDownloadController>> controllers;
+    for (int const index : indices)
+        if (auto controller = queue.GetController(index))
+            controllers.push_back(std::move(controller));
+    return controllers;
+}
+
 template <typename Call>
 void ForRows(IHVDownloadControllers& queue, std::vector<int> const& indices, Call call) {
-    for (int const index : indices)
-        if (auto const controller = queue.GetController(index))
-            call(*controller);
+    for (auto const& controller : ControllersOf(queue, indices))
+        call(*controller);
 }
 
 bool MayStart(IHVDownloadController const& controller) {
@@ -95,19 +105,41 @@ std::vector<int> IHVDownloadControllers::AllControllers() const {
     return RowsWith(*this, [](auto const&) { return true; });
 }
 
+void IHVDownloadControllers::AddController(
+    std::initializer_list<std::shared_ptr<IHVDownloadController>> controllers) {
+    AddController(std::vector(controllers));
+}
+
+void IHVDownloadControllers::InsertController(
+    std::initializer_list<std::shared_ptr<IHVDownloadController>> controllers, int index) {
+    InsertController(std::vector(controllers), index);
+}
+
+bool IHVDownloadControllers::RemoveController(std::initializer_list<int> indices) {
+    return RemoveController(std::vector(indices));
+}
+
 std::vector<std::shared_ptr<IHVError const>> IHVDownloadControllers::StartDownload(std::vector<int> indices) {
+    return StartRows(indices.empty() ? AllControllers() : indices);
+}
+
+std::vector<std::shared_ptr<IHVError const>> IHVDownloadControllers::StartAll() {
+    return StartRows(AllControllers());
+}
+
+std::vector<std::shared_ptr<IHVError const>>
+IHVDownloadControllers::StartRows(std::vector<int> const& indices) {
     using Place = HVDownloadControllers::Place;
     auto* const queue = dynamic_cast<HVDownloadControllers*>(this);
     auto const completions = queue == nullptr ? 0 : queue->Completions();
     bool placeWasHeld = false;
-    if (indices.empty())
-        indices = AllControllers();
     // Wide, since any number may be the limit.
-    long long free = static_cast<long long>(GetConcurrentDownload()) - CountOfDownloadingControllers();
+    long long free = queue != nullptr
+                         ? queue->CountFreePlaces()
+                         : static_cast<long long>(GetConcurrentDownload()) - CountOfDownloadingControllers();
     std::vector<std::shared_ptr<IHVError const>> results;
-    for (int const index : indices) {
-        auto const controller = GetController(index);
-        if (controller == nullptr || !MayStart(*controller))
+    for (auto const& controller : ControllersOf(*this, indices)) {
+        if (!MayStart(*controller))
             continue;
         switch (TakePlace(queue, *controller, free)) {
         case Place::Taken: {
@@ -123,6 +155,8 @@ std::vector<std::shared_ptr<IHVError const>> IHVDownloadControllers::StartDownlo
             // Another thread is about to start it, or gives it up because of a stop that came before us.
             MakePending(*controller);
             placeWasHeld = true;
+            break;
+        case Place::NoRow:
             break;
         }
     }
@@ -142,17 +176,27 @@ void IHVDownloadControllers::PauseDownload(std::vector<int> indices) {
 }
 
 void IHVDownloadControllers::StopDownload(std::vector<int> indices) {
-    if (indices.empty())
-        indices = AllControllers();
+    StopRows(indices.empty() ? AllControllers() : indices);
+}
+
+void IHVDownloadControllers::StopAll() {
+    StopRows(AllControllers());
+}
+
+void IHVDownloadControllers::StopRows(std::vector<int> const& indices) {
+    auto const controllers = ControllersOf(*this, indices);
     // First the Pending ones, so that a stopping download can't hand its place to one of the same batch.
-    ForRows(*this, indices, [](auto& controller) {
-        if (controller.State() == HVDownloadStatePending)
-            controller.ResetDownload();
-    });
-    ForRows(*this, indices, [](auto& controller) {
-        if (controller.State() == HVDownloadStateDownloading)
-            controller.StopDownload();
-    });
+    for (auto const& controller : controllers)
+        if (controller->State() == HVDownloadStatePending)
+            controller->ResetDownload();
+    for (auto const& controller : controllers)
+        if (controller->State() == HVDownloadStateDownloading)
+            controller->StopDownload();
+}
+
+int IHVDownloadControllers::WaitFinish(unsigned int milliseconds) const {
+    auto const* const queue = dynamic_cast<HVDownloadControllers const*>(this);
+    return queue == nullptr || InsideApplicationCall() ? HVErrFailure : queue->WaitUntilIdle(milliseconds);
 }
 
 bool IHVDownloadControllers::ExistController(std::shared_ptr<IHVDownloadController const> controller) const {

@@ -1,5 +1,6 @@
 #include "HVDownloadItem.h"
 
+#include "HVDownloadSubtitle.h"
 #include "HVJsonObjectPlayItem.h"
 #include "HVModelList.h"
 #include "IHVLogConfig.h"
@@ -129,6 +130,28 @@ void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int inde
     entryIndex_ = index;
     // Kept as a copy: an item outlives its playlist.
     playlistURL_ = playList->GetPlaylistURL();
+}
+
+std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
+    auto copy = std::make_shared<HVDownloadItem>(formats_, downloadURL_);
+    copy->currentFormatIndex_ = currentFormatIndex_;
+    copy->currentSubtitleIndex_ = currentSubtitleIndex_;
+    copy->subtitles_ = subtitles_;
+    // The chosen file format is kept in the subtitle itself.
+    for (auto& subtitle : copy->subtitles_)
+        if (auto const* const own = dynamic_cast<HVDownloadSubtitle const*>(subtitle.get()))
+            subtitle = std::make_shared<HVDownloadSubtitle>(*own);
+    copy->fileName_.Set(GetFileName());
+    copy->durationText_ = durationText_;
+    copy->durationString_ = durationString_;
+    copy->durationSeconds_ = durationSeconds_;
+    copy->thumbnail_ = thumbnail_;
+    copy->liveStream_ = liveStream_;
+    copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;
+    copy->entryIndex_ = entryIndex_;
+    copy->playlistURL_ = playlistURL_;
+    copy->playList_ = playList_;
+    return copy;
 }
 
 std::string HVDownloadItem::FormatSeconds(int seconds) {

@@ -50,6 +50,10 @@ public:
     std::shared_ptr<IHVPlayList> GetPlayList() const override { return playList_.lock(); }
     std::string GetPlaylistURL() const override { return playlistURL_; }
 
+    /// A copy that later choices on this item don't reach: what a download is made from. The formats are
+    /// shared, since nobody changes them, and nothing was downloaded to it yet.
+    std::shared_ptr<HVDownloadItem> CopyForRun() const;
+
     /// "hh:mm:ss", with more digits of hours where needed.
     static std::string FormatSeconds(int seconds);
 

@@ -3,10 +3,16 @@
 /// The application's handle on the download of one item: its state, its result, and its callbacks.
 /// Controllers live in a queue (IHVDownloadControllers), which decides when each one starts.
 ///
-/// Thread-safety: every operation may be called from any thread; no lock is held while a callback runs, so a
-/// callback may call back into the controller and the queue. A function is
-/// copied for each call: what it is to remember has to be shared. Callbacks run on the thread that causes
-/// them: the caller's, the task's worker, or, for progress, the thread that delivers the tool's output.
+/// Thread-safety: every operation may be called from any thread. No lock is held while a function of the
+/// application runs, so it may call back into the controller and the queue. The functions are called on the
+/// thread that causes the report: the caller's, the task's worker, or, for progress, the thread that delivers
+/// the tool's output; with an IHVCallbackDispatcher, where that brings them. Two of them may be called at the
+/// same time. What one throws is logged and changes nothing.
+///
+/// A setter of a function returns when the former function is not called any more and no call of it is under
+/// way on another thread: so hold no lock that the function takes. Inside a function of the application it
+/// does not wait.
+///
 /// Ownership: shared pointers; the queue holds its controllers. When the last pointer to a controller goes
 /// while its download runs, the download goes on and nobody is told.
 
@@ -50,11 +56,13 @@ public:
     virtual void SetDownloadOutputPath(std::string const& path) = 0;
     ///@}
     ///@{
-    /// The item's proposed file name, without extension; shared by all controllers of the item.
+    /// The item's proposed file name, without extension; shared by all controllers of the item. Set here it
+    /// also counts for this controller's wait or run that is under way, and not for those of others.
     virtual std::string GetDownloadOutputName() const = 0;
     virtual void SetDownloadOutputName(std::string const& name) = 0;
     ///@}
-    /// Full path of the finished file; empty until a download has succeeded.
+    /// Full path of the file that this controller's last successful run made; empty until there is one.
+    /// Before the first start it is the item's IHVDownloadItem::GetDownloadFile.
     virtual std::string DownloadOutputPathFile() const = 0;
     ///@{
     /// Handed to every new task when set; shared, not copied.
@@ -78,17 +86,19 @@ public:
     /// The state at this moment.
     virtual HVDownloadState State() const = 0;
 
-    /// Starts a new run at once, whatever the state. The failure of a start is returned and kept in
-    /// LastError().
+    /// Starts a new run at once, whatever the state and the queue's limit. The run downloads what the item
+    /// says at this moment: its chosen format, subtitle and name. A later choice is one for the next start,
+    /// also of another controller of the same item. A failure is the run's end.
     virtual std::shared_ptr<IHVError const> StartDownload() = 0;
-    /// Makes the controller wait for a free place.
+    /// Makes the controller wait for a free place. The run will download what the item says at this moment.
     virtual void PendingDownload() = 0;
     ///@{
     /// No effect: a pause does not exist.
     virtual void PauseDownload() = 0;
     virtual void ResumeDownload() = 0;
     ///@}
-    /// Asks a running download to end and returns at once; the state changes when it has.
+    /// Asks a running download to end and returns at once; the state changes when it has. It does nothing for
+    /// a controller that is Pending, which starts all the same when its turn comes: see CancelDownload.
     virtual void StopDownload() = 0;
     /// Asks a running download to end, and makes the state Idle and the last error empty at once. The end of
     /// the run comes later and moves the state on, unless a new run has been started by then.
@@ -103,22 +113,36 @@ public:
     ///@}
 
     ///@{
-    /// Called before a change of state, with the old and the new one. Reset takes the function away.
+    /// Called for each change of state, with the old and the new one, before SetStateDidChangedFunc's
+    /// function; State() is the old one in it. Changes are told one by one in the order in which they are
+    /// made; one that is made while a thread tells another is told by that thread. Reset takes the function
+    /// away.
     virtual void SetStateWillChangeFunc(std::function<void(HVDownloadState, HVDownloadState)> function) = 0;
     virtual void ResetStateWillChangeFunc() = 0;
     ///@}
     ///@{
-    /// Called after a change of state, with the new one. Reset takes the function away.
+    /// Called for each change of state, with the new one, which State() is in it. Reset takes the function
+    /// away; the two names differ ("DidChanged", "DidChange"), and stay so for programs that use them.
     virtual void SetStateDidChangedFunc(std::function<void(HVDownloadState)> function) = 0;
     virtual void ResetStateDidChangeFunc() = 0;
     ///@}
-    /// Called twice for each successful start, on the caller's thread and on the worker's, in no fixed order.
+    /// Called twice for each start, on the caller's thread and on the worker's, in no fixed order.
     virtual void SetDownloadStartFunc(std::function<void()> function) = 0;
     /// Gets the percentage, 0 to 100, which never falls within a run.
     virtual void SetDownloadProgressFunc(std::function<void(float)> function) = 0;
     /// Called once at the end of each run with its result, after the queue has started the next one and after
     /// the file stands in its place. A run that was replaced by a new start is not reported.
     virtual void SetDownloadCompleteFunc(std::function<void(std::shared_ptr<IHVError const>)> function) = 0;
+
+    /// Cancels whatever is to come, and returns at once: a controller that is Pending becomes Idle, and hears
+    /// no end; a running download is asked to end, as by StopDownload. Nothing happens in other states.
+    void CancelDownload();
+    /// Blocks for at most so many milliseconds until nothing of this controller is under way: it neither
+    /// waits nor runs, its complete function has returned, and all changes of state are told. HVErrSuccess
+    /// then, HVErrTimeout when the time ran out, HVErrFailure inside a function of the application, where a
+    /// wait might never end. A run that was replaced or reset counts, too. With an IHVCallbackDispatcher
+    /// reports may still wait in it.
+    int WaitFinish(unsigned int milliseconds) const;
 
     /// What the tool said of speed and remaining time with the latest progress of this run, such as
     /// "1.00MiB/s ETA 00:06"; may be empty.

@@ -5,11 +5,13 @@
 ///
 /// Thread-safety: every operation may be called from any thread, also out of a controller's callback; no lock
 /// is held while the application's code runs. Indices are those of the moment of the call. Ownership: shared
-/// pointers; the queue holds its controllers and is to outlive their running downloads. A controller belongs
-/// to one queue at a time. Indices out of range are passed over.
+/// pointers; the queue holds its controllers. When the last pointer to a queue goes, its running downloads go
+/// on and no row is started any more. A controller belongs to one queue at a time. Indices out of range are
+/// passed over.
 
 #include "IHVDownloadController.h"
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -26,9 +28,11 @@ public:
     virtual int GetConcurrentDownload() const = 0;
     ///@}
     ///@{
-    /// Appends, and starts nothing. Empty pointers are left out.
+    /// Appends, and starts nothing. Empty pointers are left out. A controller that is added twice stands in
+    /// two rows and takes one place.
     virtual void AddController(std::shared_ptr<IHVDownloadController> controller) = 0;
     virtual void AddController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
+    void AddController(std::initializer_list<std::shared_ptr<IHVDownloadController>> controllers);
     ///@}
     ///@{
     /// Inserts in front of the row `index`, and starts nothing; an index outside the list means its nearer
@@ -36,16 +40,21 @@ public:
     virtual void InsertController(std::shared_ptr<IHVDownloadController> controller, int index) = 0;
     virtual void InsertController(std::vector<std::shared_ptr<IHVDownloadController>> controllers,
                                   int index) = 0;
+    void InsertController(std::initializer_list<std::shared_ptr<IHVDownloadController>> controllers,
+                          int index);
     ///@}
     ///@{
-    /// Takes rows out of the list. A running download goes on, and its end starts no other row. False when
-    /// the one row is not in the list.
+    /// Takes rows out of the list. A running download goes on and keeps its place until it ends; then the
+    /// next Pending row starts. False, and nothing else, when the one row is not in the list.
     virtual bool RemoveController(std::shared_ptr<IHVDownloadController> controller) = 0;
     virtual bool RemoveController(int index) = 0;
     virtual bool RemoveController(std::vector<std::shared_ptr<IHVDownloadController>> controllers) = 0;
     ///@}
+    ///@{
     /// Removes one after the other: each removal shifts the rows behind it. Pass indices from high to low.
     virtual bool RemoveController(std::vector<int> indices) = 0;
+    bool RemoveController(std::initializer_list<int> indices);
+    ///@}
     /// Number of rows.
     virtual int GetControllerCount() const = 0;
     ///@{
@@ -71,15 +80,30 @@ public:
     /// All rows, ascending.
     std::vector<int> AllControllers() const;
 
-    /// Starts the rows, in the order given, as places are free, and makes the others Pending; an empty vector
-    /// means all. Rows that are Done, not checked, or downloading are passed over. One result for each row
-    /// really started.
+    ///@{
+    /// Starts rows, in the order given, as places are free, and makes the others Pending. Rows that are Done,
+    /// not checked, or downloading are passed over. One result for each row really started. StartRows takes
+    /// exactly the given rows. \warning For StartDownload an empty vector means all rows:
+    /// `StartDownload(GetSelected())` starts every row when none is selected.
     std::vector<std::shared_ptr<IHVError const>> StartDownload(std::vector<int> indices);
+    std::vector<std::shared_ptr<IHVError const>> StartAll();
+    std::vector<std::shared_ptr<IHVError const>> StartRows(std::vector<int> const& indices);
+    ///@}
     /// No effect: a pause does not exist.
     void PauseDownload(std::vector<int> indices);
-    /// Makes the Pending ones of the rows Idle, then asks the downloading ones to end; an empty vector means
-    /// all.
+    ///@{
+    /// Makes the Pending ones of the rows Idle, then asks the downloading ones to end. StopRows takes exactly
+    /// the given rows. \warning For StopDownload an empty vector means all rows:
+    /// `StopDownload(GetSelected())` stops every row when none is selected.
     void StopDownload(std::vector<int> indices);
+    void StopAll();
+    void StopRows(std::vector<int> const& indices);
+    ///@}
+    /// Blocks for at most so many milliseconds until nothing is under way: IHVDownloadController::WaitFinish
+    /// of all rows, and of runs whose row was removed. So it waits for rows that are Pending, too.
+    /// HVErrSuccess then, HVErrTimeout when the time ran out, HVErrFailure inside a function of the
+    /// application. At the end of a program call StopAll first.
+    int WaitFinish(unsigned int milliseconds) const;
 
     /// Whether the controller is in the list.
     bool ExistController(std::shared_ptr<IHVDownloadController const> controller) const;

@@ -2,6 +2,7 @@
 
 #include "HVDownloadController.h"
 #include "HVDownloadControllers.h"
+#include "IHVCallbackDispatcher.h"
 #include "Text.h"
 
 #include <array>
@@ -30,6 +31,7 @@ protected:
             [this](float percent) { Keep(std::to_string(static_cast<int>(percent)) + "%"); });
         controller->SetDownloadCompleteFunc([this, raw](std::shared_ptr<IHVError const> error) {
             Keep(error->GetErrorTitle());
+            EXPECT_EQ(raw->WaitFinish(HVInfiniteTimeOut), HVErrFailure);
             if (onComplete)
                 onComplete(*raw);
             ++ends_;
@@ -49,6 +51,8 @@ protected:
             {"start", [&] { return controller.StartDownload()->Succeed(); }},
             {"pending", [&] { return controller.PendingDownload(), true; }},
             {"stop", [&] { return controller.StopDownload(), true; }},
+            {"cancel", [&] { return controller.CancelDownload(), true; }},
+            {"wait", [&] { return controller.WaitFinish(1) == HVErrTimeout; }},
             {"reset", [&] { return controller.ResetDownload(), true; }},
             {"pause", [&] { return controller.PauseDownload(), controller.ResumeDownload(), true; }},
             {"up", [&] { return AwaitFile("up") && std::filesystem::remove(Path("up")); }},
@@ -82,6 +86,8 @@ TEST_F(Controller, GoesThroughItsStates) {
              {"exit 1", "stop pause", "|1|"},
              {"exit 1", "pending pending stop", "1>2|2|"},
              {"exit 1", "pending start end", "1>2 2>3 3>5 Error|5|Error"},
+             {"exit 1", "cancel pending cancel start end cancel", "1>2 2>1 1>3 3>5 Error|5|Error"},
+             {hang, "start up wait cancel end", "1>3 3>6 Cancel|6|"},
              {hang, "start up stop end", "1>3 3>6 Cancel|6|"},
              {hang, "start up stop end reset", "1>3 3>6 Cancel 6>1|1|"},
              {"touch up;wait go;progress 10", "start up pause go end", "1>3 10% 3>5 Error|5|Error"},
@@ -119,20 +125,21 @@ TEST_F(Controller, KeepsTheLastErrorWhenItIsStoppedAtItsStart) {
 }
 
 TEST_F(Controller, ObeysOutOfItsOwnFunctions) {
-    // Stopped or reset in the very moment in which the queue starts it.
-    for (bool const reset : {false, true}) {
-        bool once = false;
-        onState = [&](HVDownloadController& self, HVDownloadState state) {
-            if (state == HVDownloadStateDownloading && !std::exchange(once, true))
+    // Stopped or reset in the very moment in which the queue starts it: a stop is an end, a reset takes the
+    // start back.
+    for (auto const& [reset, events] : {std::pair(false, "1>2 2>3 3>6 Cancel"), {true, "1>2 2>3 3>1"}}) {
+        onState = [&reset = reset](HVDownloadController& self, HVDownloadState state) {
+            if (state == HVDownloadStateDownloading)
                 reset ? self.ResetDownload() : self.StopDownload();
         };
         auto const controller = New("hang");
         controller->PendingDownload();
-        EXPECT_NE(controller->StartPending(), nullptr);
-        Do(*controller, "end");
-        EXPECT_EQ(controller->State(), HVDownloadStateCancelled);
+        EXPECT_EQ(controller->StartPending() == nullptr, reset);
+        EXPECT_EQ(controller->WaitFinish(30'000), HVErrSuccess);
+        EXPECT_EQ(TakeEvents(), events);
         EXPECT_EQ(controller->StartPending(), nullptr);
     }
+    awaited_ = ends_;
     onState = nullptr;
     // Restarted out of the complete function until it is let through.
     int restarts = 0;
@@ -152,7 +159,81 @@ TEST_F(Controller, ObeysOutOfItsOwnFunctions) {
     EXPECT_TRUE(Eventually([&] { return controller->State() == HVDownloadStateDone; }));
     EXPECT_EQ(restarts, 2);
     EXPECT_TRUE(controller->DownloadSucceed());
-    EXPECT_TRUE(Eventually([&] { return ends_ == 5; }));
+    EXPECT_TRUE(Eventually([&] { return ends_ == awaited_ + 3; }));
+}
+
+TEST_F(Controller, TellsTheChangesThatAreMadeAndNoOthers) {
+    // Over before its start function has returned.
+    auto controller = New("exit 1");
+    auto* const raw = controller.get();
+    controller->SetDownloadStartFunc([raw, caller = std::this_thread::get_id()] {
+        EXPECT_TRUE(std::this_thread::get_id() != caller ||
+                    Eventually([raw] { return raw->DownloadWasDone(); }));
+    });
+    controller->StartDownload();
+    EXPECT_EQ(controller->WaitFinish(30'000), HVErrSuccess);
+    EXPECT_EQ(TakeEvents(), "1>3 3>5 Error");
+    // Changed in the middle of being told: the function sees its own change, and hears of it afterwards.
+    std::string told;
+    controller->SetStateWillChangeFunc([&](HVDownloadState from, HVDownloadState to) {
+        told += Text(from, to, raw->State()) + " ";
+        if (to == HVDownloadStatePending) {
+            raw->ResetDownload();
+            EXPECT_EQ(raw->State(), HVDownloadStateIdle);
+        }
+    });
+    controller->SetStateDidChangedFunc(
+        [&](HVDownloadState state) { told += Text(state, raw->State()) + " "; });
+    controller->PendingDownload();
+    EXPECT_EQ(told, "5|2|5 2|2 2|1|2 1|1 ");
+}
+
+TEST_F(Controller, TakesTheChoiceWhenItIsAskedToStart) {
+    auto const item = Item("scripted:write . 1", "A");
+    auto const other = std::make_shared<HVDownloadFormat>();
+    EXPECT_TRUE(other->LoadFromJsonObject(std::make_shared<HVJsonObjectFormat>(IHVJsonReader::ReadJsonString(
+        R"({"format_id":"22","ext":"webm","vcodec":"h264","acodec":"aac"})", nullptr))));
+    item->AddDownloadFormat(other);
+    auto const queue = IHVDownloadControllers::MallocDownloadControllers();
+    queue->SetConcurrentDownload(1);
+    for (int row = 0; row < 2; ++row) {
+        queue->AddController(IHVDownloadController::MallocDownloadController(item, out_));
+        item->SetCurrentFormatIndex(row);
+        item->SetFileName("name " + std::to_string(row));
+        queue->StartRows({row});
+    }
+    item->SetCurrentFormatIndex(0);
+    queue->GetController(1)->SetDownloadOutputName("given");
+    EXPECT_EQ(queue->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(FilesIn(out_), (std::set<std::string>{"given.webm", "name 0.mp4"}));
+    EXPECT_EQ(queue->GetController(0)->DownloadOutputPathFile(), out_ + "/name 0.mp4");
+    EXPECT_EQ(queue->GetController(1)->DownloadOutputPathFile(), out_ + "/given.webm");
+    EXPECT_EQ(queue->GetController(1)->DownloadItem(), item);
+    EXPECT_THAT(Starts(), testing::ElementsAre(testing::HasSubstr(" 18 "), testing::HasSubstr(" 22 ")));
+}
+
+TEST_F(Controller, ReportsByWayOfTheDispatcher) {
+    std::mutex mutex;
+    std::vector<std::function<void()>> works;
+    IHVCallbackDispatcher::SetDispatcher([&](std::function<void()> work) {
+        std::lock_guard const lock(mutex);
+        works.push_back(std::move(work));
+    });
+    auto controller = New("progress 50;exit 1");
+    controller->StartDownload();
+    EXPECT_EQ(controller->WaitFinish(30'000), HVErrSuccess);
+    controller->StartDownload();
+    EXPECT_EQ(controller->WaitFinish(30'000), HVErrSuccess);
+    EXPECT_EQ(TakeEvents(), "");
+    IHVCallbackDispatcher::SetDispatcher({});
+    EXPECT_TRUE(Eventually([&] { return controller.use_count() == 1; })); // the worker has let go of it
+    // The first run's two starts, progress, end and changes come in their order; what is left when the
+    // controller goes is dropped.
+    onComplete = [&](HVDownloadController&) { controller = nullptr; };
+    for (auto const& work : works)
+        work();
+    EXPECT_EQ(TakeEvents(), "1>3 50% 3>5 Error");
+    EXPECT_EQ(starts_, 2);
 }
 
 TEST_F(Controller, MayBeDroppedWhileItRuns) {

@@ -6,6 +6,7 @@
 
 #include <limits>
 #include <random>
+#include <stdexcept>
 
 using namespace Halvorn;
 using Rows = std::vector<int>;
@@ -98,7 +99,7 @@ TEST_F(Queue, StartsTheNextOneBeforeItTellsOfAnEnd) {
     auto const refused = Add("exit 1");
     auto const last = Add("exit 1");
     queue_->SetConcurrentDownload(1);
-    // Reset in the moment in which it gets the place: the place goes to the next one.
+    // Reset in the moment in which it gets the place: the place goes to the next one at once.
     std::atomic<bool> once = false;
     refused->SetStateWillChangeFunc([&](HVDownloadState, HVDownloadState to) {
         if (to == HVDownloadStateDownloading && !once.exchange(true))
@@ -245,19 +246,128 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
     }));
 }
 
+/// Set on the thread that told of the first row's end; a later worker may get the thread id of an earlier
+/// one.
+thread_local bool tFirstWorker = false;
+
 TEST_F(Queue, LooksAgainForARunThatEndsWhileItIsBeingStarted) {
     auto const first = Add("exit 1");
     auto const second = Add("exit 1");
     auto const third = Add("exit 1");
     queue_->SetConcurrentDownload(1);
-    std::atomic<std::thread::id> starter;
     std::atomic<bool> ended = false;
-    first->SetStateDidChangedFunc([&](HVDownloadState) { starter = std::this_thread::get_id(); });
+    first->SetStateDidChangedFunc(
+        [&](HVDownloadState state) { tFirstWorker = state == HVDownloadStateDone; });
     second->SetDownloadCompleteFunc([&](auto const&) { ended = true; });
     // The first one's worker still holds the place when the second one looks for who comes next.
-    second->SetDownloadStartFunc([&] {
-        EXPECT_TRUE(std::this_thread::get_id() != starter || Eventually([&] { return ended.load(); }));
-    });
+    second->SetDownloadStartFunc(
+        [&] { EXPECT_TRUE(!tFirstWorker || Eventually([&] { return ended.load(); })); });
     queue_->StartDownload({});
     EXPECT_TRUE(Eventually([&] { return third->State() == HVDownloadStateDone; }));
+}
+
+TEST_F(Queue, KeepsThePlaceOfARemovedRowUntilItsRunHasEnded) {
+    auto const other = IHVDownloadControllers::MallocDownloadControllers();
+    // What is done to the first of three rows while it runs, and whether it ends by itself then.
+    std::pair<std::function<void()>, bool> const rows[] = {
+        {[&] { queue_->RemoveController(0); }, false},
+        {[&] { queue_->StopRows({0}), queue_->RemoveController(0); }, true},
+        {[&] { EXPECT_FALSE(other->RemoveController(queue_->GetController(0))); }, false},
+        {[&] { other->AddController(queue_->GetController(0)); }, false},
+        {[&] { queue_->InsertController(queue_->GetController(0), 2), queue_->RemoveController(0); }, false},
+        {[&] {
+             auto const row = queue_->GetController(0);
+             queue_->RemoveController(row);
+             queue_->InsertController(row, 2);
+         },
+         false},
+    };
+    for (auto const& [doing, ends] : rows) {
+        queue_ = IHVDownloadControllers::MallocDownloadControllers();
+        queue_->SetConcurrentDownload(1);
+        Add("touch up;wait go");
+        auto const second = Add("touch up;wait go");
+        auto const third = Add("exit 1");
+        queue_->StartAll();
+        EXPECT_TRUE(AwaitFile("up"));
+        std::filesystem::remove(Path("up"));
+        doing();
+        queue_->StartRows({queue_->IndexOfController(third)});
+        if (!ends) {
+            EXPECT_EQ(second->State(), HVDownloadStatePending);
+            EXPECT_EQ(third->State(), HVDownloadStatePending);
+        }
+        Put("go");
+        EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_TRUE(second->DownloadWasDone() && third->DownloadWasDone());
+        EXPECT_EQ(Running().second, 1);
+        std::filesystem::remove(Path("go"));
+    }
+}
+
+TEST_F(Queue, LosesNoPlaceToARowThatGoesWhileItIsBeingStarted) {
+    queue_->SetConcurrentDownload(1);
+    auto const goes = Add("wait go");
+    auto const last = Add("exit 1");
+    for (bool const reset : {false, true}) {
+        goes->SetStateDidChangedFunc([&](HVDownloadState state) {
+            if (state == HVDownloadStateDownloading)
+                reset ? goes->ResetDownload() : static_cast<void>(queue_->RemoveController(goes));
+        });
+        queue_->StartAll();
+        EXPECT_EQ(last->State(), reset ? HVDownloadStateDownloading : HVDownloadStatePending);
+        Put("go");
+        EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_TRUE(last->DownloadWasDone());
+        goes->ResetDownload();
+        last->ResetDownload();
+        queue_->InsertController(goes, 0);
+    }
+    goes->SetStateDidChangedFunc(nullptr);
+}
+
+TEST_F(Queue, TakesOnePlaceForAControllerInTwoRows) {
+    auto const first = Add("wait go");
+    queue_->AddController({first, first});
+    Add("wait go");
+    queue_->SetConcurrentDownload(2);
+    EXPECT_EQ(queue_->StartAll().size(), 2U);
+    EXPECT_EQ(States(), (Rows{3, 3, 3, 3}));
+    Put("go");
+    EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+}
+
+TEST_F(Queue, TakesExactlyTheGivenRows) {
+    AddGated(4);
+    EXPECT_TRUE(queue_->StartRows(queue_->GetSelected()).empty());
+    EXPECT_EQ(queue_->StartRows({1, 2}).size(), 2U);
+    queue_->StopRows({});
+    queue_->AddController({});
+    EXPECT_EQ(States(), (Rows{1, 3, 3, 1}));
+    EXPECT_TRUE(queue_->RemoveController({3, 0}));
+    queue_->StopAll();
+    EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(States(), (Rows{6, 6}));
+}
+
+TEST_F(Queue, HearsOfTheEndOfARowWhoseFunctionsThrow) {
+    queue_->SetConcurrentDownload(1);
+    std::atomic<int> calls = 0;
+    auto const odd = [&calls](auto...) {
+        ++calls;
+        throw std::runtime_error("odd");
+    };
+    for (int i = 0; i < 3; ++i) {
+        auto const row = Add("progress 50;exit 1");
+        row->SetStateWillChangeFunc(odd);
+        row->SetStateDidChangedFunc(odd);
+        row->SetDownloadStartFunc(odd);
+        row->SetDownloadProgressFunc(odd);
+        row->SetDownloadCompleteFunc(odd);
+    }
+    queue_->StartAll();
+    EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(States(), (Rows{5, 5, 5}));
+    // The rows behind the first one are told of a wait, too.
+    EXPECT_EQ(calls, 3 * 8 + 2 * 2);
 }
