@@ -15,6 +15,7 @@ class Analysis final : public Halvorn::IHVDownloadTaskDelegate {
 public:
     std::vector<std::shared_ptr<Halvorn::IHVDownloadItem>> items;
     std::shared_ptr<Halvorn::IHVError const> result;
+    bool stopped = false; ///< by StopTask, whatever the result says
 
     explicit Analysis(std::string const& url, std::shared_ptr<Halvorn::IHVDownloadOptions> options = nullptr)
         : task_(Halvorn::IHVDownloadTask::MallocDownloadTask(url)) {
@@ -43,8 +44,12 @@ public:
         items.push_back(std::move(item));
     }
     void DownloadTaskCompleted(std::shared_ptr<Halvorn::IHVError const> error,
-                               Halvorn::IHVDownloadTask const*) override {
-        result = std::move(error);
+                               Halvorn::IHVDownloadTask const* task) override {
+        stopped = task->WasStopped();
+        // The first end counts: an analysis that is stopped after its run of the tool reports the cancel, and
+        // then the success of which no item came.
+        if (result == nullptr)
+            result = std::move(error);
     }
 
 private:

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <future>
 #include <string>
 
 using namespace Halvorn;
@@ -38,16 +37,13 @@ std::string Download(std::string const& url, std::string const& folder) {
     if (listener.item == nullptr)
         return listener.fault;
 
-    std::promise<std::string> result;
     auto const queue = IHVDownloadControllers::MallocDownloadControllers();
     auto const controller = IHVDownloadController::MallocDownloadController(listener.item, folder);
-    controller->SetDownloadCompleteFunc([&](std::shared_ptr<IHVError const> const& error) {
-        result.set_value(controller->DownloadSucceed() ? controller->DownloadOutputPathFile()
-                                                       : error->GetErrorMessage());
-    });
     queue->AddController(controller);
-    queue->StartDownload({});
-    return result.get_future().get();
+    queue->StartAll();
+    queue->WaitFinish(HVInfiniteTimeOut);
+    return controller->DownloadSucceed() ? controller->DownloadOutputPathFile()
+                                         : controller->LastError()->GetErrorMessage();
 }
 
 bool Expect(std::string const& what, std::string const& expected, std::string const& found) {

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <future>
 
 using namespace Halvorn;
 
@@ -39,16 +38,13 @@ bool ChooseSubtitle(IHVDownloadItem& item, std::string const& language) {
 //! [download]
 /// Downloads the item and waits for it: the path of the file, or why there is none.
 bool Download(std::shared_ptr<IHVDownloadItem> const& item, std::string const& folder, std::string& answer) {
-    using Result = std::shared_ptr<IHVError const>;
-    auto const end = std::make_shared<std::promise<Result>>(); // shared with the worker thread that keeps it
     auto const controller = IHVDownloadController::MallocDownloadController(item, folder);
     controller->SetJSRuntimePath(IHVDownloadPlugin::BuiltInJSRuntimePathFile());
-    controller->SetDownloadCompleteFunc([end](Result error) { end->set_value(std::move(error)); });
-    auto result = controller->StartDownload(); // returns at once
-    if (result->Succeed())
-        result = end->get_future().get();
-    answer = result->Succeed() ? controller->DownloadOutputPathFile() : result->GetErrorMessage();
-    return result->Succeed();
+    controller->StartDownload(); // returns at once
+    controller->WaitFinish(HVInfiniteTimeOut);
+    bool const succeeded = controller->DownloadSucceed();
+    answer = succeeded ? controller->DownloadOutputPathFile() : controller->LastError()->GetErrorMessage();
+    return succeeded;
 }
 //! [download]
 

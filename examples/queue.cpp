@@ -5,7 +5,6 @@
 #include "Analysis.h"
 
 #include <cstdio>
-#include <latch>
 
 using namespace Halvorn;
 
@@ -15,25 +14,22 @@ namespace {
 /// A row of the queue. Its callbacks come on threads of the library, those of several rows at the same time:
 /// each line is one call of printf, which the C library makes whole.
 std::shared_ptr<IHVDownloadController> NewRow(std::shared_ptr<IHVDownloadItem> const& item,
-                                              std::string const& folder,
-                                              std::shared_ptr<std::latch> const& running) {
+                                              std::string const& folder) {
     auto row = IHVDownloadController::MallocDownloadController(item, folder);
     row->SetJSRuntimePath(IHVDownloadPlugin::BuiltInJSRuntimePathFile());
     // The controller owns its callbacks. One that held the controller by a shared pointer would keep both for
     // ever; a plain pointer is valid as long as a callback runs.
     auto* const self = row.get();
-    // A function is copied for each call: what it remembers has to be shared.
-    row->SetDownloadProgressFunc([self, shown = std::make_shared<int>(-1)](float percent) {
+    row->SetDownloadProgressFunc([self, shown = -1](float percent) mutable {
         int const tenth = static_cast<int>(percent / 10);
-        if (std::exchange(*shown, tenth) != tenth)
+        if (std::exchange(shown, tenth) != tenth)
             std::fprintf(stderr, "%s: %.0f %% %s\n", self->GetDownloadOutputName().c_str(),
                          static_cast<double>(percent), self->ProgressText().c_str());
     });
-    row->SetDownloadCompleteFunc([self, running](std::shared_ptr<IHVError const> error) {
+    row->SetDownloadCompleteFunc([self](std::shared_ptr<IHVError const> error) {
         std::printf("%s: %s\n", self->GetDownloadOutputName().c_str(),
                     error->Succeed() ? self->DownloadOutputPathFile().c_str()
                                      : error->GetErrorMessage().c_str());
-        running->count_down();
     });
     return row;
 }
@@ -60,11 +56,10 @@ int main(int argc, char** argv) {
     //! [queue]
     auto const queue = IHVDownloadControllers::MallocDownloadControllers();
     queue->SetConcurrentDownload(2);
-    auto const running = std::make_shared<std::latch>(static_cast<std::ptrdiff_t>(items.size()));
     for (auto const& item : items)
-        queue->AddController(NewRow(item, argv[1], running));
-    queue->StartDownload({}); // all rows: two start, the others become Pending
-    running->wait();          // the queue has to outlive its downloads
+        queue->AddController(NewRow(item, argv[1]));
+    queue->StartAll();                    // two start, the others become Pending
+    queue->WaitFinish(HVInfiniteTimeOut); // until all have ended and their functions have returned
     for (int const row : queue->AllControllers())
         complete = complete && queue->GetController(row)->DownloadSucceed();
     //! [queue]

@@ -70,11 +70,15 @@ void IHVLogConfig::LogText(LogLevel level, char const* text) {
     }
 }
 
-void IHVLogConfig::LogFormat(LogLevel level, char const* format, va_list args) {
+void IHVLogConfig::LogFormat(LogLevel level, char const* format, ...) {
     if (!Wanted(level))
         return;
     try {
-        Emit(level, FormatText(format, args));
+        va_list args;
+        va_start(args, format);
+        std::string line = FormatText(format, args);
+        va_end(args);
+        Emit(level, std::move(line));
     } catch (...) { // NOLINT(bugprone-empty-catch): logging never fails towards the caller
     }
 }

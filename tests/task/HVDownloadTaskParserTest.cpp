@@ -260,6 +260,7 @@ TEST_F(Analysis, StopsInEachStage) {
         Put("go");
         EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess) << script;
         EXPECT_EQ(recorder.Story(), kStarted + expected) << script;
+        EXPECT_TRUE(task->WasStopped()) << script;
         EXPECT_FALSE(std::filesystem::exists(Path("asked"))) << script;
         std::filesystem::remove(Path("up"));
         std::filesystem::remove(Path("go"));
@@ -298,6 +299,8 @@ TEST_F(Analysis, RunsOnceAndOutlivesItsOwner) {
 
     auto const finished = Start(recorder, "script:one");
     EXPECT_EQ(finished->WaitFinish(HVInfiniteTimeOut), HVErrSuccess);
+    finished->StopTask(); // too late, as the one before the start was too early
+    EXPECT_FALSE(finished->WasStopped());
     EXPECT_FALSE(finished->StartTask()->Succeed());
 }
 
