@@ -34,6 +34,8 @@ target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION="${PROJECT_
 target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}
                       PRIVATE CURL::libcurl)
 
+target_precompile_headers(reelhaul_objects PRIVATE ${REELHAUL_PRECOMPILED})
+
 add_library(reelhaul SHARED)
 add_library(Reelhaul::Reelhaul ALIAS reelhaul)
 target_sources(reelhaul PRIVATE $<TARGET_OBJECTS:reelhaul_objects>)

@@ -54,12 +54,9 @@ std::shared_ptr<IHVError> IHVError::MallocErrorText(std::string const& file, int
 
 std::shared_ptr<IHVError> IHVError::MallocErrorFormat(std::string const& file, int line,
                                                       std::string const& function, int code,
-                                                      std::string const& title, char const* format, ...) {
-    va_list args;
-    va_start(args, format);
-    std::string message = FormatText(format, args);
-    va_end(args);
-    return std::make_shared<HVError>(file, line, function, code, title, std::move(message));
+                                                      std::string const& title, char const* format,
+                                                      va_list args) {
+    return std::make_shared<HVError>(file, line, function, code, title, FormatText(format, args));
 }
 
 std::shared_ptr<IHVError> IHVError::MallocSucceed(std::string const& file, int line,

@@ -70,15 +70,11 @@ void IHVLogConfig::LogText(LogLevel level, char const* text) {
     }
 }
 
-void IHVLogConfig::LogFormat(LogLevel level, char const* format, ...) {
+void IHVLogConfig::LogFormat(LogLevel level, char const* format, va_list args) {
     if (!Wanted(level))
         return;
     try {
-        va_list args;
-        va_start(args, format);
-        std::string line = FormatText(format, args);
-        va_end(args);
-        Emit(level, std::move(line));
+        Emit(level, FormatText(format, args));
     } catch (...) { // NOLINT(bugprone-empty-catch): logging never fails towards the caller
     }
 }

@@ -47,7 +47,7 @@ void AppendProxy(Args& args, char const* option, std::shared_ptr<IHVProxy> const
 void AppendRates(Args& args, int limit, int throttled) {
     if (limit > 0 && throttled > 0 && limit <= throttled) {
         IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
-                             "limit rate(%d) can't lower throttled rate(%), ignore it.\n", limit, throttled);
+                             "limit rate(%d) can't lower throttled rate(%%), ignore it.\n", limit);
         return;
     }
     if (limit > 0)

@@ -1,9 +1,6 @@
 #include "HVFormat.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 namespace Halvorn {
@@ -47,18 +44,6 @@ std::string EscapeIncompleteConversions(char const* format) {
         pos += length;
     }
     return result;
-}
-
-std::string FormatText(char const* format, va_list args) {
-    if (format == nullptr)
-        return {};
-    std::string const safe = EscapeIncompleteConversions(format);
-    // Not measured first: that takes seconds for a text of hundreds of megabytes, which a tool may well
-    // print.
-    char* bytes = nullptr;
-    int const length = vasprintf(&bytes, safe.c_str(), args);
-    std::unique_ptr<char, decltype(&std::free)> const owner(length < 0 ? nullptr : bytes, &std::free);
-    return owner == nullptr ? std::string() : std::string(bytes, static_cast<std::size_t>(length));
 }
 
 } // namespace Halvorn

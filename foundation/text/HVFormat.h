@@ -1,6 +1,8 @@
 #pragma once
 // Texts made in the manner of printf from formats that may hold a stray "%".
 
+#include "HVExport.h"
+
 #include <cstdarg>
 #include <string>
 
@@ -11,6 +13,7 @@ namespace Halvorn {
 std::string EscapeIncompleteConversions(char const* format);
 
 /// The text of `format` and `args`, of any length; empty when it can't be made.
+HV_PRINTF(1, 0)
 std::string FormatText(char const* format, va_list args);
 
 } // namespace Halvorn

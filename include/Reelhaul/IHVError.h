@@ -8,9 +8,9 @@
 #include "HVConstants.h"
 #include "HVExport.h"
 
+#include <cstdarg>
 #include <memory>
 #include <string>
-#include <type_traits>
 
 namespace Halvorn {
 
@@ -26,13 +26,16 @@ public:
 
     /// The same with a message made from `format` and its arguments in the manner of printf. What is no
     /// complete conversion in `format` stands in the message as it is.
-    template <typename First, typename... Rest>
-    static std::shared_ptr<IHVError>
-    MallocError(std::string const& file, int line, std::string const& function, int code,
-                std::string const& title, char const* format, First first, Rest... rest) {
-        static_assert(std::is_scalar_v<First> && (std::is_scalar_v<Rest> && ...),
-                      "a text goes in as char const*");
-        return MallocErrorFormat(file, line, function, code, title, format, first, rest...);
+    template <typename... None>
+    HV_PRINTF(6, 7)
+    static std::shared_ptr<IHVError> MallocError(std::string const& file, int line,
+                                                 std::string const& function, int code,
+                                                 std::string const& title, char const* format, ...) {
+        va_list args;
+        va_start(args, format);
+        auto error = MallocErrorFormat(file, line, function, code, title, format, args);
+        va_end(args);
+        return error;
     }
 
     /// The plain success: code HVErrorCodeSucceed, title "Succeed", message "Operation was succeed".
@@ -73,9 +76,11 @@ private:
     static std::shared_ptr<IHVError> MallocErrorText(std::string const& file, int line,
                                                      std::string const& function, int code,
                                                      std::string const& title, char const* text);
+    HV_PRINTF(6, 0)
     static std::shared_ptr<IHVError> MallocErrorFormat(std::string const& file, int line,
                                                        std::string const& function, int code,
-                                                       std::string const& title, char const* format, ...);
+                                                       std::string const& title, char const* format,
+                                                       va_list args);
 };
 
 } // namespace Halvorn

@@ -9,9 +9,9 @@
 
 #include "HVExport.h"
 
+#include <cstdarg>
 #include <functional>
 #include <string>
-#include <type_traits>
 
 namespace Halvorn {
 
@@ -35,30 +35,49 @@ public:
     /// the handler itself, it does not wait: calls on other threads may then end a little later.
     static void SetHandler(Handler handler);
 
-    /// Logs a line made from `format` in the manner of printf. Without arguments the text is taken as it is,
-    /// and what is no complete conversion stands in the line as it is.
-    template <typename... Args>
-    static void Printf(LogLevel level, char const* format, Args... args) {
-        static_assert((std::is_scalar_v<Args> && ...), "a text goes in as char const*");
-        if constexpr (sizeof...(Args) == 0)
-            LogText(level, format);
-        else
-            LogFormat(level, format, args...);
+    ///@{
+    /// Logs a line: `text` as it is.
+    static void Printf(LogLevel level, char const* text) { LogText(level, text); }
+    static void Printf(char const* text) { LogText(LogLevelDefault, text); }
+    static void DebugPrintf(char const* text) { LogText(LogLevelDebug, text); }
+    ///@}
+
+    // Templates of no type at all: so a text without arguments is never taken for a format.
+
+    ///@{
+    /// Logs a line made from `format` and its arguments in the manner of printf. What is no complete
+    /// conversion in `format` stands in the line as it is. The level is LogLevelDefault unless it is given,
+    /// LogLevelDebug for DebugPrintf.
+    template <typename... None>
+    HV_PRINTF(2, 3)
+    static void Printf(LogLevel level, char const* format, ...) {
+        va_list args;
+        va_start(args, format);
+        LogFormat(level, format, args);
+        va_end(args);
     }
-    /// The same on LogLevelDefault.
-    template <typename... Args>
-    static void Printf(char const* format, Args... args) {
-        Printf(LogLevelDefault, format, args...);
+    template <typename... None>
+    HV_PRINTF(1, 2)
+    static void Printf(char const* format, ...) {
+        va_list args;
+        va_start(args, format);
+        LogFormat(LogLevelDefault, format, args);
+        va_end(args);
     }
-    /// The same on LogLevelDebug.
-    template <typename... Args>
-    static void DebugPrintf(char const* format, Args... args) {
-        Printf(LogLevelDebug, format, args...);
+    template <typename... None>
+    HV_PRINTF(1, 2)
+    static void DebugPrintf(char const* format, ...) {
+        va_list args;
+        va_start(args, format);
+        LogFormat(LogLevelDebug, format, args);
+        va_end(args);
     }
+    ///@}
 
 private:
     static void LogText(LogLevel level, char const* text);
-    static void LogFormat(LogLevel level, char const* format, ...);
+    HV_PRINTF(2, 0)
+    static void LogFormat(LogLevel level, char const* format, va_list args);
 };
 
 } // namespace Halvorn
