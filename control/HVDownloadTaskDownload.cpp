@@ -5,7 +5,9 @@
 #include "HVFinishedFile.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
+#include "IHVDownloadOptions.h"
 #include "IHVFileProvider.h"
+#include "IHVGeneralOptions.h"
 #include "IHVLogConfig.h"
 #include "IHVPlayList.h"
 
@@ -76,7 +78,7 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     if (outcome.startError != nullptr)
         return outcome.startError;
     over_ = true;
-    auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome.errors);
+    auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
     RemoveLeftovers(run, file);
     return result;
 }
@@ -87,17 +89,26 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
     run.OnExit([stem = name.substr(0, kRandomNameLength)] { IHVFileProvider::RemoveTmpFiles(stem); });
 }
 
+bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
+    if (!IHVFileProvider::PathFileExist(file.path))
+        return false;
+    auto const options = GetMutableOptions();
+    auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
+    // The file alone decides: a stop that comes after it was finished does not undo it. But where the tool
+    // writes without a part file, half a file has the name from the start.
+    return general == nullptr || general->GetUsePartFile() || (outcome.Succeeded() && !UserCancel());
+}
+
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& file,
-                                                               std::string const& errorText) {
-    if (!errorText.empty())
-        IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
-    // The file alone decides: a stop that comes after it was finished does not undo it.
-    if (IHVFileProvider::PathFileExist(file.path))
+                                                               HVToolResult const& outcome) {
+    if (!outcome.errors.empty())
+        IHVLogConfig::Printf("ERROR: %s.", outcome.errors.c_str());
+    if (IsFinished(file, outcome))
         return Place(file);
     if (UserCancel())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
     return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Download error: %s",
-                                 errorText.c_str());
+                                 outcome.errors.c_str());
 }
 
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& file) {

@@ -14,6 +14,7 @@ namespace Halvorn {
 
 class HVToolRun;
 struct HVFinishedFile;
+struct HVToolResult;
 
 class HVDownloadTaskDownload final : public HVDownloadTask {
 public:
@@ -40,7 +41,8 @@ private:
         std::string extension;
     };
     std::shared_ptr<IHVError const> RunTool(TempFile const& file);
-    std::shared_ptr<IHVError const> Result(TempFile const& file, std::string const& errorText);
+    bool IsFinished(TempFile const& file, HVToolResult const& outcome);
+    std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
     /// Finds the subtitle that the tool made beside the file.

@@ -26,7 +26,6 @@ int main(int argc, char** argv) {
     network->SetCheckCertificates(true); // a new record does not ask for that
     auto const general = IHVGeneralOptions::MallocGeneralOptions();
     general->SetLimitDownloadRate(4 * 1024 * 1024); // bytes a second
-    general->SetRetryCount(IHVGeneralOptions::HVDefaultRetryCount);
 
     auto const options = IHVDownloadOptions::MallocDownloadOptions();
     options->SetAuthenticationOptions(login);

@@ -1,5 +1,6 @@
 #include "HVArgsBuilder.h"
 
+#include "HVToolWords.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
@@ -44,12 +45,12 @@ void AppendSubtitle(Args& args, IHVDownloadItem const& item) {
     auto const subtitle = item.CurrentDownloadSubtitle();
     if (!subtitle || subtitle->GetCurrentSubtitleFormat().empty())
         return;
-    Append(args, {"--write-auto-sub", "--sub-lang", subtitle->GetLanguageCode(), "--sub-format",
-                  subtitle->GetCurrentSubtitleFormat(), "--sleep-interval", "10"});
+    Append(args, {"--write-auto-sub", "--sub-lang", ExactLanguage(subtitle->GetLanguageCode()),
+                  "--sub-format", subtitle->GetCurrentSubtitleFormat(), "--sleep-interval", "10"});
 }
 
 void AppendFormat(Args& args, IHVDownloadFormat const& format) {
-    Append(args, {"--format", format.FormatCode()});
+    Append(args, {"--format", ExactFormat(format)});
     if (format.MergeFormat())
         Append(args, {"--merge-output-format", format.GetFormatName(), "--ffmpeg-location",
                       HVArgsBuilder::GetMergeCommandExe()});

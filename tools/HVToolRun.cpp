@@ -1,6 +1,7 @@
 #include "HVToolRun.h"
 
 #include "HVCookiesGuard.h"
+#include "HVToolArguments.h"
 #include "HVToolStop.h"
 #include "IHVLogConfig.h"
 
@@ -72,7 +73,7 @@ struct HVToolRun::State {
 
 HVToolRun::HVToolRun(std::string exe, std::vector<std::string> args) : state_(std::make_shared<State>()) {
     launch_.exe = std::move(exe);
-    launch_.args = std::move(args);
+    launch_.args = ToolArguments(std::move(args));
 }
 
 void HVToolRun::SetOptions(IHVDownloadOptions const* options) {

@@ -14,12 +14,7 @@ Record& Made(std::shared_ptr<Record>& record, std::shared_ptr<Record> (*make)())
 } // namespace
 
 IHVGeneralOptions& HVOptionRecords::General() {
-    if (!general_) {
-        general_ = IHVGeneralOptions::MallocGeneralOptions();
-        // A new record asks for -1 retries, which is not what a user means who says nothing of them.
-        general_->SetRetryCount(IHVGeneralOptions::HVDefaultRetryCount);
-    }
-    return *general_;
+    return Made<IHVGeneralOptions>(general_, IHVGeneralOptions::MallocGeneralOptions);
 }
 
 IHVNetworkOptions& HVOptionRecords::Network() {

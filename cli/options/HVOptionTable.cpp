@@ -85,12 +85,10 @@ constexpr std::array kTable{
                 "IHVNetrcAuthentication::SetLocation", "--netrc-location",
                 "The netrc file, or the folder that holds it",
                 [](Records& r, Value const& v) { r.Netrc().SetLocation(v.text); }},
-    HVOptionRow{
-        kLogin, "--netrc-cmd", "COMMAND", Kind::Text, 0, 0, false, "", kNetrc,
-        "IHVNetrcAuthentication::SetCommand", "--netrc-cmd",
-        "A shell command that prints what a netrc file would hold; newer tools refuse it, since --netrc "
-        "goes with it",
-        [](Records& r, Value const& v) { r.Netrc().SetCommand(v.text); }},
+    HVOptionRow{kLogin, "--netrc-cmd", "COMMAND", Kind::Text, 0, 0, false, "", kNetrc,
+                "IHVNetrcAuthentication::SetCommand", "--netrc-cmd",
+                "A shell command that prints what a netrc file would hold; read in place of the file",
+                [](Records& r, Value const& v) { r.Netrc().SetCommand(v.text); }},
     HVOptionRow{kLogin, "--ap-mso", "ID", Kind::Text, 0, 0, false, "", kProvider,
                 "IHVAdobePassAuthentication::SetMultipleSystemOperator", "--ap-mso",
                 "Log in through this TV provider; reelhaul providers lists them",

@@ -13,8 +13,7 @@ namespace Halvorn {
 
 class HV_EXPORT IHVGeneralOptions {
 public:
-    /// The retry count that the tool uses unasked, 10. A new record holds -1 instead, which does reach the
-    /// tool.
+    /// The retry count that the tool uses unasked, 10. A new record holds -1, which means the same.
     static const int HVDefaultRetryCount;
 
     /// A record with the defaults named below.

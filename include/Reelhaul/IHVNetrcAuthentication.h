@@ -27,7 +27,8 @@ public:
     virtual void SetLocation(std::string const& location) = 0;
     ///@}
     ///@{
-    /// A command that the tool runs in a shell; never take it from a stranger's text.
+    /// A command that the tool runs in a shell and reads in place of a file; never take it from a stranger's
+    /// text.
     virtual std::string const& GetCommand() const = 0;
     virtual void SetCommand(std::string const& command) = 0;
     ///@}

@@ -2,6 +2,8 @@
 
 #include "HVDownloadTaskDownload.h"
 #include "HVJsonObjectSubtitle.h"
+#include "IHVDownloadOptions.h"
+#include "IHVGeneralOptions.h"
 #include "Text.h"
 
 #include <stdexcept>
@@ -167,6 +169,31 @@ TEST_F(DownloadRuns, StopAtAnyMoment) {
         EXPECT_THAT(recorder.Story(), EndsWith("|" + end)) << script;
         EXPECT_TRUE(NothingLeft()) << script;
         std::filesystem::remove(Path("up"));
+    }
+    EXPECT_EQ(Join(FilesIn(out_)), "A.mp4|");
+}
+
+TEST_F(DownloadRuns, CountHalfAFileAsNoneWithoutAPartFile) {
+    auto const options = IHVDownloadOptions::MallocDownloadOptions();
+    auto const general = IHVGeneralOptions::MallocGeneralOptions();
+    general->SetUsePartFile(false);
+    options->SetGeneralOptions(general);
+    for (auto const& [script, end] : Rows{{"write . 10;touch up;exit 1", "Error: Download error: "},
+                                          {"write . 10;touch up;die 11", "Error: Download error: "},
+                                          {"write . 10;touch up;hang", "Cancel: User cancelled operation"},
+                                          {"write . 10;touch up", "Succeed: "}}) {
+        Recorder recorder;
+        auto const task = IHVDownloadTask::MallocDownloadTask(Item("scripted:" + script, "A"), out_);
+        task->SetDelegate(&recorder);
+        task->SetOptions(options);
+        EXPECT_TRUE(task->StartTask()->Succeed());
+        EXPECT_TRUE(AwaitFile("up"));
+        if (end[0] == 'C')
+            task->StopTask();
+        EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_THAT(recorder.Story(), HasSubstr("|" + end)) << script;
+        EXPECT_TRUE(NothingLeft()) << script;
+        fs::remove(Path("up"));
     }
     EXPECT_EQ(Join(FilesIn(out_)), "A.mp4|");
 }

@@ -1,10 +1,11 @@
 """Every option of the command, by the table that docs/options.md shows: bad values, missing files, secrets, agreement."""
 
+import json
 import re
 import subprocess
 import unittest
 
-from servers import COMMAND, ROOT, TOOL, ServerTest
+from servers import COMMAND, ROOT, TOOL, CommandTest, ServerTest
 
 ROW = re.compile(r"\| `(--[a-z0-9-]+)(?: ([A-Z]+))?` \| (.*?)(?:; only beside `(.*)`)? \| (.*) \| `.*` \| (.*) \|")
 OPTIONS = [match.groups("") for match in map(ROW.fullmatch, (ROOT / "docs/options.md").read_text().splitlines()) if match]
@@ -25,24 +26,27 @@ def kind(name, value):
         "number" if value in NUMBERS else "secret" if value in SECRETS else "path" if value in PATHS else "text"
 
 
-class ValuesTest(ServerTest):
+class FakeTool:
     def setUp(self):
         super().setUp()
         self.write("tools/yt-dlp", FAKE, 0o700)
         self.write("tools/ffmpeg", FAKE, 0o700)
 
+    def started(self):
+        """The arguments of the tool's runs since the last look."""
+        path = self.folder / "tools/yt-dlp.started"
+        text = path.read_text(encoding="utf-8") if path.exists() else ""
+        path.unlink(missing_ok=True)
+        return text.splitlines()
+
+
+class ValuesTest(FakeTool, ServerTest):
     def beside(self, name):
         """The options without which this one can't be given."""
         needs = next(row[3] for row in OPTIONS if row[0] == name)
         secret = {"--username": "--password", "--ap-username": "--ap-password"}.get(name, "")
         first = [*self.beside(needs), f"{needs}={self.folder if 'certificate' in needs else 'x'}"] if needs else []
         return [other for other in first + ([f"{secret}=x"] if secret else []) if not other.startswith(f"{name}=")]
-
-    def started(self):
-        path = self.folder / "tools/yt-dlp.started"
-        text = path.read_text(encoding="utf-8") if path.exists() else ""
-        path.unlink(missing_ok=True)
-        return text.splitlines()
 
     def test_each_is_refused_by_name_before_the_tool_runs_or_reaches_it_as_it_is(self):
         values = {"empty": "", "dash": "-x", "other script": "日本ü", "long": "x" * 120000, "huge": "9" * 30, "negative": "-1",
@@ -79,10 +83,22 @@ class ValuesTest(ServerTest):
                 for argument in re.findall("`(.*?)`", arguments):
                     if name == "--check-certificates":
                         self.assertNotIn(argument, started)
-                    elif sample:
-                        self.assertEqual(started[started.index(argument) + 1], sample)
+                    elif sample:  # of a provider's id without the blanks, which the tool does not know
+                        self.assertEqual(started[started.index(argument) + 1], sample.replace(" - ", "-"))
                     else:
                         self.assertIn(argument, started)
+
+    def test_nothing_reaches_the_tool_that_it_refuses(self):
+        known = subprocess.run([TOOL, "--ap-list-mso"], text=True, capture_output=True, check=True).stdout
+        known = {line.split()[0] for line in known.splitlines() if line}
+        providers = [line[:20].strip() for line in self.succeeds("providers").stdout.splitlines()]
+        self.assertEqual(len(providers), 434)
+        self.assertLessEqual({provider.replace(" - ", "-") for provider in providers}, known)
+        self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools",
+                         "--netrc-cmd", "true", "--keep-video")
+        started = self.started()
+        self.assertEqual([word for word in started if word in ("--netrc", "--retries", "--fragment-retries")], [])
+        self.assertIn("--keep-video", started)
 
     def test_no_secret_is_ever_shown(self):
         secret = "s3cr3t/@w"
@@ -102,6 +118,46 @@ class ValuesTest(ServerTest):
                 self.assertNotIn("s3cr3t", run.stdout + run.stderr)
                 if run.returncode == 1:
                     self.assertRegex(run.stderr, "Starting .*yt-dlp .*\\*\\*\\*")
+
+
+class WordsTest(FakeTool, CommandTest):
+    """What a site calls its formats and languages means them, whatever else it means to the tool."""
+
+    def tool(self, file, *arguments):
+        run = subprocess.run([TOOL, "--ignore-config", "--load-info-json", file, *arguments], text=True, capture_output=True)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        return run.stdout
+
+    def test_each_means_itself(self):
+        codes = ["137", "hls-1.5", "best", "w.2", "bestvideo*", "all", "mergeall", "mp4", "webm", "b*", "?", "a:b", "q\"q", "b\\s",
+                 "sp ace", "-5", "#x", "{x", "日本", "😀", "x[height>5]"]
+        languages = ["fr", "en", ".*", "all", "-en", "a,b", " x", "日本", "e."]
+        site = {"id": "words", "title": "Words", "extractor": "site", "extractor_key": "Generic", "duration": 8,
+                "webpage_url": "http://127.0.0.1:1/", "formats": [
+                    {"format_id": code, "url": f"http://127.0.0.1:1/{number}", "ext": "mp4", "height": 100 + number, "width": 200,
+                     "vcodec": "none" if code == "ba" else "h264", "acodec": "none" if code == "bv" else "aac"}
+                    for number, code in enumerate([*codes, "bv", "ba"])],
+                "automatic_captions": {language: [{"ext": "vtt", "url": "http://127.0.0.1:1/c", "name": f"N{number}"}]
+                                       for number, language in enumerate(languages)}}
+        item = self.write("item.json", self.tool(self.write("site.json", json.dumps(site)), "-J"))
+        self.write("tools/yt-dlp", FAKE.replace("echo '{\"formats\": [{\"format_id\": \"1\", \"ext\": \"mp4\"}]}'", f"cat {item}"), 0o700)
+
+        def argument(name, *choice):
+            self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools", *choice)
+            started = self.started()
+            return started[len(started) - 1 - started[::-1].index(name) + 1]
+
+        offered = [row["format_id"] for row in json.loads(item.read_text())["formats"] if row["format_id"] not in ("bv", "ba")]
+        wanted = [*offered, "bv+ba"]
+        chosen = [argument("--format", "--format", f"code:{code}") for code in wanted]
+        self.assertEqual(chosen[wanted.index("137")], "137")
+        self.assertEqual(self.tool(item, "--simulate", "--print", "format_id", "--format", ",".join(chosen)).splitlines(), wanted)
+        for language in languages:
+            with self.subTest(language):
+                pattern = argument("--sub-lang", "--subtitle", f"{language}.vtt")
+                found = self.tool(item, "--simulate", "--write-auto-subs", "--sub-langs", pattern, "--format", "137",
+                                  "--print", "%(requested_subtitles)j")
+                self.assertEqual(list(json.loads(found)), [language])
 
 
 class AgreementTest(unittest.TestCase):
