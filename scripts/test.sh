@@ -24,7 +24,8 @@ esac
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_stack_use_after_return=1:strict_string_checks=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 # A test that ends its process on purpose leaves the threads of its own server unjoined.
-export TSAN_OPTIONS=${TSAN_OPTIONS:-second_deadlock_stack=1:report_thread_leaks=0}
+# Forked copies have threads of their own, which is what is tested.
+export TSAN_OPTIONS=${TSAN_OPTIONS:-second_deadlock_stack=1:report_thread_leaks=0:die_after_fork=0}
 
 say "Running the tests ($preset)"
 exec ctest --test-dir "build/$preset" --output-on-failure --no-tests=error -j "$(jobs_to_run)" "$@"

@@ -10,12 +10,6 @@
 
 namespace Halvorn {
 
-void HVDescriptor::Reset(int fd) {
-    if (fd_ >= 0)
-        close(fd_);
-    fd_ = fd;
-}
-
 bool AnyEntryExists(std::string const& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0;

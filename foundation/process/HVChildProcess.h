@@ -1,6 +1,13 @@
 #pragma once
 // One running child: the thread that drains its streams, learns of its end and insists on it when asked to.
 //
+// The order of an end. The child has ended: its status is there, but it is not reaped, so that its number,
+// which is the group's, goes to no other process. Its group is gone, or nobody of it holds the pipes. The
+// guardian forgets the group. From here on no signal is sent, and the child is reaped. The functions for the
+// exit run, and WaitExit reports the end.
+//
+// On the delivery thread nothing may throw: there is nobody to catch it, and the application would end.
+//
 // Thread-safe. Held by shared pointers; its thread keeps it alive until the child is gone.
 
 #include "HVLatch.h"
@@ -10,6 +17,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -30,12 +38,8 @@ struct HVChildSetup {
 
 class HVChildProcess : public std::enable_shared_from_this<HVChildProcess> {
 public:
-    /// Starts the child. 0 and the child, or an error number.
-    static int Start(HVChildSetup setup, std::shared_ptr<HVChildProcess>& child);
-    /// Ends all children and lets none start any more: the end of the process.
-    static void EndAll();
-
-    HVChildProcess(HVChildSetup setup, pid_t pid, HVDescriptor output, HVDescriptor error);
+    /// A child that has not started: HVChildRegistry starts it.
+    explicit HVChildProcess(HVChildSetup setup);
 
     int Wait(unsigned int milliseconds) const { return ended_.Wait(milliseconds); }
     void Terminate();
@@ -44,47 +48,61 @@ public:
     std::shared_ptr<IHVError const> DeliveryError() const;
 
 private:
+    friend class HVChildRegistry;
     using Clock = std::chrono::steady_clock;
     struct Stream {
         HVDescriptor fd;
         IHVTask::Handler handler;
     };
 
+    int Spawn();
+    void BeginDelivery();
+    void Abandon();
+    void CloseInCopy() const;
+
     void Run();
-    void Step(std::string& buffer);
-    void Read(Stream& stream, std::string& buffer);
+    void Step();
+    void Read(Stream& stream);
     void Deliver(Stream& stream, char const* bytes, std::size_t size);
-    void CallHandler(Stream& stream, std::string chunk);
-    void KeepFailure(char const* what);
+    void CallHandler(Stream& stream, char const* begin, char const* end);
+    void KeepFailure();
     void LookAfterChild();
     void LookAfterGroup();
     void Insist();
     bool PipesOpen() const { return output_.fd.Valid() || error_.fd.Valid(); }
-    bool Over();
+    bool Over() const;
     int PollTimeout() const;
     void Finish();
+    void Reap();
     void CallExitFunctions();
     void SignalGroup(int signal);
 
     HVChildSetup setup_;
-    pid_t const pid_;
+    int pid_ = -1; ///< the group's number as well
     Stream output_;
     Stream error_;
     HVExitNotifier notifier_;
+    std::string buffer_; ///< for reads
 
-    // Written by the child's thread alone.
-    bool childGone_ = false;
+    // Of the delivery thread alone, once it runs.
+    bool endIsTold_ = false;  ///< the notifier tells the child's end
+    bool childEnded_ = false; ///< ended, and not reaped yet
+    bool reapedByOther_ = false;
+    bool groupGone_ = false; ///< nobody of the group is alive
     bool killed_ = false;
     Clock::time_point insistAt_ = Clock::time_point::max();
+    Clock::time_point groupLookAt_; ///< when the group is looked at next
+    Clock::duration groupWait_{};
 
     std::atomic<bool> terminating_ = false;
-    mutable std::mutex
-        mutex_; // guards what follows; a signal is sent under it, so that none reaches a group gone by
-    bool groupGone_ = false;
+    // Guards what follows. A signal is sent under it, and the child reaped: a signal never reaches another
+    // group that has got the number.
+    mutable std::mutex mutex_;
+    bool finished_ = false; ///< no signal any more
     HVChildEnd end_;
-    bool exited_ = false; // functions for the exit are called at once
+    bool exited_ = false; ///< functions for the exit are called at once
     std::vector<std::function<void()>> onExit_;
-    std::shared_ptr<IHVError const> deliveryError_;
+    std::exception_ptr deliveryFailure_;
     HVLatch ended_;
 };
 

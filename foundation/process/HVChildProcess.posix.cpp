@@ -1,118 +1,59 @@
+// The life of a child, from the view of its delivery thread; its start stands in HVChildRegistry.posix.cpp.
+
 #include "HVChildProcess.h"
+#include "HVApplicationCall.h"
+#include "HVChildRegistry.h"
 #include "HVGuardian.h"
-#include "HVProcessEnd.h"
 #include "IHVLogConfig.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <exception>
-#include <fcntl.h>
-#include <map>
+#include <thread>
+#include <utility>
+
 #include <poll.h>
 #include <sys/wait.h>
-#include <system_error>
-#include <thread>
 #include <unistd.h>
-#include <utility>
 
 namespace Halvorn {
 
 namespace {
 
 constexpr std::size_t kReadSize = 256UL * 1024;
+/// How much is still read of a stream that a stranger to the group holds.
+constexpr std::size_t kMostRest = 2UL * 1024 * 1024;
 /// From the request to end to the kill.
-constexpr auto kGrace = std::chrono::milliseconds(1500);
-/// From the kill to the end of the wait for what no system call can hurry (a defunct grandchild that nobody
-/// reaps).
-constexpr auto kAfterKill = std::chrono::milliseconds(1000);
-/// How often a group is looked at that outlives its leader.
-constexpr int kGroupPollMilliseconds = 5;
+constexpr auto kGrace = HVChildRegistry::kGrace;
+/// From the kill to the end of the wait for zombies that nobody reaps.
+constexpr auto kAfterKill = HVChildRegistry::kAfterKill;
+/// How often a group is looked at that outlives its leader: each look goes through all processes. The wait
+/// doubles from the first to the longest one.
+constexpr std::chrono::milliseconds kFirstGroupWait(5);
+constexpr std::chrono::milliseconds kLongestGroupWait(100);
+/// The longest for a group that is not asked to end: it may work for hours.
+constexpr std::chrono::milliseconds kLongestWorkingGroupWait(1000);
+/// How often a child is looked at whose end no descriptor tells.
+constexpr int kChildPollMilliseconds = 20;
+constexpr int kLongestPollMilliseconds = 60'000;
 
-/// All running children, and whether the process is at its end. Never destroyed.
-struct Registry {
-    std::mutex mutex;
-    std::atomic<bool> ending = false;
-    std::map<pid_t, std::shared_ptr<HVChildProcess>> children;
-
-    static Registry& Shared() {
-        static auto* registry = [] {
-            SetProcessEndFunction(HVEndStage::Children, &HVChildProcess::EndAll);
-            return new Registry;
-        }();
-        return *registry;
+/// What a handler threw, in words.
+std::string WordsOf(std::exception_ptr const& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (std::exception const& exception) {
+        return exception.what();
+    } catch (...) {
+        return "unknown failure";
     }
-};
-
-std::atomic<bool> gMuted = false;
+}
 
 } // namespace
 
-HVChildProcess::HVChildProcess(HVChildSetup setup, pid_t pid, HVDescriptor output, HVDescriptor error)
-    : setup_(std::move(setup)), pid_(pid), output_{std::move(output), std::move(setup_.outputHandler)},
-      error_{std::move(error), std::move(setup_.errorHandler)}, notifier_(pid) {}
-
-int HVChildProcess::Start(HVChildSetup setup, std::shared_ptr<HVChildProcess>& child) {
-    auto& registry = Registry::Shared();
-    HVPipe output;
-    HVPipe error;
-    if (!output.Open() || !error.Open())
-        return errno;
-    for (int const fd : {output.read.Get(), error.read.Get()})
-        (void)fcntl(fd, F_SETFL, O_NONBLOCK);
-    EnlargePipe(output.read.Get());
-
-    HVSpawnRequest const request{
-        setup.exe, setup.args,         ChildEnvironment(setup.runtimePath, setup.pythonPath),
-        -1,        output.write.Get(), error.write.Get()};
-    if (registry.ending)
-        return ECANCELED;
-    pid_t pid = -1;
-    if (int const failure = Spawn(request, pid); failure != 0)
-        return failure;
-    HVGuardian::Shared().Watch(pid);
-    try {
-        child = std::make_shared<HVChildProcess>(std::move(setup), pid, std::move(output.read),
-                                                 std::move(error.read));
-        {
-            std::lock_guard const lock(registry.mutex);
-            registry.children[pid] = child;
-        }
-        std::thread([self = child] { self->Run(); }).detach();
-    } catch (std::exception const&) {
-        kill(-pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-        std::lock_guard const lock(registry.mutex);
-        registry.children.erase(pid);
-        HVGuardian::Shared().Forget(pid);
-        child = nullptr;
-        return EAGAIN;
-    }
-    // One that slipped past the end of the process is ended like the others.
-    if (registry.ending)
-        child->Terminate();
-    return 0;
-}
-
-void HVChildProcess::EndAll() {
-    auto& registry = Registry::Shared();
-    std::map<pid_t, std::shared_ptr<HVChildProcess>> children;
-    // The application is gone but for its memory: none of its functions may be called any more.
-    gMuted = true;
-    registry.ending = true;
-    {
-        std::lock_guard const lock(registry.mutex);
-        children = registry.children;
-    }
-    for (auto const& [pid, child] : children)
-        child->Terminate();
-    auto const limit = Clock::now() + kGrace + kAfterKill + kGrace;
-    for (auto const& [pid, child] : children) {
-        auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
-        child->ended_.Wait(static_cast<unsigned int>(std::max<long long>(left, 0)));
-    }
-    HVGuardian::Shared().Dismiss();
+HVChildProcess::HVChildProcess(HVChildSetup setup) : setup_(std::move(setup)), buffer_(kReadSize, '\0') {
+    output_.handler = std::move(setup_.outputHandler);
+    error_.handler = std::move(setup_.errorHandler);
 }
 
 void HVChildProcess::Terminate() {
@@ -123,7 +64,7 @@ void HVChildProcess::Terminate() {
 
 void HVChildProcess::SignalGroup(int signal) {
     std::lock_guard const lock(mutex_);
-    if (!groupGone_)
+    if (!finished_)
         kill(-pid_, signal);
 }
 
@@ -144,34 +85,39 @@ HVChildEnd HVChildProcess::End() const {
 }
 
 std::shared_ptr<IHVError const> HVChildProcess::DeliveryError() const {
-    std::lock_guard const lock(mutex_);
-    return deliveryError_;
+    std::exception_ptr failure;
+    {
+        std::lock_guard const lock(mutex_);
+        failure = deliveryFailure_;
+    }
+    if (failure == nullptr)
+        return nullptr;
+    return IHVError::MallocError("HVTask", __LINE__, "Deliver", -1, "Error",
+                                 "The tool's output could not be read: %s", WordsOf(failure).c_str());
 }
 
 void HVChildProcess::Run() {
-    std::string buffer(kReadSize, '\0');
     while (!Over())
-        Step(buffer);
-    // Whoever holds the pipes now is not of the group; what the group wrote is still to be read.
+        Step();
+    // What holds the pipes now is not of the group; what the group wrote is still to be read.
     for (auto* stream : {&output_, &error_})
-        for (std::size_t rest = 0; stream->fd.Valid() && rest < (2U << 20); rest += kReadSize)
-            Read(*stream, buffer);
+        for (std::size_t rest = 0; stream->fd.Valid() && rest < kMostRest; rest += kReadSize)
+            Read(*stream);
     Finish();
 }
 
-void HVChildProcess::Step(std::string& buffer) {
-    auto const extra = notifier_.Descriptors();
-    // The notice of the end stays up until the child is reaped, so it is not polled afterwards.
+void HVChildProcess::Step() {
+    auto const extra = notifier_.Descriptors(childEnded_);
     pollfd polled[4] = {{output_.fd.Get(), POLLIN, 0},
                         {error_.fd.Get(), POLLIN, 0},
-                        {childGone_ ? -1 : extra[0], POLLIN, 0},
+                        {extra[0], POLLIN, 0},
                         {extra[1], POLLIN, 0}};
     if (poll(polled, 4, PollTimeout()) < 0 && errno != EINTR)
-        std::this_thread::sleep_for(std::chrono::milliseconds(kGroupPollMilliseconds));
+        std::this_thread::sleep_for(std::chrono::milliseconds(kChildPollMilliseconds));
     if (polled[0].revents != 0)
-        Read(output_, buffer);
+        Read(output_);
     if (polled[1].revents != 0)
-        Read(error_, buffer);
+        Read(error_);
     if (polled[2].revents != 0 || polled[3].revents != 0)
         notifier_.Drain();
     LookAfterChild();
@@ -179,12 +125,13 @@ void HVChildProcess::Step(std::string& buffer) {
     Insist();
 }
 
-void HVChildProcess::Read(Stream& stream, std::string& buffer) {
-    ssize_t const size = read(stream.fd.Get(), buffer.data(), buffer.size());
+void HVChildProcess::Read(Stream& stream) {
+    ssize_t const size = read(stream.fd.Get(), buffer_.data(), buffer_.size());
     if (size > 0) {
-        Deliver(stream, buffer.data(), static_cast<std::size_t>(size));
+        Deliver(stream, buffer_.data(), static_cast<std::size_t>(size));
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
         stream.fd.Reset();
+        groupLookAt_ = {}; // perhaps the last one of the group has ended
     }
 }
 
@@ -199,101 +146,106 @@ void HVChildProcess::Deliver(Stream& stream, char const* bytes, std::size_t size
             static_cast<char const*>(std::memchr(next, '\r', static_cast<std::size_t>(end - next)));
         if (cut == nullptr)
             cut = end;
-        CallHandler(stream, std::string(bytes, cut));
+        CallHandler(stream, bytes, cut);
         bytes = cut;
     }
 }
 
-void HVChildProcess::CallHandler(Stream& stream, std::string chunk) {
-    if (gMuted)
+void HVChildProcess::CallHandler(Stream& stream, char const* begin, char const* end) {
+    // What the handlers lead to may be destroyed by then.
+    if (ProcessIsEnding())
         return;
     try {
-        stream.handler(IHVData::MallocData(std::move(chunk)));
+        stream.handler(IHVData::MallocData(std::string(begin, end)));
         return;
-    } catch (std::exception const& failure) {
-        KeepFailure(failure.what());
     } catch (...) {
-        KeepFailure("unknown failure");
+        KeepFailure();
     }
     stream.handler = nullptr;
     Terminate();
 }
 
-void HVChildProcess::KeepFailure(char const* what) {
-    IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "The tool's output could not be read: %s", what);
-    auto error = IHVError::MallocError("HVTask", __LINE__, "Deliver", -1, "Error",
-                                       "The tool's output could not be read: %s", what);
+/// Inside the catch. Words are made of it later, by a thread that can bear a lack of memory.
+void HVChildProcess::KeepFailure() {
+    IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "A handler of the tool's output has thrown");
     std::lock_guard const lock(mutex_);
-    if (deliveryError_ == nullptr)
-        deliveryError_ = std::move(error);
+    if (deliveryFailure_ == nullptr)
+        deliveryFailure_ = std::current_exception();
 }
 
 void HVChildProcess::LookAfterChild() {
-    if (childGone_)
+    if (childEnded_)
         return;
-    {
-        std::lock_guard const lock(mutex_);
-        // A child that other code of the process has reaped is gone as well.
-        int status = 0;
-        pid_t const result = waitpid(pid_, &status, WNOHANG);
-        childGone_ = result == pid_ || (result < 0 && errno == ECHILD);
-        if (result == pid_)
-            end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
-                    WIFSIGNALED(status) ? WTERMSIG(status) : 0};
-    }
-    if (childGone_ && setup_.endsWithLeader)
+    // It is looked at and not reaped: as long as it is defunct, its number stays the group's.
+    siginfo_t info{};
+    int const result = waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT);
+    reapedByOther_ = result != 0 && errno == ECHILD;
+    childEnded_ = reapedByOther_ || (result == 0 && info.si_pid == pid_);
+    if (childEnded_)
+        groupLookAt_ = {};
+    if (childEnded_ && setup_.endsWithLeader)
         Terminate();
 }
 
 void HVChildProcess::LookAfterGroup() {
-    if (!childGone_)
+    // A child that has ended by itself with both pipes closed needs no look at its group.
+    if (!childEnded_ || groupGone_ || (!terminating_ && !PipesOpen()))
         return;
-    std::lock_guard const lock(mutex_);
-    groupGone_ = groupGone_ || !GroupIsAlive(pid_);
+    auto const now = Clock::now();
+    if (now < groupLookAt_)
+        return;
+    groupGone_ = !GroupIsAlive(pid_);
+    groupWait_ = std::clamp<Clock::duration>(groupWait_ * 2, kFirstGroupWait,
+                                             terminating_ ? kLongestGroupWait : kLongestWorkingGroupWait);
+    groupLookAt_ = now + groupWait_;
 }
 
 void HVChildProcess::Insist() {
-    auto const now = Clock::now();
     if (!terminating_)
         return;
+    auto const now = Clock::now();
     if (insistAt_ == Clock::time_point::max()) {
         insistAt_ = now + kGrace;
+        groupWait_ = {};
+        groupLookAt_ = {};
     } else if (!killed_ && now >= insistAt_) {
         killed_ = true;
         SignalGroup(SIGKILL);
+        groupWait_ = {};
+        groupLookAt_ = now + kFirstGroupWait;
     }
 }
 
-bool HVChildProcess::Over() {
-    if (!childGone_)
+bool HVChildProcess::Over() const {
+    if (!childEnded_)
         return false;
-    {
-        std::lock_guard const lock(mutex_);
-        if (groupGone_)
-            return true;
-    }
-    if (terminating_)
-        return killed_ && Clock::now() >= insistAt_ + kAfterKill;
-    return !PipesOpen();
+    if (groupGone_)
+        return true;
+    return terminating_ ? killed_ && Clock::now() >= insistAt_ + kAfterKill : !PipesOpen();
 }
 
 int HVChildProcess::PollTimeout() const {
-    if (childGone_)
-        return kGroupPollMilliseconds;
     auto until = Clock::time_point::max();
-    if (terminating_)
-        until = killed_ ? until : std::min(insistAt_, Clock::now() + kGrace);
-    int timeout = notifier_.TellsExit() ? -1 : kGroupPollMilliseconds;
+    if (terminating_ && insistAt_ == Clock::time_point::max())
+        return 0; // the request came while the delivery thread was at work
+    if (terminating_ && !killed_)
+        until = insistAt_;
+    else if (terminating_ && childEnded_)
+        until = insistAt_ + kAfterKill;
+    if (childEnded_)
+        until = std::min(until, groupLookAt_);
+    int timeout = endIsTold_ || childEnded_ ? -1 : kChildPollMilliseconds;
     if (until != Clock::time_point::max()) {
         auto const left =
             std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count() + 1;
-        auto const wait = static_cast<int>(std::clamp<long long>(left, 0, 60'000));
+        auto const wait = static_cast<int>(std::clamp<long long>(left, 0, kLongestPollMilliseconds));
         timeout = timeout < 0 ? wait : std::min(timeout, wait);
     }
     return timeout;
 }
 
 void HVChildProcess::Finish() {
+    // First: the number may be another group's as soon as the child is reaped.
     HVGuardian::Shared().Forget(pid_);
     output_.fd.Reset();
     output_.handler = nullptr;
@@ -301,15 +253,25 @@ void HVChildProcess::Finish() {
     error_.handler = nullptr;
     {
         std::lock_guard const lock(mutex_);
-        groupGone_ = true;
+        finished_ = true;
+        Reap();
     }
     CallExitFunctions();
-    {
-        auto& registry = Registry::Shared();
-        std::lock_guard const lock(registry.mutex);
-        registry.children.erase(pid_);
-    }
+    HVChildRegistry::Shared().Remove(pid_);
     ended_.Raise();
+}
+
+/// Under the lock.
+void HVChildProcess::Reap() {
+    if (reapedByOther_)
+        return;
+    // The whole group: where this process is the one that adopts orphans, as in a container, nobody else
+    // reaps those of the group.
+    int status = 0;
+    for (int reaped = 0; (reaped = waitpid(-pid_, &status, WNOHANG)) > 0;)
+        if (reaped == pid_)
+            end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
+                    WIFSIGNALED(status) ? WTERMSIG(status) : 0};
 }
 
 void HVChildProcess::CallExitFunctions() {
@@ -328,6 +290,8 @@ void HVChildProcess::CallExitFunctions() {
             } catch (std::exception const& failure) {
                 IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "After the end of a child: %s",
                                      failure.what());
+            } catch (...) {
+                IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "After the end of a child: a failure");
             }
         }
     }

@@ -1,5 +1,5 @@
 #pragma once
-// A file descriptor that knows its owner.
+// A file descriptor that knows its owner. One thread at a time.
 
 namespace Halvorn {
 
@@ -23,6 +23,8 @@ public:
         fd_ = -1;
         return fd;
     }
+    /// Forgets the old one before it closes it: a forked copy must find no number here that another file has
+    /// by then.
     void Reset(int fd = -1);
 
 private:

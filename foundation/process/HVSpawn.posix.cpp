@@ -1,18 +1,24 @@
 #include "HVSpawn.h"
 #include "HVSystemProcess.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <type_traits>
+#include <utility>
+
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 extern "C" char** environ; // NOLINT(readability-redundant-declaration): not every system declares it
 
 namespace Halvorn {
 
 namespace {
+
+static_assert(std::is_same_v<pid_t, int>, "process ids are ints outside the sources for one system");
 
 constexpr char kNullDevice[] = "/dev/null";
 
@@ -40,9 +46,10 @@ struct SpawnSetup {
         // A session of its own makes a group of its own, and leaves the child without the application's
         // terminal: a tool that wants to ask there for a password would only be stopped, and wait for ever.
         short flags = POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
-        if (int const error = InheritStreamsOnly(actions, flags); error != 0)
+        if (int const error = InheritStreamsOnly(&actions, flags); error != 0)
             return error;
-        // What the application blocks or ignores is its own affair.
+        // A child inherits what the application blocks and ignores. The tool would not end at a request that
+        // is ignored, nor notice that nobody reads what it prints.
         sigset_t none;
         sigset_t all;
         sigemptyset(&none);
@@ -76,19 +83,16 @@ std::string RuntimeFolder(std::string const& path) {
 
 } // namespace
 
-bool HVPipe::Open() {
-    int ends[2] = {-1, -1};
-    if (pipe(ends) != 0)
-        return false;
+int HVPipe::Open() {
+    std::array<int, 2> ends{-1, -1};
+    if (int const error = OpenPipe(ends); error != 0)
+        return error;
     read = HVDescriptor(ends[0]);
     write = HVDescriptor(ends[1]);
-    for (int const fd : ends)
-        if (fcntl(fd, F_SETFD, FD_CLOEXEC) != 0)
-            return false;
-    return true;
+    return 0;
 }
 
-int Spawn(HVSpawnRequest const& request, pid_t& pid) {
+int Spawn(HVSpawnRequest const& request, int& pid) {
     SpawnSetup setup;
     int error = setup.SetStream(STDIN_FILENO, request.input, O_RDONLY);
     if (error == 0)
@@ -126,7 +130,7 @@ std::vector<std::string> ChildEnvironment(std::string const& runtimePath, std::s
     return result;
 }
 
-bool WriteQuietly(int fd, std::string const& text) {
+bool WriteQuietly(int fd, std::string_view text) {
     sigset_t pipeSignal;
     sigset_t before;
     sigset_t pending;

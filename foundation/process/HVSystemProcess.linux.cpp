@@ -1,53 +1,69 @@
 #include "HVSystemProcess.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+
 #include <dirent.h>
 #include <fcntl.h>
-#include <memory>
-#include <string>
+#include <spawn.h>
 #include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Halvorn {
 
-int InheritStreamsOnly(posix_spawn_file_actions_t& actions, short& /*flags*/) {
-    return posix_spawn_file_actions_addclosefrom_np(&actions, 3);
+int OpenPipe(std::array<int, 2>& ends) {
+    return pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno;
+}
+
+int InheritStreamsOnly(void* actions, short& /*flags*/) {
+    return posix_spawn_file_actions_addclosefrom_np(static_cast<posix_spawn_file_actions_t*>(actions), 3);
 }
 
 namespace {
 
-/// Whether the process of this number is alive and of the group (proc(5), "/proc/pid/stat").
-bool AliveInGroup(char const* number, pid_t group) {
-    std::string const path = std::string("/proc/") + number + "/stat";
-    std::unique_ptr<FILE, int (*)(FILE*)> const file(fopen(path.c_str(), "re"), &fclose);
+enum class Membership { None, Alive, Unknown };
+
+/// Whether the process of this number is alive and of the group (proc(5), "/proc/pid/stat"). Without an
+/// allocation, since it runs where none may fail.
+Membership MembershipOf(int proc, char const* number, int group) {
+    char path[64];
+    if (std::snprintf(path, sizeof path, "%s/stat", number) >= static_cast<int>(sizeof path)) // NOLINT
+        return Membership::None;
+    int const file = openat(proc, path, O_RDONLY | O_CLOEXEC);
     char text[512] = {};
-    if (file == nullptr || fread(text, 1, sizeof text - 1, file.get()) == 0)
-        return false;
+    ssize_t const size = file < 0 ? -1 : read(file, text, sizeof text - 1);
+    int const error = errno;
+    if (file >= 0)
+        close(file);
+    if (size <= 0) // a process may end between any two of these calls
+        return size == 0 || error == ENOENT || error == ESRCH ? Membership::None : Membership::Unknown;
     // The name in parentheses may hold anything; behind its end stand state, parent and group.
     char const* const behind = std::strrchr(text, ')');
     char state = 0;
     int parent = 0;
     int itsGroup = 0;
-    return behind != nullptr &&
-           std::sscanf(behind + 1, " %c %d %d", &state, &parent, &itsGroup) == 3 && // NOLINT
-           itsGroup == group && state != 'Z' && state != 'X';
+    if (behind == nullptr || std::sscanf(behind + 1, " %c %d %d", &state, &parent, &itsGroup) != 3) // NOLINT
+        return Membership::Unknown;
+    return itsGroup == group && state != 'Z' && state != 'X' ? Membership::Alive : Membership::None;
 }
 
 } // namespace
 
-bool GroupIsAlive(pid_t group) {
-    if (kill(-group, 0) != 0)
+bool GroupIsAlive(int group) {
+    if (kill(-group, 0) != 0 && errno == ESRCH)
         return false;
-    // Whoever adopts a group's orphans may take its time to reap them, so the signal's word is not enough.
+    // A signal reaches defunct processes as well, so its word is not enough.
     std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), &closedir);
     if (folder == nullptr)
         return true;
     while (dirent const* entry = readdir(folder.get()))
-        if (entry->d_name[0] >= '0' && entry->d_name[0] <= '9' && AliveInGroup(entry->d_name, group))
+        if (entry->d_name[0] >= '0' && entry->d_name[0] <= '9' &&
+            MembershipOf(dirfd(folder.get()), entry->d_name, group) != Membership::None)
             return true;
     return false;
 }
@@ -58,27 +74,38 @@ void EnlargePipe(int fd) {
                 kBytes); // refused beyond the user's share of memory: then the default serves
 }
 
-HVExitNotifier::HVExitNotifier(pid_t pid)
-    : exit_(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))),
-      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+HVExitNotifier::HVExitNotifier()
+    : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), failure_(wake_ < 0 ? errno : 0) {}
 
 HVExitNotifier::~HVExitNotifier() {
-    if (exit_ >= 0)
-        close(exit_);
-    if (wake_ >= 0)
-        close(wake_);
+    CloseInCopy();
+}
+
+bool HVExitNotifier::Watch(int pid) {
+    exit_ = static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); // close-on-exec by its nature
+    return exit_ >= 0;
+}
+
+std::array<int, 2> HVExitNotifier::Descriptors(bool endKnown) const {
+    // The notice of the end stays up until the child is reaped.
+    return {endKnown ? -1 : exit_, wake_};
 }
 
 void HVExitNotifier::Wake() const {
     std::uint64_t const one = 1;
-    if (wake_ >= 0)
-        (void)!write(wake_, &one, sizeof one);
+    (void)!write(wake_, &one, sizeof one);
 }
 
 void HVExitNotifier::Drain() const {
     std::uint64_t count = 0;
+    (void)!read(wake_, &count, sizeof count);
+}
+
+void HVExitNotifier::CloseInCopy() const {
+    if (exit_ >= 0)
+        close(exit_);
     if (wake_ >= 0)
-        (void)!read(wake_, &count, sizeof count);
+        close(wake_);
 }
 
 } // namespace Halvorn

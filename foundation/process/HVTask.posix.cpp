@@ -1,4 +1,4 @@
-#include "HVChildProcess.h"
+#include "HVChildRegistry.h"
 #include "HVMaskedArguments.h"
 #include "IHVLogConfig.h"
 #include "IHVTask.h"
@@ -47,7 +47,7 @@ public:
         HVChildSetup setup{exe,           args,           runtimePath_, pythonPath_, outputHandler_,
                            errorHandler_, endsWithLeader_};
         std::shared_ptr<HVChildProcess> child;
-        if (int const error = HVChildProcess::Start(std::move(setup), child); error != 0)
+        if (int const error = HVChildRegistry::Shared().Start(std::move(setup), child); error != 0)
             return Failure(StartFailure(exe, error));
         child_ = std::move(child);
         return IHVError::MallocSucceed("HVTask", __LINE__, "Launch");

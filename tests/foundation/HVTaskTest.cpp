@@ -1,4 +1,5 @@
 #include "Folder.h"
+#include "HVSystemProcess.h"
 #include "IHVTask.h"
 #include "Recorder.h"
 #include "Text.h"
@@ -10,6 +11,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Halvorn;
@@ -41,21 +45,51 @@ struct ShellRun {
     }
 };
 
+/// As proc(5) has it: 'Z' for a defunct process, 0 for none.
+char StateOf(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
+    std::string const text((std::istreambuf_iterator<char>(status)), {});
+    auto const name = text.rfind(") ");
+    return name == std::string::npos ? '\0' : text[name + 2];
+}
+
 bool GoneWithin(pid_t pid, std::chrono::milliseconds limit) {
     // A defunct process whose parent is slow to reap it does not count.
     auto const gone = [pid] {
-        std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
-        std::string const text((std::istreambuf_iterator<char>(status)), {});
-        return text.empty() || text.find(") Z") != std::string::npos;
+        char const state = StateOf(pid);
+        return state == '\0' || state == 'Z';
     };
     return Eventually(gone, limit);
+}
+
+/// Has a forked copy do the work of an application. Its wait status, and the numbers that it has written.
+std::pair<int, std::vector<pid_t>> Application(std::function<void(std::ofstream&)> const& work) {
+    Folder const folder;
+    pid_t const application = fork();
+    if (application == 0) {
+        std::ofstream report(folder / "report");
+        work(report);
+        std::_Exit(1);
+    }
+    int status = 0;
+    waitpid(application, &status, 0);
+    std::ifstream report(folder / "report");
+    std::vector<pid_t> numbers;
+    for (pid_t number = 0; report >> number;)
+        numbers.push_back(number);
+    return {status, numbers};
 }
 
 } // namespace
 
 TEST(HVTask, DeliversBothStreamsBeforeTheEndIsReported) {
-    // A descriptor of the application that a child must not see.
+    // A descriptor of the application that a child must not see, and signals that it must not be deaf to.
     int const stray = open("/dev/null", O_RDONLY);
+    auto* const handler = std::signal(SIGUSR1, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     for (auto const& [script, expected] : Rows{
              {"printf out; printf err >&2; exit 3", "out|err"},
              {"cat", "|"}, // standard input is empty
@@ -64,6 +98,8 @@ TEST(HVTask, DeliversBothStreamsBeforeTheEndIsReported) {
              {"(sleep 0.2; printf grandchild) & printf child", "childgrandchild|"},
              {"ls /proc/self/fd | tr '\\n' ' '", "0 1 2 3 |"}, // 3 is the folder that ls reads
              {"ps -o pgid= -p $$ | tr -d ' \\n' | grep -qx $$ && printf own", "own|"},
+             {"kill -USR1 $$; printf deaf", "|"},
+             {"kill -USR2 $$; printf deaf", "|"},
              {"(: </dev/tty) 2>/dev/null || printf none", "none|"}, // there is no terminal to ask at
          }) {
         ShellRun run;
@@ -72,6 +108,8 @@ TEST(HVTask, DeliversBothStreamsBeforeTheEndIsReported) {
         EXPECT_EQ(Text(run.out, run.err), expected) << script;
     }
     close(stray);
+    std::signal(SIGUSR1, handler);
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
     ShellRun run;
     run.Start(R"(printf 'a\rb\r\rc\n\rd')");
     run.task->WaitExit(HVInfiniteTimeOut);
@@ -123,21 +161,115 @@ TEST(HVTask, EndsThoughAStrangerHoldsThePipes) {
     kill(run.PrintedPid(), SIGKILL);
 }
 
+TEST(HVTask, ItsNumberIsTakenUntilItsGroupIsGone) {
+    // The one that lives on ignores the request and holds no pipe.
+    ShellRun run;
+    run.Start("(trap '' TERM; exec sleep 60 >/dev/null 2>&1) & echo $$; exec sleep 60");
+    pid_t const pid = run.PrintedPid();
+    run.task->Terminate();
+    EXPECT_TRUE(Eventually([pid] { return StateOf(pid) == 'Z'; }, 1s)) << "the number is free, and signalled";
+    EXPECT_EQ(run.task->WaitExit(10'000), HVErrSuccess);
+    EXPECT_EQ(StateOf(pid), '\0');
+}
+
+TEST(HVTask, ReapsTheOrphansThatItAdopts) {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    ShellRun run;
+    run.Start("(sleep 60 & echo $!); exec sleep 60");
+    pid_t const orphan = run.PrintedPid();
+    run.task->Terminate();
+    EXPECT_EQ(run.task->WaitExit(10'000), HVErrSuccess);
+    EXPECT_EQ(StateOf(orphan), '\0');
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+}
+
+TEST(HVTask, NeedsNoMoreThanItsDescriptors) {
+    ShellRun().Start("true"); // the guardian has its own
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    rlimit const few{64, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    std::vector<int> taken;
+    for (int fd = 0; (fd = dup(STDIN_FILENO)) >= 0;)
+        taken.push_back(fd);
+    // One for the wake-up, four for the streams, one that tells the end.
+    for (int left = 0; left <= 6; ++left) {
+        ShellRun run;
+        auto const start =
+            run.task->Launch("/bin/sh", {"-c", "trap '' TERM; echo $$; sleep 60 & wait"}, true);
+        EXPECT_EQ(start->Succeed(), left >= 5) << left;
+        if (start->Succeed()) {
+            pid_t const pid = run.PrintedPid();
+            EXPECT_EQ(left == 6 || GroupIsAlive(pid), true) << "it can't be looked at";
+            run.task->Terminate();
+            EXPECT_EQ(run.task->WaitExit(5000), HVErrSuccess) << left;
+            EXPECT_TRUE(GoneWithin(pid, 100ms));
+        } else {
+            EXPECT_THAT(start->GetErrorMessage(), testing::HasSubstr("Too many open files"));
+        }
+        close(taken.back());
+        taken.pop_back();
+    }
+    for (int const fd : taken)
+        close(fd);
+    setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST(HVTask, AForkedCopyIsNotTheApplication) {
+    ShellRun run;
+    run.Start("echo $$; exec sleep 60");
+    pid_t const child = run.PrintedPid();
+    auto const begin = Clock::now();
+    auto const [status, own] = Application([](std::ofstream& report) {
+        ShellRun its; // it has children of its own, and ends those
+        its.Start("echo $$; exec sleep 60");
+        report << its.PrintedPid() << std::flush;
+        std::exit(7);
+    });
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_LT(Clock::now() - begin, 1s);
+    ASSERT_EQ(own.size(), 1U);
+    EXPECT_TRUE(GoneWithin(own[0], 100ms));
+    EXPECT_EQ(run.task->WaitExit(0), HVErrTimeout);
+    EXPECT_EQ(StateOf(child), 'S') << "the copy has ended the application's child";
+    run.task->Terminate();
+    EXPECT_EQ(run.task->WaitExit(10'000), HVErrSuccess);
+}
+
 TEST(HVTask, ChildrenDieWithTheApplication) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    auto const report = std::filesystem::temp_directory_path() / ("hvtask" + std::to_string(getpid()));
-    setenv("HVTASK_REPORT", report.c_str(), 0); // the application is another process, which keeps the name
-    EXPECT_EXIT(
-        {
-            ShellRun run;
-            run.Start("trap '' TERM; sleep 60 & echo $!; wait");
-            std::ofstream(std::getenv("HVTASK_REPORT")) << run.PrintedPid();
-            raise(SIGKILL);
-        },
-        testing::KilledBySignal(SIGKILL), "");
-    pid_t child = 0;
-    std::ifstream(report) >> child;
-    EXPECT_GT(child, 0);
-    EXPECT_TRUE(GoneWithin(child, 5s));
-    std::filesystem::remove(report);
+    auto const [status, pids] = Application([](std::ofstream& report) {
+        // One has ended, and its number may be another's: what it has left behind stands for that one.
+        ShellRun ended;
+        ended.Start("sleep 60 >/dev/null 2>&1 & echo $!");
+        ended.task->WaitExit(HVInfiniteTimeOut);
+        ShellRun run;
+        run.Start("trap '' TERM; sleep 60 & echo $!; wait");
+        // A copy that lives on does not stand for the application.
+        pid_t const copy = fork();
+        if (copy == 0)
+            for (;;)
+                pause();
+        report << ended.PrintedPid() << ' ' << run.PrintedPid() << ' ' << copy << std::flush;
+        raise(SIGKILL);
+    });
+    ASSERT_EQ(pids.size(), 3U);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+    EXPECT_TRUE(GoneWithin(pids[1], 5s));
+    EXPECT_EQ(StateOf(pids[0]), 'S') << "the guardian was not told of an end";
+    kill(pids[0], SIGKILL);
+    kill(pids[2], SIGKILL);
+}
+
+TEST(HVTask, ChildrenEndBeforeTheTemporaryFolderGoes) {
+    Folder const folder;
+    auto const [status, pids] = Application([&](std::ofstream&) {
+        ShellRun run;
+        run.Start("trap 'ls -d " + IHVFileProvider::GetTmpPath() + " > " + (folder / "seen") +
+                  "; exit' TERM; echo $$; while :; do sleep 0.01; done");
+        std::exit(run.PrintedPid() > 0 ? 7 : 1);
+    });
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    std::string const seen = folder.Get("seen");
+    EXPECT_NE(seen, "") << "the folder went first";
+    EXPECT_FALSE(std::filesystem::exists(seen.substr(0, seen.find('\n'))));
 }
