@@ -3,6 +3,7 @@
 #include "HVArgsBuilder.h"
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
+#include "HVTmpFolder.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
@@ -49,8 +50,9 @@ void HVDownloadTaskDownload::asyncProgressTask() {
     }
     std::string const folder = IHVFileProvider::GetTmpPath();
     if (folder.empty()) {
-        notifyTaskComplete(
-            IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Can't make a temporary folder."));
+        notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",
+                                                 "Can't make a temporary folder in \"%s\".",
+                                                 SystemTmpFolder().c_str()));
         return;
     }
     TempFile file;

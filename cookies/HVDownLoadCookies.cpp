@@ -1,8 +1,10 @@
 #include "HVDownLoadCookies.h"
 
 #include "HVArgsBuilder.h"
+#include "HVAtomicFile.h"
 #include "HVCallback.h"
 #include "HVFileReservation.h"
+#include "HVPrivateFile.h"
 #include "HVToolRun.h"
 #include "IHVBase64Codec.h"
 #include "IHVCookieMessage.h"
@@ -12,9 +14,8 @@
 #include "IHVThread.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <utility>
 
@@ -22,6 +23,8 @@ namespace Halvorn {
 
 namespace {
 
+/// The tool reads the file before it writes it, and refuses one without this line.
+constexpr std::string_view kEmptyCookiesFile = "# Netscape HTTP Cookie File\n";
 constexpr unsigned int PollMilliseconds = 500;
 /// How long the tool is given to read a browser's cookies, in milliseconds: the desktop may ask the user for
 /// the password of its key ring meanwhile.
@@ -74,6 +77,10 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
         return Failure(__LINE__, "Browser is unknown.");
     auto const file =
         IHVFileProvider::CreateUniquePathFile(IHVFileProvider::CreateRandomFileName("", 10), "txt", path);
+    // Where it can't be made, the tool says why.
+    HVPrivateFile made(file);
+    if (made.Make(kEmptyCookiesFile) == EEXIST) // a link, put there since the name was chosen
+        return Failure(__LINE__, "failed to creater cookies file. The name is taken.");
     {
         std::lock_guard const lock(mutex_);
         cookiesPathFile_ = file;
@@ -89,7 +96,7 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
     // The tool complains about the missing address even when it has written the file: the file decides.
     if (!errorText.empty())
         IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
-    if (IHVFileProvider::PathFileExist(file))
+    if (made.Written())
         return IHVError::MallocSucceed("HVDownLoadCookies", __LINE__, "GenerateCookiesFile");
     return Failure(__LINE__, ("failed to creater cookies file. " + errorText).c_str());
 }
@@ -181,18 +188,13 @@ std::string HVDownloadCookies::CreateCookiePath(std::string const& folder, HVDow
 bool HVDownloadCookies::SaveStringToFile(std::string const& data, std::string const& path) {
     if (path.empty())
         return false;
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    if (!file) {
-        IHVLogConfig::Printf("HVDownloadCookies::SaveStringToFile,Create File fail");
-        return false;
-    }
-    // Cookies are as good as a password: nobody else reads them, not even for a moment.
-    std::error_code ignored;
-    std::filesystem::permissions(
-        path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, ignored);
-    file.write(data.data(), static_cast<std::streamsize>(data.size()));
-    file.close();
-    return true;
+    // Cookies are as good as a password: the file is the user's alone from its first moment, and takes the
+    // place of a link instead of following it.
+    HVAtomicFile file(path);
+    if (file.Open(0600) == 0 && file.Write(data) == 0 && file.Commit(true) == 0)
+        return true;
+    IHVLogConfig::Printf("HVDownloadCookies::SaveStringToFile,Create File fail");
+    return false;
 }
 
 std::string HVDownloadCookies::CookiesPluginInstallerURL(HVDownloadBrowser) {

@@ -21,7 +21,7 @@ int RunCookies(HVSession& session, HVRequest& request) {
     }
     std::string fault = SetUpTools(request);
     if (fault.empty())
-        fault = MakeFolder(request.folder);
+        fault = MakeFolder(request.folder, HVFolderUse::Secrets);
     if (!fault.empty()) {
         session.Console().Error(fault);
         return HVExitFailed;

@@ -5,8 +5,15 @@
 
 namespace Halvorn {
 
+/// What a folder is for, and so who may do what in it if it has to be made.
+enum class HVFolderUse {
+    Files,    ///< as the user's umask says
+    Programs, ///< nobody else writes: what is in it is run
+    Secrets,  ///< nobody else looks in
+};
+
 /// Makes the folder, with those above it, where it is missing. Returns why files can't go into it; empty when
 /// they can.
-std::string MakeFolder(std::string const& folder);
+std::string MakeFolder(std::string const& folder, HVFolderUse use);
 
 } // namespace Halvorn

@@ -159,7 +159,7 @@ void GetCommand::Fail(std::string const& message) {
 int RunGet(HVSession& session, HVRequest& request) {
     std::string fault = SetUpTools(request);
     if (fault.empty())
-        fault = MakeFolder(request.folder);
+        fault = MakeFolder(request.folder, HVFolderUse::Files);
     if (!fault.empty()) {
         session.Console().Error(fault);
         return HVExitFailed;

@@ -48,8 +48,8 @@ int Tell(HVConsole& console, IHVDownloadPlugin::UpdateOutcome const& outcome) {
 
 int RunToolsUpdate(HVSession& session, HVRequest& request) {
     std::string const folder = LocalToolFolder(request);
-    std::string const fault =
-        folder.empty() ? "there is no place for a local copy; name a folder with --tool" : MakeFolder(folder);
+    std::string const fault = folder.empty() ? "there is no place for a local copy; name a folder with --tool"
+                                             : MakeFolder(folder, HVFolderUse::Programs);
     if (!fault.empty()) {
         session.Console().Error(fault);
         return HVExitFailed;

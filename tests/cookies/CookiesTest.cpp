@@ -13,6 +13,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include <sys/stat.h>
+
 namespace Halvorn {
 namespace {
 
@@ -125,6 +127,19 @@ TEST_F(Cookies, FileByTheTool) {
     EXPECT_EQ(log_.Take(), std::vector<std::string>{"1 ERROR: no %s address\n."});
 }
 
+// Also from a tool that only opens it, and whatever the umask of the process is.
+TEST_F(Cookies, FileByTheToolIsTheUsersAloneFromItsFirstMoment) {
+    auto const before = umask(0);
+    ShellTool("head -1 \"$4\" >\"$0.head\"; ls -l \"$4\" | cut -c1-10 >\"$4\"");
+    EXPECT_TRUE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
+    umask(before);
+    EXPECT_EQ(Bytes(record_->GetCookiesPathFile()), "-rw-------\n");
+    EXPECT_EQ(Bytes(Path("yt-dlp.head")), "# Netscape HTTP Cookie File\n");
+    ShellTool("exit 1");
+    EXPECT_FALSE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
+    EXPECT_FALSE(fs::exists(record_->GetCookiesPathFile())) << "an empty file is left";
+}
+
 TEST_F(Cookies, FailuresOfTheTool) {
     auto const message = [&](std::string const& folder, HVDownloadBrowser browser) {
         return record_->GenerateCookiesFile(folder, browser)->GetErrorMessage();
@@ -192,6 +207,12 @@ TEST_F(Cookies, ProbedBrowserStandsIn) {
     fs::create_directory(path);
     EXPECT_EQ(Run(HVDownloadBrowserUnknown)->path, path);
     EXPECT_EQ(log_.Take().size(), 1U);
+    fs::remove(path);
+    Put("other", "not ours");
+    fs::create_symlink(Path("other"), path);
+    Run(HVDownloadBrowserUnknown);
+    EXPECT_EQ(Bytes(path), std::string("\0\xFF\n%", 4));
+    EXPECT_EQ(Bytes(Path("other")), "not ours") << "a link in the file's place was followed";
 }
 
 TEST_F(Cookies, OneRunAtATime) {

@@ -5,7 +5,9 @@ REELHAUL_TEST_SCALE is the share of 200 kills that are done, a twentieth unless 
 
 import os
 import random
+import shutil
 import subprocess
+import tempfile
 import time
 from pathlib import Path
 
@@ -41,6 +43,9 @@ class KillTest(DisasterTest):
         self.assertEqual(left, [])
 
     def test_at_random_moments(self):
+        # Where there is another file system, a finished file has to be copied to it.
+        self.out = Path(tempfile.mkdtemp(dir="/dev/shm" if Path("/dev/shm").is_dir() else self.folder))
+        self.addCleanup(shutil.rmtree, self.out)
         pages = [self.page(name) for name in ("merged-mp4", "combined", "dash", "two-languages")]
         command = self.get_command("--jobs", "3", *pages)
         begin = time.monotonic()
@@ -50,21 +55,28 @@ class KillTest(DisasterTest):
         moments.seed(seed)
         kills = max(3, round(200 * float(os.environ.get("REELHAUL_TEST_SCALE", 0.05))))
         for number in range(kills):
-            for file in self.out.iterdir():
+            for file in self.out.glob("[!.]*"):
                 file.unlink()
             with subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL,
                                   stderr=subprocess.DEVNULL) as process:
                 time.sleep(moments.uniform(0, whole))
                 process.kill()
             self.wait_for_processes()
-            files = [file for file in self.out.iterdir() if not file.name.startswith(".")]
+            files = list(self.out.glob("[!.]*"))
             finished += len(files)
             for file in files:
                 self.assertAlmostEqual(seconds_of(file), 8, delta=0.3, msg=f"{file} after kill {number} of seed {seed}")
+        for file in self.out.glob(".*"):
+            self.assertRegex(file.name, r"^\.reelhaul-[0-9a-z]{12}\.part$")
+            os.utime(file, (0, 0))  # as if some minutes had passed
         print(f"{kills} kills within {whole:.1f} s, {finished} whole files (seed {seed})")
-        # The next one that makes a temporary folder removes what the killed ones left.
+        # The next one that makes a temporary folder removes what the killed ones left, or brings it home; the next one
+        # that uses the folder removes the halves in it.
         subprocess.run(self.get_command(pages[1]), env=self.environment, check=True, stdout=subprocess.DEVNULL)
         self.assertEqual(self.left(), [])
+        self.assertEqual(list(self.out.glob(".*")), [])
+        for file in self.out.iterdir():
+            self.assertAlmostEqual(seconds_of(file), 8, delta=0.3)
 
 
 class SmallDiskTest(DisasterTest):
@@ -89,10 +101,12 @@ class SmallDiskTest(DisasterTest):
                 self.assertEqual(list(self.out.iterdir()), [])
 
     def test_no_folder_for_what_is_under_way(self):
-        self.environment["TMPDIR"] = "/proc"
-        run = subprocess.run(self.get_command(self.page("combined")), env=self.environment, text=True, capture_output=True)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("Can't make a temporary folder", run.stderr)
+        # A folder that takes nothing is named; what is none is passed over, as a relative one is.
+        for folder, status, words in (("/proc", 1, 'Can\'t make a temporary folder in "/proc"'), (__file__, 0, ""), ("/none", 0, "")):
+            run = subprocess.run(self.get_command(self.page("combined")), env={**self.environment, "TMPDIR": folder}, text=True,
+                                 capture_output=True)
+            self.assertEqual(run.returncode, status, run.stderr)
+            self.assertIn(words, run.stderr)
 
     def test_no_room_where_the_file_goes(self):
         run = self.run_on_small_disk(self.out, 64, *self.get_command(self.page("combined")), fill='echo mine >"$at/mine"')

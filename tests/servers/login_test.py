@@ -1,8 +1,11 @@
 """Sites that ask who comes, and what stands between the tool and them: proxies, logins, certificates, cookies."""
 
+import os
 import sqlite3
+import stat
 import subprocess
 import time
+from pathlib import Path
 from urllib.parse import urlsplit
 
 from servers import HERE, SITE, ServerTest
@@ -106,9 +109,14 @@ class CookieTest(ServerTest):
                           " ('member', 'yes', '127.0.0.1', '/', ?, 0)", (int(time.time()) + 3600,))
         store.close()
         self.succeeds("info", "--cookies-from-browser", "firefox", self.wanted, **self.home)
-        run = self.succeeds("cookies", "firefox", "-o", self.folder / "made", **self.home)
-        made = run.stdout.split()[-1]
+        self.addCleanup(os.umask, os.umask(0))
+        run = self.succeeds("cookies", "firefox", "-o", self.folder / "secrets/made", **self.home)
+        made = Path(run.stdout.split()[-1])
+        self.assertEqual([stat.filemode(path.stat().st_mode) for path in (made, made.parent, made.parent.parent)],
+                         ["-rw-------", "drwx------", "drwx------"])
         self.succeeds("info", "--cookies", made, self.wanted)
+        self.run_command("tools", "update", REELHAUL_TOOL_DIR=self.folder / "tools", REELHAUL_RELEASE_API="http://127.0.0.1:1/")
+        self.assertEqual(stat.filemode((self.folder / "tools").stat().st_mode), "drwxr-xr-x")
 
     def test_from_the_profile_of_a_real_chromium(self):
         profile = self.folder / "home/.config/chromium"
