@@ -70,16 +70,13 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     run.SetJSRuntimePath(GetJSRuntimePath());
     run.SetOptions(GetMutableOptions().get());
     // The run may be left before the child's end: the handler keeps the task.
-    run.SetOutputHandler([this, self = shared_from_this()](std::string const& text) {
-        if (!over_)
-            ParseDownloadOutputInfo(text);
-    });
+    run.SetOutputHandler(
+        [this, self = shared_from_this()](std::string const& text) { ParseDownloadOutputInfo(text); });
     run.SetStop(Stop());
     run.LeaveAfterStop();
     auto const outcome = run.Run();
     if (outcome.startError != nullptr)
         return outcome.startError;
-    over_ = true;
     auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
     RemoveLeftovers(run, file);
     return result;

@@ -51,8 +51,6 @@ private:
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;
     std::atomic<float> progress_ = 0.0F;
-    /// Set once the result is known: what a stopped child still prints is no progress any more.
-    std::atomic<bool> over_ = false;
 };
 
 } // namespace Halvorn

@@ -68,7 +68,7 @@ private:
     void Notify(std::function<void(IHVDownloadTaskDelegate&)> call);
 
     HVCallbackSlot<IHVDownloadTaskDelegate*> taskDelegate_;
-    mutable std::mutex mutex_; // guards what follows, down to the flags
+    mutable std::mutex mutex_; // guards what follows, down to the path
     std::shared_ptr<IHVDownloadTaskDelegate> ownDelegate_;
     std::shared_ptr<IHVDownloadOptions> taskOptions_;
     std::shared_ptr<IHVThread> taskThread_;

@@ -4,9 +4,10 @@
 ///
 /// Thread-safety: the file name and the downloaded file may be set and read from any thread at any time; for
 /// the rest it has none of its own. The analysis fills an item before its delegate gets it; after that the
-/// application and a download of the item use it in turn: change nothing while the download runs. No
-/// operation blocks. Ownership: held by shared pointers. An item holds its formats, subtitles and thumbnail;
-/// it only observes its playlist.
+/// application and a download of the item use it in turn. A controller takes the choice when it is asked to
+/// start, so the item may be changed for another one after that; a task of IHVDownloadTask reads the item
+/// while it runs. No operation blocks. Ownership: held by shared pointers. An item holds its formats,
+/// subtitles and thumbnail; it only observes its playlist.
 
 #include "HVExport.h"
 #include "IHVDownloadFormat.h"

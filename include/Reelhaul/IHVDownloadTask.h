@@ -5,8 +5,8 @@
 ///
 /// Thread-safety: set delegate, options and runtime path before `StartTask`. `StopTask`, `WaitFinish`,
 /// `SetDelegate` and the getters may be called from any thread at any time. Ownership: shared pointers. A
-/// started task keeps itself alive until its work is done, so its last pointer may be dropped at any moment;
-/// its delegate is not owned.
+/// started task keeps itself alive until its work is done and its reports are made, so its last pointer may
+/// be dropped at any moment; its delegate is not owned.
 
 #include "HVConstants.h"
 #include "HVExport.h"
@@ -76,7 +76,7 @@ public:
     ///@}
     /// Blocks for at most so many milliseconds until the work is done: HVErrSuccess, or HVErrTimeout when the
     /// time ran out, or HVErrFailure for a task that was not started. Not to be called from a delegate's
-    /// operation.
+    /// operation. With an IHVCallbackDispatcher reports may still wait in it.
     virtual int WaitFinish(unsigned int milliseconds) = 0;
 
     /// Whether StopTask was called while the run was under way. A stopped analysis may report a failure or a

@@ -3,11 +3,12 @@
 /// What a task reports to its owner: implemented by an application for an analysis and by the library's
 /// controllers for downloads.
 ///
-/// Thread-safety: the operations are called on the task's threads, never on the application's: a delegate
-/// that touches a user interface has to change threads itself. `DownloadTaskProgress` of a download comes on
-/// the thread that delivers the tool's output, all else on the task's worker thread. A call that blocks holds
-/// the task up. Ownership: a task does not own its delegate; keep the delegate alive until
-/// `DownloadTaskCompleted` has returned.
+/// Thread-safety: the operations are called on the task's threads, unless the application has set an
+/// IHVCallbackDispatcher, which brings them to a thread of its own. `DownloadTaskProgress` of a download
+/// comes on the thread that delivers the tool's output, all else on the task's worker thread. A call that
+/// blocks holds the task up; what a call throws is logged and changes nothing. Ownership: a task does not own
+/// its delegate; keep the delegate alive until `SetDelegate` of the task has replaced it, or, for an analysis
+/// without a dispatcher, until `WaitFinish` has reported the end.
 
 #include "HVExport.h"
 #include "IHVError.h"
