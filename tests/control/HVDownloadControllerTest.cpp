@@ -84,7 +84,7 @@ TEST_F(Controller, GoesThroughItsStates) {
              {"exit 1", "start end start end", "1>3 3>5 Error 5>3 3>5 Error|5|Error"},
              {"exit 1", "start end reset", "1>3 3>5 Error 5>1|1|"},
              {"exit 1", "stop pause", "|1|"},
-             {"exit 1", "pending pending stop", "1>2|2|"},
+             {"exit 1", "pending pending stop wait", "1>2|2|"},
              {"exit 1", "pending start end", "1>2 2>3 3>5 Error|5|Error"},
              {"exit 1", "cancel pending cancel start end cancel", "1>2 2>1 1>3 3>5 Error|5|Error"},
              {hang, "start up wait cancel end", "1>3 3>6 Cancel|6|"},

@@ -329,11 +329,15 @@ TEST_F(Queue, LosesNoPlaceToARowThatGoesWhileItIsBeingStarted) {
 TEST_F(Queue, TakesOnePlaceForAControllerInTwoRows) {
     auto const first = Add("wait go");
     queue_->AddController({first, first});
-    Add("wait go");
+    EXPECT_TRUE(queue_->RemoveController(first)); // one row of three
+    Add("wait go1");
+    auto const last = Add("exit 1");
     queue_->SetConcurrentDownload(2);
     EXPECT_EQ(queue_->StartAll().size(), 2U);
-    EXPECT_EQ(States(), (Rows{3, 3, 3, 3}));
+    EXPECT_EQ(States(), (Rows{3, 3, 3, 2}));
     Put("go");
+    EXPECT_TRUE(Eventually([&] { return last->DownloadWasDone(); }));
+    Put("go1");
     EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
 }
 
