@@ -194,22 +194,27 @@ TEST_F(Controller, TakesTheChoiceWhenItIsAskedToStart) {
     EXPECT_TRUE(other->LoadFromJsonObject(std::make_shared<HVJsonObjectFormat>(IHVJsonReader::ReadJsonString(
         R"({"format_id":"22","ext":"webm","vcodec":"h264","acodec":"aac"})", nullptr))));
     item->AddDownloadFormat(other);
+    item->AddDownloadSubtitle(std::make_shared<HVDownloadSubtitle>());
+    item->SetCurrentSubtitleIndex(0);
     auto const queue = IHVDownloadControllers::MallocDownloadControllers();
     queue->SetConcurrentDownload(1);
     for (int row = 0; row < 2; ++row) {
         queue->AddController(IHVDownloadController::MallocDownloadController(item, out_));
         item->SetCurrentFormatIndex(row);
+        item->CurrentDownloadSubtitle()->SetCurrentSubtitleFormat(row == 0 ? "vtt" : "srt");
         item->SetFileName("name " + std::to_string(row));
         queue->StartRows({row});
     }
     item->SetCurrentFormatIndex(0);
+    item->CurrentDownloadSubtitle()->SetCurrentSubtitleFormat("ttml");
     queue->GetController(1)->SetDownloadOutputName("given");
     EXPECT_EQ(queue->WaitFinish(60'000), HVErrSuccess);
     EXPECT_EQ(FilesIn(out_), (std::set<std::string>{"given.webm", "name 0.mp4"}));
     EXPECT_EQ(queue->GetController(0)->DownloadOutputPathFile(), out_ + "/name 0.mp4");
     EXPECT_EQ(queue->GetController(1)->DownloadOutputPathFile(), out_ + "/given.webm");
     EXPECT_EQ(queue->GetController(1)->DownloadItem(), item);
-    EXPECT_THAT(Starts(), testing::ElementsAre(testing::HasSubstr(" 18 "), testing::HasSubstr(" 22 ")));
+    EXPECT_THAT(Starts(), testing::ElementsAre(testing::ContainsRegex(" vtt .* 18 "),
+                                               testing::ContainsRegex(" srt .* 22 ")));
 }
 
 TEST_F(Controller, ReportsByWayOfTheDispatcher) {
