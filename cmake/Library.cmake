@@ -31,6 +31,8 @@ set_target_properties(reelhaul_objects PROPERTIES
 target_include_directories(reelhaul_objects PUBLIC ${header_folders})
 target_include_directories(reelhaul_objects SYSTEM PRIVATE ${RAPIDJSON_INCLUDE_DIR})
 target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION="${PROJECT_VERSION}")
+# Threads run on while the process ends: no object of the library may be gone by then.
+target_compile_options(reelhaul_objects PRIVATE $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wexit-time-destructors>)
 target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}
                       PRIVATE CURL::libcurl)
 
@@ -51,6 +53,12 @@ if(APPLE)
   set_target_properties(reelhaul PROPERTIES FRAMEWORK ON FRAMEWORK_VERSION A OUTPUT_NAME Reelhaul
     PUBLIC_HEADER "${REELHAUL_PUBLIC_HEADER_FILES}" MACOSX_FRAMEWORK_IDENTIFIER reelhaul.Reelhaul
     MACOSX_FRAMEWORK_SHORT_VERSION_STRING ${PROJECT_VERSION} MACOSX_FRAMEWORK_BUNDLE_VERSION ${PROJECT_VERSION})
+endif()
+
+# A plug-in that links the library may be unloaded while a thread of the library runs: the library stays. (On macOS it
+# sees to that itself.)
+if(NOT APPLE)
+  target_link_options(reelhaul PRIVATE -Wl,-z,nodelete)
 endif()
 
 # Templates of the standard library are visible by their own headers' wish; they are no interface of ours.

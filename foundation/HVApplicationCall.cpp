@@ -1,5 +1,6 @@
 #include "HVApplicationCall.h"
 
+#include "HVProcessEnd.h"
 #include "IHVLogConfig.h"
 
 #include <atomic>
@@ -37,10 +38,15 @@ void RegisterMark() {
     static_cast<void>(std::atexit(MarkEnd));
 }
 
+/// The other threads' calls never end in a forked copy, whose own end must not wait for them.
+void ForgetInCopy() {
+    gCalls = tCalls;
+}
+
 /// Counts the call before the mark is looked at, and MarkEnd sets the mark before it looks at the count: one
 /// of the two sees the other.
 bool Enter() {
-    static bool const registered = (RegisterMark(), true);
+    static bool const registered = (RegisterMark(), AddForkFunctions({nullptr, nullptr, ForgetInCopy}), true);
     static_cast<void>(registered);
     ++gCalls;
     ++tCalls;

@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace Halvorn {
@@ -103,7 +104,7 @@ std::shared_ptr<IHVError const> HVDownloadTaskParser::ParseFatalError(std::strin
 }
 
 int HVDownloadTaskParser::ParseSearchResult(std::string const& output) {
-    static std::string const kItemOfMany = "Downloading item 1 of ";
+    constexpr std::string_view kItemOfMany = "Downloading item 1 of ";
     if (auto const marker = output.find(kItemOfMany); marker != std::string::npos) {
         auto const begin = marker + kItemOfMany.size();
         auto const end = output.find('\n', begin);

@@ -6,6 +6,7 @@
 #include "IHVLogConfig.h"
 #include "IHVThread.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -15,7 +16,11 @@ namespace Halvorn {
 
 namespace {
 
-/// Never destroyed: a download may ask for it until the very end of the process.
+struct TmpFolder;
+std::atomic<TmpFolder*> gTmpFolder = nullptr;
+
+/// Of this process: a forked copy makes one of its own. Never destroyed: a download may ask for it until the
+/// very end of the process.
 struct TmpFolder {
     std::mutex mutex;
     HVTmpFolder folder;
@@ -23,8 +28,19 @@ struct TmpFolder {
     bool ended = false;                 ///< the process is ending: a new folder would stay behind
 
     static TmpFolder& Shared() {
-        static auto* folder = new TmpFolder;
-        return *folder;
+        if (TmpFolder* const folder = gTmpFolder)
+            return *folder;
+        static bool const forkIsHandled = (AddForkFunctions({nullptr, nullptr, ForgetInCopy}), true);
+        static_cast<void>(forkIsHandled);
+        auto fresh = std::make_unique<TmpFolder>();
+        TmpFolder* expected = nullptr;
+        if (gTmpFolder.compare_exchange_strong(expected, fresh.get()))
+            expected = fresh.release();
+        return *expected;
+    }
+    static void ForgetInCopy() {
+        if (TmpFolder const* const parents = gTmpFolder.exchange(nullptr))
+            parents->folder.CloseInCopy();
     }
 };
 
@@ -71,8 +87,6 @@ std::string IHVFileProvider::GetTmpPath() {
         return shared.folder.Path();
     if (shared.ended)
         return {};
-    if (!shared.folder.IsOwn())
-        shared.cleaner = nullptr; // a forked process has its parent's, without the thread
     std::string const parent = SystemTmpFolder();
     if (!shared.folder.Make(parent)) {
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't make a temporary folder in \"%s\"",

@@ -34,6 +34,9 @@ public:
     std::set<std::string> Kept() const;
     /// Removes the folder, but for what is kept. Does nothing in a forked process.
     void End();
+    /// In a forked copy of the process, on its only thread: lets go of the lock. Does what a signal handler
+    /// may.
+    void CloseInCopy() const;
 
     /// Removes the entries of the folder `path` that begin with `stem`, but for those in `keep`.
     static void RemoveEntries(std::string const& path, std::string const& stem,

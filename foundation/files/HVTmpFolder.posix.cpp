@@ -223,6 +223,12 @@ void HVTmpFolder::RemoveEntries(std::string const& path, std::string const& stem
             RemoveTree(folder.Get(), name);
 }
 
+void HVTmpFolder::CloseInCopy() const {
+    // Held here as well, it would have the folder look in use for as long as the copy lives.
+    if (lock_.Valid())
+        close(lock_.Get());
+}
+
 void HVTmpFolder::End() {
     if (!IsOwn())
         return;

@@ -1,8 +1,10 @@
 #include "HVHTTPThreads.h"
 
 #include "HVHTTPRequest.h"
+#include "HVProcessEnd.h"
 #include "IHVThread.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -17,7 +19,11 @@ namespace {
 
 constexpr std::chrono::seconds kEndPatience(2);
 
-/// Never destroyed: requests run on threads that nobody joins.
+struct Requests;
+std::atomic<Requests*> gRequests = nullptr;
+
+/// Of this process: a forked copy has none of the threads, and its end must not wait for them. Never
+/// destroyed: requests run on threads that nobody joins.
 struct Requests {
     std::mutex mutex;
     std::condition_variable changed;
@@ -26,8 +32,13 @@ struct Requests {
     bool stopping = false;
 
     static Requests& Shared() {
-        static auto* requests = new Requests;
-        return *requests;
+        if (Requests* const requests = gRequests)
+            return *requests;
+        auto fresh = std::make_unique<Requests>();
+        Requests* expected = nullptr;
+        if (gRequests.compare_exchange_strong(expected, fresh.get()))
+            expected = fresh.release();
+        return *expected;
     }
     void Count(int step) {
         std::lock_guard const lock(mutex);
@@ -68,8 +79,10 @@ bool HTTPStopping() {
 
 void PrepareHTTP() {
     // Exit handlers run in reverse order, so ours comes before those of the libraries underneath.
-    static bool const prepared =
-        curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK && std::atexit(StopRequests) == 0;
+    static bool const prepared = [] {
+        AddForkFunctions({nullptr, nullptr, [] { gRequests = nullptr; }});
+        return curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK && std::atexit(StopRequests) == 0;
+    }();
     static_cast<void>(prepared);
 }
 

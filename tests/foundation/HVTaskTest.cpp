@@ -164,7 +164,7 @@ TEST(HVTask, EndsThoughAStrangerHoldsThePipes) {
 TEST(HVTask, ItsNumberIsTakenUntilItsGroupIsGone) {
     // The one that lives on ignores the request and holds no pipe.
     ShellRun run;
-    run.Start("(trap '' TERM; exec sleep 60 >/dev/null 2>&1) & echo $$; exec sleep 60");
+    run.Start("(trap '' TERM; echo $$; exec sleep 60 >/dev/null 2>&1) & exec sleep 60");
     pid_t const pid = run.PrintedPid();
     run.task->Terminate();
     EXPECT_TRUE(Eventually([pid] { return StateOf(pid) == 'Z'; }, 1s)) << "the number is free, and signalled";
@@ -227,7 +227,7 @@ TEST(HVTask, AForkedCopyIsNotTheApplication) {
         std::exit(7);
     });
     EXPECT_EQ(WEXITSTATUS(status), 7);
-    EXPECT_LT(Clock::now() - begin, 1s);
+    EXPECT_LT(Clock::now() - begin, 3s);
     ASSERT_EQ(own.size(), 1U);
     EXPECT_TRUE(GoneWithin(own[0], 100ms));
     EXPECT_EQ(run.task->WaitExit(0), HVErrTimeout);

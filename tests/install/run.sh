@@ -36,6 +36,10 @@ quietly ctest --test-dir "$work/package/built" --output-on-failure --no-tests=er
 LD_LIBRARY_PATH=$lib "$work/package/built/by_pkg_config"
 "$prefix/bin/reelhaul" --version
 python3 "$here/shared_files.py" "$prefix"
+# A plug-in that links the library may go while a thread of the library runs.
+python3 -c 'import _ctypes, ctypes, os, sys
+_ctypes.dlclose(ctypes.CDLL(sys.argv[1])._handle)
+ctypes.CDLL(sys.argv[1], os.RTLD_NOLOAD)' "$(find "$lib" -name "libreelhaul.so*" | head -1)" || fail "the library can be unloaded"
 
 # What the library itself is made from suffices; anything for developers would miss its folder.
 mkdir -p "$work/part/reelhaul"
