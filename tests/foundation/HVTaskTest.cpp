@@ -11,7 +11,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -170,17 +169,6 @@ TEST(HVTask, ItsNumberIsTakenUntilItsGroupIsGone) {
     EXPECT_TRUE(Eventually([pid] { return StateOf(pid) == 'Z'; }, 1s)) << "the number is free, and signalled";
     EXPECT_EQ(run.task->WaitExit(10'000), HVErrSuccess);
     EXPECT_EQ(StateOf(pid), '\0');
-}
-
-TEST(HVTask, ReapsTheOrphansThatItAdopts) {
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-    ShellRun run;
-    run.Start("(sleep 60 & echo $!); exec sleep 60");
-    pid_t const orphan = run.PrintedPid();
-    run.task->Terminate();
-    EXPECT_EQ(run.task->WaitExit(10'000), HVErrSuccess);
-    EXPECT_EQ(StateOf(orphan), '\0');
-    prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 TEST(HVTask, NeedsNoMoreThanItsDescriptors) {
