@@ -60,6 +60,7 @@ TEST(JsonReader, TakesWhatAStrictParserRefuses) {
          Rows{{R"("\ud83d\ude00")", "\xF0\x9F\x98\x80"},
               {R"("\ud83d\ud83d\ude00\ud83d")", "\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD"},
               {R"("\\ud83d\"\ude00")", "\\ud83d\"\xEF\xBF\xBD"},
+              {R"("\\ud83d\ude00")", "\\ud83d\xEF\xBF\xBD"},
               {"\"" + longNumber + "\", \"n\": " + longNumber, longNumber},
               {"\"x\", \"n\": [-" + longNumber + ", -1.5e+999, 1E400, 0.0e99999999999999999]", "x"}}) {
         auto const root = Read("{\"k\": " + json + ", \"last\": 5}");
@@ -72,12 +73,22 @@ TEST(JsonReader, TakesWhatAStrictParserRefuses) {
     EXPECT_EQ(Read(std::string(depth, '[')), nullptr);
 }
 
-TEST(JsonReader, RefusesWhatIsNoJsonWithAReason) {
-    for (char const* const text : {"", "{\"a\": 1,}", "{} x", "\"\\ud83", "\"\\", "[1-2]", "[\"\\ud83d]"}) {
+TEST(JsonReader, SaysWhereAndWhyATextIsNoJson) {
+    for (auto const& [text, place] : Rows{{"", "0"},
+                                          {"{\"a\": 1,}", "8"},
+                                          {"{} x", "3"},
+                                          {std::string("{}\0", 3), "2"},
+                                          {R"(["\ud83"])", "2"},
+                                          {R"(["\ud83d])", "9"},
+                                          {"\"\\", "1"},
+                                          {"[1-2]", "2"},
+                                          {"[1e400.5, 2]", "1"},
+                                          {"[1e999, \"\\ud83d\", 01]", "19"}}) {
         std::shared_ptr<IHVError const> error;
         EXPECT_EQ(IHVJsonReader::ReadJsonString(text, &error), nullptr) << text;
         ASSERT_NE(error, nullptr) << text;
-        EXPECT_NE(error->GetErrorMessage(), "");
+        EXPECT_THAT(error->GetErrorMessage(), testing::MatchesRegex(".+ \\(at byte " + place + "\\)"))
+            << text;
     }
 }
 
