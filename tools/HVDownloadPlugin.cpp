@@ -33,8 +33,7 @@ std::shared_ptr<IHVDownloadPlugin> IHVDownloadPlugin::SharedDownloadPlugin() {
     return HVDownloadPlugin::SharedPlugin();
 }
 
-HVDownloadPlugin::HVDownloadPlugin()
-    : localPluginOff_(IHVAppSettings::Shared()->GetBool(kSettingsKey)), event_(IHVEvent::MallocEvent()) {}
+HVDownloadPlugin::HVDownloadPlugin() : localPluginOff_(IHVAppSettings::Shared()->GetBool(kSettingsKey)) {}
 
 void HVDownloadPlugin::EnableLocalPlugin(bool enable) {
     localPluginOff_ = !enable;

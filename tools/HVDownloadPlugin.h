@@ -2,12 +2,12 @@
 // The one object that knows which copy of the tools is in force, and keeps the local one current.
 
 #include "IHVDownloadPlugin.h"
-#include "IHVEvent.h"
 
 #include <atomic>
+#include <deque>
 #include <future>
 #include <mutex>
-#include <thread>
+#include <optional>
 #include <vector>
 
 namespace Halvorn {
@@ -62,6 +62,12 @@ private:
         std::string failure; ///< why it said nothing
     };
 
+    /// An update that waits for its turn or runs.
+    struct QueuedUpdate {
+        std::string seedFailure;
+        std::promise<void> ended;
+    };
+
     std::string PluginTask(std::string const& exe, std::string argument) const;
     std::vector<int> SplitVersionString(std::string const& text) const;
     bool IsUpdateAvailable(std::string const& oldVersion, std::string const& newVersion) const;
@@ -69,26 +75,27 @@ private:
     Release AskForRelease() const;
 
     std::string SeedLocalCopy() const;
-    void StartUpdate(std::string const& seedFailure);
+    void QueueUpdate(std::string seedFailure);
+    std::optional<QueuedUpdate> NextUpdate();
+    void RunQueuedUpdates();
     void RunUpdate(std::string const& seedFailure);
     UpdateOutcome Update(std::string const& seedFailure) const;
-    static void UpdateTool(std::string const& tool, UpdateOutcome& outcome);
+    void UpdateTool(std::string const& tool, UpdateOutcome& outcome) const;
+    std::string RefusalOf(std::string const& version, UpdateOutcome const& outcome) const;
     void TellUpdateEnd(std::shared_ptr<IHVError const> const& error);
-    bool IsUpdateThread() const;
-    std::shared_ptr<std::future<void>> UpdateFuture() const;
+    std::shared_ptr<std::future<void>> LastQueuedUpdate() const;
 
     // Guards the members up to the next comment, for the moment of a copy.
     mutable std::mutex mutex_;
     std::string installPath_;
     UpdateFunction updateFunc_;
-    std::shared_ptr<std::future<void>> updateFuture_; ///< empty before the first update
-    std::thread::id updateThread_;
+    std::shared_ptr<std::future<void>> updateFuture_; ///< of the last one queued; empty before the first
+    std::deque<QueuedUpdate> queuedUpdates_;
+    bool updating_ = false; ///< a thread runs what is queued
     UpdateOutcome outcome_;
 
     // Safe by themselves.
     std::atomic<bool> localPluginOff_;
-    std::atomic<bool> cancelFlag_ = false; ///< written only: nothing stops an update half way
-    std::shared_ptr<IHVEvent> event_;      ///< never signalled: it paces a wait
 };
 
 } // namespace Halvorn

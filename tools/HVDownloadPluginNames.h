@@ -1,5 +1,7 @@
 #pragma once
-// Names that the sources of the plugin share.
+// What the sources of the plugin share.
+
+#include <string>
 
 namespace Halvorn {
 
@@ -7,5 +9,8 @@ namespace Halvorn {
 inline constexpr char const* kFallbackVersion = "2024.01.01";
 inline constexpr char const* kVersionArgument = "--version";
 inline constexpr char const* kUpdateArgument = "--update";
+
+/// True for digits with dots between them, as all versions of the tool are written.
+bool IsVersion(std::string const& text);
 
 } // namespace Halvorn

@@ -8,6 +8,7 @@
 
 #include <condition_variable>
 #include <cstdlib>
+#include <stdexcept>
 #include <utility>
 
 namespace Halvorn {
@@ -126,7 +127,12 @@ bool HVDownloadPlugin::LocalPluginIsUpToDate() const {
     std::string const latest = GetLatestYtDlpVersion();
     IHVLogConfig::Printf("latest version = %s", latest.c_str());
     // The name says the opposite; callers rely on this sense.
-    return IsUpdateAvailable(local, latest);
+    try {
+        return IsUpdateAvailable(local, latest);
+    } catch (std::logic_error const&) {
+        // A build such as "nightly" can't be compared.
+        return false;
+    }
 }
 
 std::string HVDownloadPlugin::LocalPluginUpdatePathFile() const {

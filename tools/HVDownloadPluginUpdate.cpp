@@ -23,6 +23,8 @@ constexpr unsigned int kCancelWaitStep = 100;
 constexpr std::size_t kMaxWords = 2000;
 /// Far longer than the tool is silent while it downloads itself: it reports a dead connection much earlier.
 constexpr unsigned int kUpdateSilence = 600'000;
+/// In the tool's warning that it replaces itself although there is no checksum to compare with.
+constexpr char const* kUnverified = "skipping verification";
 
 /// Both streams of the tool, for a person to read; the end where there is much, since reasons come last.
 std::string WordsOf(HVToolResult const& run, HVToolAside const& aside) {
@@ -37,6 +39,16 @@ std::string WordsOf(HVToolResult const& run, HVToolAside const& aside) {
     words = IHVStringHelper::Trimmed(words);
     return words.empty() ? "The tool has not changed itself and does not say why." : words;
 }
+
+/// How deep this thread is inside functions that were given to UpdateLocalPlugin.
+thread_local int insideDone = 0;
+
+struct InsideDone {
+    InsideDone() { ++insideDone; }
+    ~InsideDone() { --insideDone; }
+    InsideDone(InsideDone const&) = delete;
+    InsideDone& operator=(InsideDone const&) = delete;
+};
 
 std::shared_ptr<IHVError const> BodyError(char const* reason) {
     IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "The update ended by an exception: %s", reason);
@@ -72,24 +84,16 @@ int HVDownloadPlugin::WaitCacheFuture(std::future<void>& future, unsigned int mi
     }
 }
 
-bool HVDownloadPlugin::IsUpdateThread() const {
-    std::lock_guard const lock(mutex_);
-    return updateThread_ == std::this_thread::get_id();
-}
-
-std::shared_ptr<std::future<void>> HVDownloadPlugin::UpdateFuture() const {
+std::shared_ptr<std::future<void>> HVDownloadPlugin::LastQueuedUpdate() const {
     std::lock_guard const lock(mutex_);
     return updateFuture_;
 }
 
 void HVDownloadPlugin::CancelUpdateLocalPlugin() {
-    cancelFlag_ = true;
-    auto const future = UpdateFuture();
-    // The update's own thread, inside the application's function, would wait for itself.
-    if (future == nullptr || IsUpdateThread())
-        return;
-    while (WaitCacheFuture(*future, kCancelWaitStep) != HVErrSuccess)
-        event_->Wait(kCancelWaitStep);
+    // The application's function, called by an update, would wait for that update: for itself.
+    auto const future = insideDone > 0 ? nullptr : LastQueuedUpdate();
+    while (future != nullptr && WaitCacheFuture(*future, kCancelWaitStep) != HVErrSuccess) {
+    }
 }
 
 void HVDownloadPlugin::UpdateLocalPlugin(UpdateFunction done) {
@@ -105,7 +109,7 @@ void HVDownloadPlugin::UpdateLocalPlugin(UpdateFunction done) {
         ReportTo(std::move(done), error);
         return;
     }
-    StartUpdate(SeedLocalCopy());
+    QueueUpdate(SeedLocalCopy());
 }
 
 std::string HVDownloadPlugin::SeedLocalCopy() const {
@@ -123,33 +127,44 @@ std::string HVDownloadPlugin::SeedLocalCopy() const {
     return failure;
 }
 
-void HVDownloadPlugin::StartUpdate(std::string const& seedFailure) {
-    auto const ended = std::make_shared<std::promise<void>>();
-    auto earlier = std::make_shared<std::future<void>>(ended->get_future());
+// One after the other: two at once would exchange the tool under each other. No caller waits for its turn,
+// since one that comes from the function of the update before would wait for ever.
+void HVDownloadPlugin::QueueUpdate(std::string seedFailure) {
     {
         std::lock_guard const lock(mutex_);
-        updateFuture_.swap(earlier);
+        auto& update = queuedUpdates_.emplace_back(QueuedUpdate{std::move(seedFailure), {}});
+        updateFuture_ = std::make_shared<std::future<void>>(update.ended.get_future());
+        if (std::exchange(updating_, true))
+            return;
     }
-    // One after the other: two at once would exchange the tool under each other. But from inside the
-    // application's function the earlier one is all but over, and waiting for it would never end.
-    if (earlier != nullptr && !IsUpdateThread())
-        earlier->wait();
-    // Keeps the object alive for as long as the update runs.
-    auto const thread = IHVThread::MallocThread([self = shared_from_this(), ended, seedFailure] {
-        self->RunUpdate(seedFailure);
-        ended->set_value();
-    });
+    // Keeps the object alive for as long as updates run.
+    auto const thread = IHVThread::MallocThread([self = shared_from_this()] { self->RunQueuedUpdates(); });
     if (auto const started = thread->Start(); !started->Succeed()) {
-        TellUpdateEnd(started);
-        ended->set_value();
+        while (auto update = NextUpdate()) {
+            TellUpdateEnd(started);
+            update->ended.set_value();
+        }
+    }
+}
+
+std::optional<HVDownloadPlugin::QueuedUpdate> HVDownloadPlugin::NextUpdate() {
+    std::lock_guard const lock(mutex_);
+    updating_ = !queuedUpdates_.empty();
+    if (!updating_)
+        return std::nullopt;
+    auto update = std::move(queuedUpdates_.front());
+    queuedUpdates_.pop_front();
+    return update;
+}
+
+void HVDownloadPlugin::RunQueuedUpdates() {
+    while (auto update = NextUpdate()) {
+        RunUpdate(update->seedFailure);
+        update->ended.set_value();
     }
 }
 
 void HVDownloadPlugin::RunUpdate(std::string const& seedFailure) {
-    {
-        std::lock_guard const lock(mutex_);
-        updateThread_ = std::this_thread::get_id();
-    }
     std::shared_ptr<IHVError const> error;
     UpdateOutcome outcome;
     try {
@@ -165,11 +180,6 @@ void HVDownloadPlugin::RunUpdate(std::string const& seedFailure) {
         outcome_ = outcome;
     }
     TellUpdateEnd(error);
-    std::lock_guard const lock(mutex_);
-    // The system gives ids of ended threads to new ones. But not that of a later update, started from within
-    // the application's function.
-    if (updateThread_ == std::this_thread::get_id())
-        updateThread_ = {};
 }
 
 HVDownloadPlugin::UpdateOutcome HVDownloadPlugin::Update(std::string const& seedFailure) const {
@@ -188,6 +198,8 @@ HVDownloadPlugin::UpdateOutcome HVDownloadPlugin::Update(std::string const& seed
     bool available = false;
     try {
         available = IsUpdateAvailable(oldVersion, release.version);
+        if (!release.version.empty() && !IsVersion(release.version))
+            throw std::invalid_argument("no version");
     } catch (std::logic_error const&) {
         throw std::runtime_error("the versions \"" + IHVStringHelper::Trimmed(oldVersion) + "\" and \"" +
                                  release.version + "\" can't be compared");
@@ -201,7 +213,7 @@ HVDownloadPlugin::UpdateOutcome HVDownloadPlugin::Update(std::string const& seed
     return outcome;
 }
 
-void HVDownloadPlugin::UpdateTool(std::string const& tool, UpdateOutcome& outcome) {
+void HVDownloadPlugin::UpdateTool(std::string const& tool, UpdateOutcome& outcome) const {
     // The single-file tool writes its new version over the old one, in place. A full disk or a crash would
     // leave half of it, and a start in that moment would fail.
     HVToolAside const aside(tool);
@@ -212,16 +224,34 @@ void HVDownloadPlugin::UpdateTool(std::string const& tool, UpdateOutcome& outcom
     update.SetLimits({0, kUpdateSilence, 0});
     auto const run = update.Run();
     std::string const version = IHVStringHelper::Trimmed(ToolVersion(aside.Path()));
-    if (!version.empty() && version != outcome.oldVersion) {
-        AddToolBytecode(aside.Path(), aside.Tool());
-        outcome.message = aside.PutInPlace();
-    } else {
+    if (version.empty() || version == outcome.oldVersion)
         outcome.message = WordsOf(run, aside);
-    }
+    else if ((run.output + run.errors).find(kUnverified) != std::string::npos)
+        outcome.message = "The tool found no checksum to verify its new version by.";
+    else
+        outcome.message = RefusalOf(version, outcome);
+    if (!outcome.message.empty())
+        return;
+    AddToolBytecode(aside.Path(), aside.Tool());
+    outcome.message = aside.PutInPlace();
     outcome.newVersion = IHVStringHelper::Trimmed(ToolVersion(tool));
     outcome.changed = outcome.newVersion != outcome.oldVersion;
     if (outcome.changed && !outcome.newVersion.empty())
         outcome.message.clear();
+}
+
+/// Why what the tool has made of itself can't take its place; empty when it can.
+std::string HVDownloadPlugin::RefusalOf(std::string const& version, UpdateOutcome const& outcome) const {
+    std::string const said = "The updated tool calls itself \"" + version + "\", which is ";
+    if (!IsVersion(version))
+        return said + "no version.";
+    if (!IsUpdateAvailable(outcome.oldVersion, version))
+        return said + "older than the one in use.";
+    std::string const& offered = outcome.offeredVersion;
+    // A release host that did not answer offers nothing to compare with.
+    if (!offered.empty() && SplitVersionString(offered) != SplitVersionString(version))
+        return said + "not the offered " + offered + ".";
+    return {};
 }
 
 void HVDownloadPlugin::TellUpdateEnd(std::shared_ptr<IHVError const> const& error) {
@@ -230,7 +260,12 @@ void HVDownloadPlugin::TellUpdateEnd(std::shared_ptr<IHVError const> const& erro
         std::lock_guard const lock(mutex_);
         function = updateFunc_;
     }
-    ReportTo(std::move(function), error);
+    if (function)
+        ReportTo(UpdateFunction([function = std::move(function)](std::shared_ptr<IHVError const> result) {
+                     InsideDone const inside;
+                     function(std::move(result));
+                 }),
+                 error);
 }
 
 } // namespace Halvorn

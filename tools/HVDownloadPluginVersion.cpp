@@ -9,6 +9,19 @@
 
 namespace Halvorn {
 
+bool IsVersion(std::string const& text) {
+    // As long as any int can hold.
+    constexpr std::size_t kMostDigits = 9;
+    std::size_t digits = 0;
+    for (char const c : text + ".") {
+        bool const digit = c >= '0' && c <= '9';
+        if (digit ? ++digits > kMostDigits : c != '.' || digits == 0)
+            return false;
+        digits = digit ? digits : 0;
+    }
+    return true;
+}
+
 std::string HVDownloadPlugin::PluginTask(std::string const& exe, std::string argument) const {
     return argument == kVersionArgument ? ToolVersion(exe) : HVToolRun(exe, {argument}).Run().output;
 }

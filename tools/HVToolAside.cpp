@@ -2,8 +2,10 @@
 
 #include "IHVFileProvider.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <iterator>
 
 namespace Halvorn {
 
@@ -13,6 +15,8 @@ namespace fs = std::filesystem;
 
 constexpr char const* kHiddenFront = ".reelhaul-";
 constexpr char const* kHiddenEnd = "part";
+/// What a tool that is no zip adds to its name for a moment, while it replaces itself.
+constexpr char const* kReplacementEnds[] = {"", ".new", ".old"};
 /// Longer than any update takes: a younger copy may be another process's, in use.
 constexpr auto kLeftoverAge = std::chrono::hours(6);
 
@@ -23,6 +27,12 @@ std::string StateOf(std::string const& path) {
     auto const time = fs::last_write_time(path, error);
     return error ? std::string()
                  : std::to_string(size) + " " + std::to_string(time.time_since_epoch().count());
+}
+
+bool IsHiddenName(std::string const& name) {
+    return name.starts_with(kHiddenFront) &&
+           std::any_of(std::begin(kReplacementEnds), std::end(kReplacementEnds),
+                       [&](std::string const& end) { return name.ends_with("." + (kHiddenEnd + end)); });
 }
 
 } // namespace
@@ -39,7 +49,8 @@ HVToolAside::HVToolAside(std::string const& tool) {
 
 HVToolAside::~HVToolAside() {
     std::error_code ignored;
-    fs::remove(path_, ignored);
+    for (std::string const end : kReplacementEnds)
+        fs::remove(path_ + end, ignored);
 }
 
 std::string HVToolAside::Make() const {
@@ -61,8 +72,7 @@ void HVToolAside::RemoveLeftovers(std::string const& folder) {
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
         std::string const name = entry->path().filename().string();
         std::error_code ignored;
-        if (name.starts_with(kHiddenFront) && name.ends_with(std::string(".") + kHiddenEnd) &&
-            entry->last_write_time(ignored) < limit && !ignored)
+        if (IsHiddenName(name) && entry->last_write_time(ignored) < limit && !ignored)
             fs::remove(entry->path(), ignored);
     }
 }

@@ -13,7 +13,7 @@ public:
     explicit HVToolAside(std::string const& tool);
     HVToolAside(HVToolAside const&) = delete;
     HVToolAside& operator=(HVToolAside const&) = delete;
-    /// Removes the copy.
+    /// Removes the copy, and what it has left beside itself.
     ~HVToolAside();
 
     // Each of these returns the failure, in words for a user, or an empty text.

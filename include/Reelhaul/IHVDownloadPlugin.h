@@ -56,10 +56,12 @@ public:
     /// then takes its place, and gives a single-file tool its bytecode: docs/updating.md tells the whole.
     /// `done` is called once, on that thread, with a success whatever the outcome was: see LastUpdate.
     /// Without an install path it is called at once, on the caller's thread, with code -1. An answer that
-    /// can't be read ends the update with code -1. A second call while an update runs waits for the first
-    /// one, and both then report to the second function.
+    /// can't be read ends the update with code -1. A second call while an update runs, also out of `done`,
+    /// returns as soon as the copying is done: its update follows the first, and both report to the second
+    /// function.
     virtual void UpdateLocalPlugin(std::function<void(std::shared_ptr<IHVError const>)> done) = 0;
-    /// Blocks until a running update has ended. It does not end it. Don't call it from `done`.
+    /// Blocks until the updates that were asked for so far have ended. It ends none. From `done` it returns
+    /// at once.
     virtual void CancelUpdateLocalPlugin() = 0;
     /// Address of the latest release's file. Blocks, for at most a minute, on the network.
     virtual std::string GetLatestYtDlpVersionUrl() const = 0;

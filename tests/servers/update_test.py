@@ -94,7 +94,12 @@ class UpdateTest(CommandTest):
             self.release.write_text("no program")
             self.offer(NEW, hashlib.sha256(b"no program").hexdigest())
 
+        def no_sums():
+            self.offer(NEW)
+            (self.host / "files/SHA2-256SUMS").unlink()
+
         for prepare, words, environment in (
+                (no_sums, "found no checksum", {}),
                 (lambda: self.offer(NEW, "0" * 64), "Unable to verify the new executable", {}),
                 (garbage, "Updated yt-dlp", {}),
                 (self.release.unlink, "does not exist", {}),

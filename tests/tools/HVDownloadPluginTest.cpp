@@ -1,6 +1,7 @@
 #include "HVDownloadPlugin.h"
 #include "Folder.h"
 #include "IHVAppSettings.h"
+#include "LogLines.h"
 #include "LoopbackServer.h"
 #include "Text.h"
 
@@ -9,6 +10,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <future>
+#include <thread>
+#include <tuple>
 
 namespace Halvorn {
 
@@ -33,12 +36,14 @@ protected:
     void PutProgram(std::string const& name, std::string const& script) const {
         fs::permissions(folder_.Put(name, "#!/bin/sh\n" + script + "\n"), fs::perms(0755));
     }
-    /// A local tool of this version; `update` is what it does when asked to update itself.
-    void PutTool(std::string const& version, std::string const& update) const {
-        folder_.Put("version", version + "\n");
-        PutProgram("yt-dlp", "cd '" + folder_.Path() +
-                                 "'; if [ \"$1\" = --version ]; then cat version; fi\n" +
-                                 "if [ \"$1\" = --update ]; then touch asked; " + update + "; fi");
+    /// A local tool of this version; `update` is what it does when asked to update itself: "become VERSION".
+    void PutTool(std::string const& version, std::string const& update = {}) const {
+        PutProgram("yt-dlp",
+                   "version=" + version +
+                       "\nbecome() { sed \"s/^version=.*/version=$1/\" \"$0\" > \"$0.new\"; chmod +x "
+                       "\"$0.new\"; mv \"$0.new\" \"$0\"; }\ncd '" +
+                       folder_.Path() + "'\ncase $1 in\n--version) echo $version ;;\n" +
+                       "--update) touch asked; " + update + "\nesac");
     }
     /// Runs an update to its end and returns what `done` got.
     std::shared_ptr<IHVError const> Update() const {
@@ -92,6 +97,7 @@ TEST_F(HVDownloadPluginTest, AVersionIsWhatTheToolPrints) {
 }
 
 TEST_F(HVDownloadPluginTest, TheReleaseHostsAnswerIsReadWithCare) {
+    LogLines log;
     for (auto const& [answer, version] : Rows{{R"({"tag_name": "2026.10.26", "other": [NaN]})", "2026.10.26"},
                                               {R"({"tag_name": 5})", ""},
                                               {R"(["tag_name"])", ""},
@@ -102,6 +108,7 @@ TEST_F(HVDownloadPluginTest, TheReleaseHostsAnswerIsReadWithCare) {
         answer_ = answer;
         EXPECT_EQ(plugin_->GetLatestYtDlpVersion(), version) << answer;
         EXPECT_EQ(asked_, "/repos/yt-dlp/yt-dlp/releases/latest");
+        EXPECT_THAT(log.Take(), testing::Contains(testing::EndsWith("/latest, for 60 s at most.")));
     }
 }
 
@@ -128,12 +135,12 @@ TEST_F(HVDownloadPluginTest, AReleaseFileIsDownloadedBesideTheTool) {
 TEST_F(HVDownloadPluginTest, WhetherANewerVersionExistsIsAskedForUnderTheOppositeName) {
     plugin_->SetLocalPluginInstallPath(folder_.Path());
     for (char const* const older : {"2026.10.25", "2026.9.30", "2025.12.31.9", "2026.10"}) {
-        PutTool(older, "false");
+        PutTool(older);
         EXPECT_TRUE(plugin_->LocalPluginIsUpToDate()) << older;
     }
-    for (char const* const other :
-         {"2026.10.26", "2026.10.026", "2026.10.26.1", "2026.11.01", "2027.01.01"}) {
-        PutTool(other, "false");
+    for (char const* const other : {"2026.10.26", "2026.10.026", "2026.10.26.1", "2026.11.01", "2027.01.01",
+                                    "nightly@2026.01.01", "99999999999.1"}) {
+        PutTool(other);
         EXPECT_FALSE(plugin_->LocalPluginIsUpToDate()) << other;
     }
 }
@@ -146,10 +153,12 @@ TEST_F(HVDownloadPluginTest, AnUpdateWithoutAPathFailsAtOnce) {
     EXPECT_EQ(message, "Not set pluginInstallPath");
 }
 
-TEST_F(HVDownloadPluginTest, TheOutcomeOfAnUpdateIsTold) {
+TEST_F(HVDownloadPluginTest, AnUpdateTakesWhatWasOfferedAndTellsItsOutcome) {
     plugin_->SetLocalPluginInstallPath(folder_.Path());
     folder_.Put("ffmpeg", "in place");
     EXPECT_FALSE(plugin_->Outcome().finished);
+    std::string const old = "2025.01.01";
+    std::string const stays = "1|1|0|2025.01.01|2025.01.01|2026.10.26";
     struct Row {
         std::string version, update;
         char const* status;
@@ -157,32 +166,42 @@ TEST_F(HVDownloadPluginTest, TheOutcomeOfAnUpdateIsTold) {
         std::string message;
     };
     for (auto const& row : std::vector<Row>{
-             {"2025.01.01", "echo 2026.10.26 > version", "200 OK", "1|1|1|2025.01.01|2026.10.26|2026.10.26",
-              ""},
+             {old, "become 2026.10.26", "200 OK", "1|1|1|2025.01.01|2026.10.26|2026.10.26", ""},
              {"2027.01.01", "false", "200 OK", "1|0|0|2027.01.01|2027.01.01|2026.10.26", ""},
-             {"2025.01.01", "echo 'ERROR: no 100% way' >&2", "200 OK",
-              "1|1|0|2025.01.01|2025.01.01|2026.10.26", "ERROR: no 100% way"},
-             {"2025.01.01", "false", "500 Broken", "1|0|0|2025.01.01|2025.01.01|", "status 500"},
+             {old, "touch $0.new $0.old; echo 'ERROR: no 100% way' >&2", "200 OK", stays,
+              "ERROR: no 100% way"},
+             {old, "become evil", "200 OK", stays, "\"evil\", which is no version"},
+             {old, "become 2024.12.31", "200 OK", stays, "older than the one in use"},
+             {old, "become 2026.10.27", "200 OK", stays, "not the offered 2026.10.26"},
+             {old, "become 2026.10.26; echo w, skipping verification", "200 OK", stays, "no checksum"},
+             {old, "false", "500 Broken", "1|0|0|2025.01.01|2025.01.01|", "status 500"},
+             {"2023.01.01", "become 2024.02.02", "500 Broken", "1|1|1|2023.01.01|2024.02.02|", ""},
              {"nightly", "false", "200 OK", "0|0|0|||", "\"nightly\" and \"2026.10.26\" can't be compared"},
+             {old, "false", "evil", "0|0|0|||", "and \"2027.01.01evil\" can't be compared"},
          }) {
         fs::remove(File("asked"));
         PutTool(row.version, row.update);
         status_ = row.status;
+        if (status_ == "evil")
+            std::tie(status_, answer_) = std::pair("200 OK", R"({"tag_name": "2027.01.01evil"})");
         bool const succeeded = Update()->Succeed();
         auto const outcome = plugin_->Outcome();
+        bool const asked = fs::exists(File("asked"));
         EXPECT_TRUE(outcome.finished);
-        EXPECT_EQ(Text(succeeded, fs::exists(File("asked")), outcome.changed, outcome.oldVersion,
-                       outcome.newVersion, outcome.offeredVersion),
+        EXPECT_EQ(Text(succeeded, asked, outcome.changed, outcome.oldVersion, outcome.newVersion,
+                       outcome.offeredVersion),
                   row.expected);
         EXPECT_THAT(outcome.message, HasSubstr(row.message));
         EXPECT_EQ(outcome.message.empty(), row.message.empty());
+        EXPECT_EQ(folder_.Count(), asked ? 3 : 2) << "something is left of " << row.update;
     }
+    status_ = "500 Broken";
     plugin_->SetLocalPluginInstallPath(File("missing"));
     EXPECT_TRUE(Update()->Succeed());
     EXPECT_THAT(plugin_->Outcome().message, HasSubstr("no target is named"));
 }
 
-TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherAndCancelWaits) {
+TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherWhoeverAsksForThem) {
     plugin_->SetLocalPluginInstallPath(folder_.Path());
     // Two at once would both find the mark.
     PutTool("2025.01.01", "if mkdir busy; then sleep 0.3; rmdir busy; else touch overlap; fi");
@@ -193,21 +212,28 @@ TEST_F(HVDownloadPluginTest, UpdatesFollowOneAnotherAndCancelWaits) {
     plugin_->CancelUpdateLocalPlugin();
     EXPECT_EQ(first, 0) << "the second function takes the place of the first";
     EXPECT_EQ(second, 2);
-    EXPECT_FALSE(fs::exists(File("overlap")));
 
-    // From inside the function, a wait for the update would never end.
-    std::promise<void> ended;
-    plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) {
+    // Out of the function and from other threads at the same time.
+    std::atomic<int> ends = 0;
+    HVDownloadPlugin::UpdateFunction const again = [&](std::shared_ptr<IHVError const>) {
         plugin_->CancelUpdateLocalPlugin();
-        plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) { ended.set_value(); });
-    });
-    ended.get_future().wait();
+        if (++ends < 3)
+            plugin_->UpdateLocalPlugin(again);
+        plugin_->CancelUpdateLocalPlugin();
+    };
+    std::thread other([&] { plugin_->UpdateLocalPlugin(again); });
+    plugin_->UpdateLocalPlugin(again);
+    other.join();
+    while (ends < 4)
+        plugin_->CancelUpdateLocalPlugin();
     plugin_->CancelUpdateLocalPlugin();
+    EXPECT_EQ(ends, 4);
+    EXPECT_FALSE(fs::exists(File("overlap")));
 }
 
-TEST_F(HVDownloadPluginTest, AnUpdateOutlivesItsOwnerAndAThrowingFunction) {
+TEST_F(HVDownloadPluginTest, AnUpdateKeepsItsOwnerAndOutlivesAThrowingFunction) {
     plugin_->SetLocalPluginInstallPath(folder_.Path());
-    PutTool("2026.10.26", "true");
+    PutTool("2026.10.26$(cd " + folder_.Path() + "; until [ -e go ]; do sleep 0.01; done)");
     std::promise<void> told;
     plugin_->UpdateLocalPlugin([&](std::shared_ptr<IHVError const>) {
         told.set_value();
@@ -215,6 +241,8 @@ TEST_F(HVDownloadPluginTest, AnUpdateOutlivesItsOwnerAndAThrowingFunction) {
     });
     std::weak_ptr<HVDownloadPlugin> const observer = plugin_;
     plugin_.reset();
+    EXPECT_FALSE(observer.expired());
+    folder_.Put("go", "");
     told.get_future().wait();
     while (!observer.expired())
         std::this_thread::yield();
