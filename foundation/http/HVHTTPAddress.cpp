@@ -1,5 +1,7 @@
 #include "HVHTTPAddress.h"
 
+#include "HVMaskedArguments.h"
+
 #include <memory>
 
 #include <curl/curl.h>
@@ -33,7 +35,7 @@ HVHTTPAddress CheckHTTPAddress(std::string const& url) {
     HVHTTPAddress result;
     std::unique_ptr<CURLU, UrlDeleter> const parsed(curl_url());
     if (parsed == nullptr || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) {
-        result.refusal = "\"" + url + "\" is no web address";
+        result.refusal = "\"" + MaskedAddress(url) + "\" is no web address";
         return result;
     }
     std::string const scheme = Part(parsed.get(), CURLUPART_SCHEME);
@@ -42,7 +44,7 @@ HVHTTPAddress CheckHTTPAddress(std::string const& url) {
     if (result.secure || (scheme == "http" && result.loopback))
         result.url = Part(parsed.get(), CURLUPART_URL);
     else
-        result.refusal = "\"" + url + "\" is refused: only https is safe";
+        result.refusal = "\"" + MaskedAddress(url) + "\" is refused: only https is safe";
     return result;
 }
 

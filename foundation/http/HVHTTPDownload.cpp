@@ -1,5 +1,6 @@
 #include "HVAtomicFile.h"
 #include "HVHTTPRequest.h"
+#include "HVMaskedArguments.h"
 #include "IHVHTTPDownload.h"
 
 #include <exception>
@@ -10,7 +11,7 @@ namespace Halvorn {
 namespace {
 
 std::shared_ptr<IHVError const> Failure(std::string const& url, std::string const& reason) {
-    std::string const message = "Can't download \"" + url + "\": " + reason + ".";
+    std::string const message = "Can't download \"" + MaskedAddress(url) + "\": " + reason + ".";
     return IHVError::MallocError("HVHTTPDownload", __LINE__, "DetachHTTPDownload", -1, "Error",
                                  message.c_str());
 }

@@ -1,4 +1,5 @@
 #include "HVHTTPRequest.h"
+#include "HVMaskedArguments.h"
 #include "IHVHTTPFetch.h"
 
 #include <exception>
@@ -11,7 +12,7 @@ namespace {
 constexpr std::size_t kMaxBodyBytes = 64U << 20;
 
 std::shared_ptr<IHVError const> Failure(std::string const& url, std::string const& reason) {
-    std::string const message = "Can't read \"" + url + "\": " + reason + ".";
+    std::string const message = "Can't read \"" + MaskedAddress(url) + "\": " + reason + ".";
     return IHVError::MallocError("HVHTTPFetch", __LINE__, "DetachHTTPFetch", -1, "Error", message.c_str());
 }
 

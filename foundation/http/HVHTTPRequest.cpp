@@ -2,6 +2,8 @@
 
 #include "HVHTTPAddress.h"
 #include "HVHTTPThreads.h"
+#include "HVMaskedArguments.h"
+#include "IHVLogConfig.h"
 
 #include <algorithm>
 #include <array>
@@ -151,6 +153,7 @@ long MillisecondsLeft(int timeout, Clock::time_point begin) {
 std::string PerformHTTPRequest(HVHTTPRequest const& request) {
     PrepareHTTP();
     auto const begin = Clock::now();
+    IHVLogConfig::Printf("Asking %s, for %d s at most.", MaskedAddress(request.url).c_str(), request.timeout);
     std::string url = request.url;
     bool secure = false;
     // Redirects are followed here and not by the library, since each address has to pass our own rule.
@@ -159,7 +162,7 @@ std::string PerformHTTPRequest(HVHTTPRequest const& request) {
         if (address.url.empty())
             return address.refusal;
         if (secure && !address.secure)
-            return "\"" + url + "\" is refused: a redirect must not lead from https to http";
+            return "\"" + MaskedAddress(url) + "\" is refused: a redirect must not lead from https to http";
         secure = address.secure;
         Answer answer;
         answer.request = &request;

@@ -43,6 +43,7 @@ TEST(HVDownloadTaskDownload, MakesOneRisingPercentageOfTheToolsLines) {
         {{At("0.0%", " (frag 1/0)"), At("50.0%", " (frag 3/0)"), At("60.0%", " (frag 3/0)")},
          "100" + rest + " (frag 3/0)"},
         {{At("50.0%", " (frag x/4)")}, "12.5" + rest + " (frag x/4)"},
+        {{At("50.0%", " (frag 0/4)")}, "12.5" + rest + " (frag 0/4)"},
         {{At("50.0%", " (frag 1/99999999999)")}, "50" + rest + " (frag 1/99999999999)"},
     };
     for (auto const& [chunks, expected] : rows) {

@@ -30,6 +30,8 @@ std::string Fetch(std::string const& url, int timeout = 20) {
 
 class HVHTTP : public testing::Test {
 protected:
+    HVHTTP() { setenv("http_proxy", "http://127.0.0.1:1", 1); } // which is not asked for loopback
+
     /// What the path asks for: a status, or a redirect, to itself when it names no target.
     void Answer(int connection, std::string const& request) {
         std::string const path = LoopbackServer::PathOf(request);
@@ -81,7 +83,8 @@ TEST_F(HVHTTP, EveryOutcomeIsReported) {
                                            {"https" + base.substr(4) + "/200", "Can't"},
                                            {"http://127.0.0.1:1/", "Can't"},
                                            {base + "/to?http://192.0.2.1/", "only https is safe"},
-                                           {"http://127.0.0.1@example.com/", "only https is safe"},
+                                           {"http://127.0.0.1:PW@example.com/", "127.0.0.1:***@example.com"},
+                                           {"http://bob:P W@h/", "\"http://bob:***@h/\" is no web address"},
                                            {"http://127.example.com/", "only https is safe"},
                                            {"file:///etc/passwd", "only https is safe"},
                                            {"", "no web address"},
@@ -97,21 +100,24 @@ TEST_F(HVHTTP, EveryOutcomeIsReported) {
     EXPECT_THAT(Fetch(base + "/endless", 60), HasSubstr("too long"));
 }
 
-TEST_F(HVHTTP, CertificatesAreChecked) {
-    std::string const certificate = folder_ / "certificate";
+TEST_F(HVHTTP, CertificatesAreCheckedAndHttpsIsNotLeft) {
+    folder_.Put("away", "HTTP/1.1 302 Found\r\nLocation: " + server_.Url("/200") + "\r\n\r\n");
     std::string const script =
-        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout " + certificate +
-        ".key -out " + certificate +
-        " -subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 2>&1 && "
-        "exec openssl s_server -accept 127.0.0.1:0 -naccept 1 -www -cert " +
-        certificate + " -key " + certificate + ".key 2>&1";
+        "cd '" + folder_.Path() +
+        "' && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key -out "
+        "certificate "
+        "-subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 2>&1 && "
+        "exec openssl s_server -accept 127.0.0.1:0 -naccept 2 -HTTP -cert certificate -key key 2>&1";
     std::FILE* const server = popen(script.c_str(), "r");
     std::string url;
     for (char line[1000]; url.empty() && std::fgets(line, sizeof line, server) != nullptr;)
         if (std::string const text = line; text.compare(0, 7, "ACCEPT ") == 0)
-            url = "https://" + text.substr(7, text.size() - 8) + "/";
+            url = "https://" + text.substr(7, text.size() - 8) + "/away";
     ASSERT_NE(url, "");
     EXPECT_THAT(Fetch(url), HasSubstr("certificate"));
+    setenv("SSL_CERT_FILE", (folder_ / "certificate").c_str(), 1);
+    EXPECT_THAT(Fetch(url), HasSubstr("from https to http"));
+    unsetenv("SSL_CERT_FILE");
     pclose(server);
 }
 
