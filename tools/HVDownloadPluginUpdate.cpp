@@ -5,6 +5,7 @@
 #include "HVToolBytecode.h"
 #include "HVToolRun.h"
 #include "HVToolVersion.h"
+#include "HVWarmTool.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
@@ -68,7 +69,9 @@ IHVDownloadPlugin::UpdateOutcome HVDownloadPlugin::Outcome() const {
 }
 
 std::string HVDownloadPlugin::UpdatePluginTask(std::string const& exe, std::string argument) const {
-    return HVToolRun(exe, {argument}).Run().output;
+    HVToolRun run(exe, {argument});
+    run.StartAnew();
+    return run.Run().output;
 }
 
 int HVDownloadPlugin::WaitCacheFuture(std::future<void>& future, unsigned int milliseconds) {
@@ -175,6 +178,7 @@ void HVDownloadPlugin::RunUpdate(std::string const& seedFailure) {
         outcome.message = error->GetErrorMessage();
     }
     outcome.finished = true;
+    HVWarmTool::Shared().Refresh();
     {
         std::lock_guard const lock(mutex_);
         outcome_ = outcome;
@@ -222,6 +226,7 @@ void HVDownloadPlugin::UpdateTool(std::string const& tool, UpdateOutcome& outcom
         return;
     HVToolRun update(aside.Path(), {kUpdateArgument});
     update.SetLimits({0, kUpdateSilence, 0});
+    update.StartAnew();
     auto const run = update.Run();
     std::string const version = IHVStringHelper::Trimmed(ToolVersion(aside.Path()));
     if (version.empty() || version == outcome.oldVersion)

@@ -23,7 +23,7 @@ bool IsVersion(std::string const& text) {
 }
 
 std::string HVDownloadPlugin::PluginTask(std::string const& exe, std::string argument) const {
-    return argument == kVersionArgument ? ToolVersion(exe) : HVToolRun(exe, {argument}).Run().output;
+    return argument == kVersionArgument ? ToolVersion(exe) : UpdatePluginTask(exe, std::move(argument));
 }
 
 std::string HVDownloadPlugin::BuiltInPluginVersion() const {

@@ -1,5 +1,6 @@
-// The back end that starts a process for each run.
+// The child of a run: a new process, or one that comes out of the warm tool.
 
+#include "HVWarmTool.h"
 #include "IHVToolChild.h"
 
 #include <utility>
@@ -39,6 +40,8 @@ std::shared_ptr<IHVError const> StartToolProcess(HVToolLaunch const& launch,
     task->SetRuntimePath(launch.jsRuntimePath);
     task->SetPythonPath(launch.extensionFolder);
     task->SetEndsWithLeader(launch.endsWithLeader);
+    if (!launch.alwaysAnew)
+        task->SetSource(&HVWarmTool::Shared());
     auto started = task->Launch(launch.exe, launch.args, true);
     if (started->Succeed())
         child = std::make_shared<HVToolProcess>(std::move(task));

@@ -60,6 +60,8 @@ public:
     void SetStop(HVToolStop* stop) { stop_ = stop; }
     /// After a stop Run returns within half a second, whether or not the child has ended by then.
     void LeaveAfterStop() { leaveAfterStop_ = true; }
+    /// Has the program started anew, also where the tool is kept warm: to know that it runs, or to change it.
+    void StartAnew() { launch_.alwaysAnew = true; }
     /// What the program leaves running is ended with it and not waited for.
     void EndWithLeader() { launch_.endsWithLeader = true; }
 

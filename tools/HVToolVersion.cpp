@@ -14,6 +14,7 @@ HVToolResult Ask(std::string const& exe, std::string const& argument, unsigned i
     HVToolRun run(exe, {argument});
     run.SetLimits({time, 0, kVersionBytes});
     run.EndWithLeader();
+    run.StartAnew();
     return run.Run();
 }
 

@@ -44,11 +44,13 @@ struct HVToolLaunch {
     std::string jsRuntimePath;   ///< may be empty
     std::string extensionFolder; ///< what the tool loads from us; may be empty
     bool endsWithLeader = false; ///< what the program leaves running is ended when it has ended itself
+    bool alwaysAnew = false;     ///< the program is started even where the tool is kept warm
     Handler outputHandler;
     Handler errorHandler;
 };
 
-/// Starts the program in a process of its own. A success and the child, or the error.
+/// Starts the program: a run of the tool out of the warm one where that is possible, else a new process. A
+/// success and the child, or the error.
 std::shared_ptr<IHVError const> StartToolProcess(HVToolLaunch const& launch,
                                                  std::shared_ptr<IHVToolChild>& child);
 

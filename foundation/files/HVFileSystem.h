@@ -26,6 +26,9 @@ std::string FolderOfPath(std::string const& path);
 int MakeFolders(std::string const& folder);
 /// The reason of a failed access, in words for a user.
 std::string FileErrorReason(int error);
+/// What tells the file of this path from another one that takes its place, or from itself before a change;
+/// empty when there is none.
+std::string FileIdentity(std::string const& path);
 /// What is left of an extension that a site names when all goes that could lead to another folder or mean
 /// something to the tool.
 std::string LegalExtension(std::string const& extension);

@@ -48,6 +48,14 @@ bool ReadRegularFile(std::string const& path, std::size_t maxBytes, std::string&
     }
 }
 
+std::string FileIdentity(std::string const& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0)
+        return {};
+    return std::to_string(info.st_dev) + ' ' + std::to_string(info.st_ino) + ' ' +
+           std::to_string(info.st_size) + ' ' + std::to_string(info.st_mtime);
+}
+
 bool IHVFileProvider::PathFileExist(std::string const& path) {
     struct stat info {};
     return !path.empty() && stat(path.c_str(), &info) == 0;

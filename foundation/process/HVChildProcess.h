@@ -10,8 +10,8 @@
 //
 // Thread-safe. Held by shared pointers; its thread keeps it alive until the child is gone.
 
+#include "HVChildLeader.h"
 #include "HVLatch.h"
-#include "HVSpawn.h"
 #include "HVSystemProcess.h"
 #include "IHVTask.h"
 
@@ -33,7 +33,9 @@ struct HVChildSetup {
     std::string pythonPath;
     IHVTask::Handler outputHandler;
     IHVTask::Handler errorHandler;
-    bool endsWithLeader = false; ///< what the child leaves running is ended
+    bool endsWithLeader = false;     ///< what the child leaves running is ended
+    HVChildSource* source = nullptr; ///< where it comes from; it is spawned unless one is given
+    int input = -1;                  ///< its standard input; the null device unless one is given
 };
 
 class HVChildProcess : public std::enable_shared_from_this<HVChildProcess> {
@@ -69,6 +71,7 @@ private:
     void LookAfterChild();
     void LookAfterGroup();
     void Insist();
+    bool ChildEnded() const { return leaderState_ != HVChildLeader::State::Running; }
     bool PipesOpen() const { return output_.fd.Valid() || error_.fd.Valid(); }
     bool Over() const;
     int PollTimeout() const;
@@ -79,15 +82,15 @@ private:
 
     HVChildSetup setup_;
     int pid_ = -1; ///< the group's number as well
+    std::unique_ptr<HVChildLeader> leader_;
     Stream output_;
     Stream error_;
     HVExitNotifier notifier_;
     std::string buffer_; ///< for reads
 
     // Of the delivery thread alone, once it runs.
-    bool endIsTold_ = false;  ///< the notifier tells the child's end
-    bool childEnded_ = false; ///< ended, and not reaped yet
-    bool reapedByOther_ = false;
+    bool endIsTold_ = false; ///< the notifier tells the child's end
+    HVChildLeader::State leaderState_ = HVChildLeader::State::Running;
     bool groupGone_ = false; ///< nobody of the group is alive
     bool killed_ = false;
     Clock::time_point insistAt_ = Clock::time_point::max();

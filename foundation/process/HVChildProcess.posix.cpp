@@ -107,7 +107,7 @@ void HVChildProcess::Run() {
 }
 
 void HVChildProcess::Step() {
-    auto const extra = notifier_.Descriptors(childEnded_);
+    auto const extra = notifier_.Descriptors(ChildEnded());
     pollfd polled[4] = {{output_.fd.Get(), POLLIN, 0},
                         {error_.fd.Get(), POLLIN, 0},
                         {extra[0], POLLIN, 0},
@@ -174,22 +174,18 @@ void HVChildProcess::KeepFailure() {
 }
 
 void HVChildProcess::LookAfterChild() {
-    if (childEnded_)
+    if (ChildEnded())
         return;
-    // It is looked at and not reaped: as long as it is defunct, its number stays the group's.
-    siginfo_t info{};
-    int const result = waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT);
-    reapedByOther_ = result != 0 && errno == ECHILD;
-    childEnded_ = reapedByOther_ || (result == 0 && info.si_pid == pid_);
-    if (childEnded_)
+    leaderState_ = leader_->Look();
+    if (ChildEnded())
         groupLookAt_ = {};
-    if (childEnded_ && setup_.endsWithLeader)
+    if (ChildEnded() && setup_.endsWithLeader)
         Terminate();
 }
 
 void HVChildProcess::LookAfterGroup() {
     // A child that has ended by itself with both pipes closed needs no look at its group.
-    if (!childEnded_ || groupGone_ || (!terminating_ && !PipesOpen()))
+    if (!ChildEnded() || groupGone_ || (!terminating_ && !PipesOpen()))
         return;
     auto const now = Clock::now();
     if (now < groupLookAt_)
@@ -217,7 +213,7 @@ void HVChildProcess::Insist() {
 }
 
 bool HVChildProcess::Over() const {
-    if (!childEnded_)
+    if (!ChildEnded())
         return false;
     if (groupGone_)
         return true;
@@ -230,11 +226,11 @@ int HVChildProcess::PollTimeout() const {
         return 0; // the request came while the delivery thread was at work
     if (terminating_ && !killed_)
         until = insistAt_;
-    else if (terminating_ && childEnded_)
+    else if (terminating_ && ChildEnded())
         until = insistAt_ + kAfterKill;
-    if (childEnded_)
+    if (ChildEnded())
         until = std::min(until, groupLookAt_);
-    int timeout = endIsTold_ || childEnded_ ? -1 : kChildPollMilliseconds;
+    int timeout = endIsTold_ || ChildEnded() ? -1 : kChildPollMilliseconds;
     if (until != Clock::time_point::max()) {
         auto const left =
             std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count() + 1;
@@ -254,24 +250,23 @@ void HVChildProcess::Finish() {
     {
         std::lock_guard const lock(mutex_);
         finished_ = true;
-        Reap();
     }
+    Reap();
     CallExitFunctions();
     HVChildRegistry::Shared().Remove(pid_);
     ended_.Raise();
 }
 
-/// Under the lock.
+/// No signal is sent any more.
 void HVChildProcess::Reap() {
-    if (reapedByOther_)
+    if (leaderState_ == HVChildLeader::State::ReapedByOther)
         return;
-    // The whole group: where this process is the one that adopts orphans, as in a container, nobody else
-    // reaps those of the group.
     int status = 0;
-    for (int reaped = 0; (reaped = waitpid(-pid_, &status, WNOHANG)) > 0;)
-        if (reaped == pid_)
-            end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
-                    WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+    if (leader_->Reap(status)) {
+        std::lock_guard const lock(mutex_);
+        end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
+                WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+    }
 }
 
 void HVChildProcess::CallExitFunctions() {

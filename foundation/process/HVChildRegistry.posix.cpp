@@ -19,6 +19,8 @@ namespace {
 
 /// How long the end of the process waits for its children beyond grace and kill.
 constexpr std::chrono::milliseconds kEndPatience(1500);
+/// How often a child is looked at that was killed since nothing could look after it.
+constexpr std::chrono::milliseconds kAbandonPoll(1);
 
 /// Never destroyed: children may end until the very end of the process.
 std::atomic<HVChildRegistry*> gRegistry = nullptr;
@@ -135,11 +137,12 @@ int HVChildProcess::Spawn() {
         (void)fcntl(fd, F_SETFL, O_NONBLOCK);
     EnlargePipe(output.read.Get());
     HVSpawnRequest const request{
-        setup_.exe, setup_.args,        ChildEnvironment(setup_.runtimePath, setup_.pythonPath),
-        -1,         output.write.Get(), error.write.Get()};
+        setup_.exe,   setup_.args,        ChildEnvironment(setup_.runtimePath, setup_.pythonPath),
+        setup_.input, output.write.Get(), error.write.Get()};
     output_.fd = std::move(output.read);
     error_.fd = std::move(error.read);
-    return Halvorn::Spawn(request, pid_);
+    auto& source = setup_.source == nullptr ? HVChildSource::Spawning() : *setup_.source;
+    return source.Start(request, pid_, leader_);
 }
 
 void HVChildProcess::BeginDelivery() {
@@ -151,7 +154,10 @@ void HVChildProcess::BeginDelivery() {
 void HVChildProcess::Abandon() {
     HVGuardian::Shared().Forget(pid_);
     kill(-pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
+    while (leader_->Look() == HVChildLeader::State::Running)
+        std::this_thread::sleep_for(kAbandonPoll);
+    int status = 0;
+    leader_->Reap(status);
 }
 
 void HVChildProcess::CloseInCopy() const {
@@ -159,6 +165,8 @@ void HVChildProcess::CloseInCopy() const {
         if (fd >= 0)
             close(fd);
     notifier_.CloseInCopy();
+    if (leader_ != nullptr)
+        leader_->CloseInCopy();
 }
 
 } // namespace Halvorn

@@ -9,6 +9,11 @@ namespace Halvorn {
 /// Makes a pipe whose ends no program inherits. 0 or an error number.
 int OpenPipe(std::array<int, 2>& ends);
 
+/// The same for a pair of connected sockets; a program that is given one end as a stream has that.
+int OpenSockets(std::array<int, 2>& ends);
+/// A flag of sendmsg: nobody reading is a failure and no signal.
+int QuietSendFlag();
+
 /// Has a child inherit nothing but its three streams. `actions` is a posix_spawn_file_actions_t, `flags` are
 /// those of the start's attributes. 0 or an error number.
 int InheritStreamsOnly(void* actions, short& flags);

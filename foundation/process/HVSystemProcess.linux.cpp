@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -18,6 +19,14 @@ namespace Halvorn {
 
 int OpenPipe(std::array<int, 2>& ends) {
     return pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno;
+}
+
+int OpenSockets(std::array<int, 2>& ends) {
+    return socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0 ? 0 : errno;
+}
+
+int QuietSendFlag() {
+    return MSG_NOSIGNAL;
 }
 
 int InheritStreamsOnly(void* actions, short& /*flags*/) {

@@ -10,6 +10,7 @@
 #include <spawn.h>
 #include <sys/event.h>
 #include <sys/proc.h>
+#include <sys/socket.h>
 #include <sys/sysctl.h>
 #include <unistd.h>
 
@@ -37,6 +38,21 @@ int OpenPipe(std::array<int, 2>& ends) {
     for (int const end : ends)
         (void)fcntl(end, F_SETFD, FD_CLOEXEC);
     return 0;
+}
+
+int OpenSockets(std::array<int, 2>& ends) {
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0)
+        return errno;
+    int const on = 1;
+    for (int const end : ends) {
+        (void)fcntl(end, F_SETFD, FD_CLOEXEC);
+        (void)setsockopt(end, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+    }
+    return 0;
+}
+
+int QuietSendFlag() {
+    return 0; // the sockets have it
 }
 
 int InheritStreamsOnly(void* /*actions*/, short& flags) {

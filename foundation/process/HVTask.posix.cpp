@@ -44,8 +44,8 @@ public:
         std::lock_guard const lock(mutex_);
         if (child_ != nullptr && child_->Wait(0) == HVErrTimeout)
             return Failure("Can't start \"" + exe + "\": the task runs already.");
-        HVChildSetup setup{exe,           args,           runtimePath_, pythonPath_, outputHandler_,
-                           errorHandler_, endsWithLeader_};
+        HVChildSetup setup{
+            exe, args, runtimePath_, pythonPath_, outputHandler_, errorHandler_, endsWithLeader_, source_};
         std::shared_ptr<HVChildProcess> child;
         if (int const error = HVChildRegistry::Shared().Start(std::move(setup), child); error != 0)
             return Failure(StartFailure(exe, error));
@@ -58,6 +58,7 @@ public:
     void SetRuntimePath(std::string const& path) override { runtimePath_ = path; }
     void SetPythonPath(std::string const& folder) override { pythonPath_ = folder; }
     void SetEndsWithLeader(bool ends) override { endsWithLeader_ = ends; }
+    void SetSource(HVChildSource* source) override { source_ = source; }
 
     int WaitExit(unsigned int milliseconds) override {
         auto const child = Child();
@@ -101,6 +102,7 @@ private:
     std::string runtimePath_;
     std::string pythonPath_;
     bool endsWithLeader_ = false;
+    HVChildSource* source_ = nullptr;
     mutable std::mutex mutex_;
     std::shared_ptr<HVChildProcess> child_;
 };

@@ -17,6 +17,8 @@
 
 namespace Halvorn {
 
+class HVChildSource;
+
 /// What a child came to.
 struct HVChildEnd {
     bool known = false; ///< false while it runs, and where other code of the process has taken the status
@@ -64,6 +66,8 @@ public:
     /// What a handler threw, as an error object; empty when none did. Complete once WaitExit has reported the
     /// end.
     virtual std::shared_ptr<IHVError const> DeliveryError() const = 0;
+    /// Where the child comes from, unless it is spawned; it has to outlive the child. Set before Launch.
+    virtual void SetSource(HVChildSource* source) = 0;
 
 protected:
     ~IHVTask() = default;

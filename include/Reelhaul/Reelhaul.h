@@ -44,6 +44,7 @@
 #include "IHVNetworkOptions.h"
 #include "IHVPlayList.h"
 #include "IHVProxy.h"
+#include "IHVWarmTool.h"
 
 /// Version of the interface.
 extern "C" HV_EXPORT const double ReelhaulVersionNumber;

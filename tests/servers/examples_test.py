@@ -50,6 +50,7 @@ class Examples(ServerTest):
                 ("options", [page("combined?login=me:other"), "me"], 1, ["401"], []),
                 ("update", [self.folder / "tools", mirror], 0, ["is current"], []),
                 ("update", [self.folder / "tools", "http://127.0.0.1:9"], 1, ["not updated: "], []),
+                ("warm", [page("combined"), page("everything")], 0, ["Combined: ", "A page with everything: "], []),
                 ("main_loop", [page("merged-mp4"), out], 0, ["Merged mp4: 100 %", "/Merged mp4.mp4: done"], ["Merged mp4.mp4"]),
                 ("main_loop", [page("none"), out], 1, ["404"], [])):
             with self.subTest(name, arguments=arguments):

@@ -9,9 +9,6 @@ namespace Halvorn {
 
 class IHVDownloadOptions;
 
-/// The extension's text.
-extern char const HVCookiesGuardText[];
-
 /// The folder for a run's PYTHONPATH, inside the process's temporary one. Empty where the run needs no
 /// extension: without options, or without a cookies file in them. Empty, and logged, when it can't be
 /// written.

@@ -1,0 +1,44 @@
+"""What a run of the tool is to the system, as the description of an item: "facts:NAME". "facts:wait" has it wait for its end."""
+
+import json
+import os
+import random
+import resource
+import signal
+import sys
+import time
+
+from yt_dlp.extractor.common import InfoExtractor
+
+
+def open_files():
+    return sorted(int(number) for number in os.listdir("/proc/self/fd") if os.path.exists(f"/proc/self/fd/{number}"))
+
+
+def signals():
+    rows = dict(line.split(":\t") for line in open("/proc/self/status") if line.startswith("Sig"))
+    return {name: rows[name].strip() for name in ("SigBlk", "SigIgn", "SigCgt")}
+
+
+class ReelhaulFactsIE(InfoExtractor):
+    _VALID_URL = r"facts:(?P<id>\w+)"
+    IE_NAME = "reelhaul-facts"
+    _NETRC_MACHINE = "reelhaul-site"
+
+    def _real_extract(self, url):
+        if self._match_id(url) == "wait":
+            self.report_warning("waiting")
+            time.sleep(600)
+        mask = os.umask(0)
+        os.umask(mask)
+        facts = {
+            "leads": [os.getpid() == os.getpgid(0), os.getpid() == os.getsid(0)], "parent": os.getppid(), "folder": os.getcwd(),
+            "mask": mask, "signals": signals(), "interrupt": signal.getsignal(signal.SIGINT) is signal.default_int_handler,
+            "files": open_files(), "streams": [os.readlink(f"/proc/self/fd/{number}").partition(":")[0] for number in range(3)],
+            "blocking": [os.get_blocking(number) for number in range(3)], "buffers": [sys.stdout.encoding, sys.stdout.line_buffering],
+            "argv": sys.argv, "orig_argv": sys.orig_argv, "environ": dict(os.environ), "path": sys.path, "stdin": sys.stdin.read(),
+            "core": resource.getrlimit(resource.RLIMIT_CORE), "locale": sys.flags.utf8_mode, "guard": any(
+                name.endswith("reelhaul_cookies") for name in sys.modules),
+        }
+        return {"id": self._match_id(url), "title": str(random.random()), "description": json.dumps(facts, sort_keys=True),
+                "url": "http://127.0.0.1:9/"}

@@ -1,0 +1,199 @@
+"""Loads what runs of the tool need and fills what they remember, a step at a time; and what would make that wrong.
+
+All of it makes a run sooner and none of it another: a part that the tool has no more, or has in another way, is left.
+"""
+
+import contextlib
+import contextvars
+import gc
+import io
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+import yt_dlp
+
+NOWHERE = "http://127.0.0.1:9/"
+EXTRACTORS_AT_ONCE = 40
+
+
+def steps(locations):
+    """Each step is short, since a request that comes meanwhile waits for it. `locations` are where ffmpeg may be."""
+    quietly(keep_patterns)
+    quietly(remove_duplicates_sooner)
+    asked = quietly(ask, locations) or []
+    yield
+    classes = quietly(lambda: yt_dlp.extractor.gen_extractor_classes()) or []
+    yield
+    for one in classes[-1:]:  # the generic one, with all that it imports
+        quietly(lambda: one.real_class)
+    yield
+    quietly(lambda: yt_dlp.utils.system_identifier())
+    while any(program.poll() is None for _, program in asked):
+        yield
+    quietly(learn_programs, locations, asked)
+    yield
+    quietly(choose_formats, locations[0])
+    yield
+    quietly(make_parser_ahead)
+    quietly(list_extractors_ahead)
+    for begin in range(0, len(classes), EXTRACTORS_AT_ONCE):
+        yield
+        for one in classes[begin:begin + EXTRACTORS_AT_ONCE]:
+            quietly(one.suitable, NOWHERE)
+    yield
+    gc.collect()
+
+
+def quietly(function, *arguments):
+    """Calls it with the streams shut, and without a trace in what runs find set. No failure is one of the resident's."""
+    streams = sys.stdout, sys.stderr
+    sys.stdout, sys.stderr = io.StringIO(), io.StringIO()
+    try:
+        return contextvars.copy_context().run(function, *arguments)
+    except (Exception, SystemExit):
+        return None
+    finally:
+        sys.stdout, sys.stderr = streams
+
+
+def keep_patterns():
+    """Asking all extractors compiles some thousand patterns, more than the interpreter keeps by itself."""
+    re._MAXCACHE = 100_000
+
+
+def remove_duplicates_sooner():
+    """An equal answer without comparing each with each."""
+    slow = yt_dlp.utils.orderedSet
+
+    def fast(iterable, *, lazy=False):
+        if lazy:
+            return slow(iterable, lazy=True)
+        items = list(iterable)
+        try:
+            return list(dict.fromkeys(items))
+        except TypeError:
+            return slow(items)
+
+    for module in list(sys.modules.values()):
+        # Not getattr: some of the tool's modules import others when they are asked.
+        if vars(module).get("orderedSet") is slow:
+            vars(module)["orderedSet"] = fast
+
+
+# ---- what the tool asks ffmpeg and ffprobe in each run ----
+
+
+def programs(locations):
+    """The paths under which the tool keeps what it knows of them, for each option that names ffmpeg."""
+    for location in filter(None, locations):
+        yt_dlp.FFmpegPostProcessor._ffmpeg_location.set(location)
+        yield from yt_dlp.FFmpegPostProcessor()._paths.values()
+
+
+def ask(locations):
+    """Asks without waiting for the answers, which take long."""
+    commands = [[path, "-bsfs"] for path in dict.fromkeys(programs(locations))]
+    return [(command, subprocess.Popen(command, text=True, encoding="utf-8", errors="replace", stdin=subprocess.DEVNULL,
+                                       stdout=subprocess.PIPE, stderr=subprocess.STDOUT)) for command in commands]
+
+
+@contextlib.contextmanager
+def answers(asked):
+    """Has the tool find the answers instead of asking."""
+    tool = yt_dlp.utils._utils.Popen
+    run = tool.__dict__["run"]
+    known = {tuple(command): (program.communicate()[0], "", program.returncode) for command, program in asked}
+
+    def play_back(cls, command, *arguments, **options):
+        return known.get(tuple(command)) or run.__get__(None, cls)(command, *arguments, **options)
+
+    tool.run = classmethod(play_back)
+    try:
+        yield
+    finally:
+        tool.run = run
+
+
+def learn_programs(locations, asked):
+    with answers(asked):
+        for location in filter(None, locations):
+            yt_dlp.FFmpegPostProcessor._ffmpeg_location.set(location)
+            yt_dlp.FFmpegPostProcessor.get_versions()
+
+
+# ---- one run, and what each run makes anew ----
+
+
+def choose_formats(location):
+    """A whole run with what makes the tool choose among formats, but for the network."""
+    common = {"url": NOWHERE, "protocol": "http"}
+    document = {"id": "0", "title": "0", "extractor": "generic", "extractor_key": "Generic", "webpage_url": NOWHERE, "formats": [
+        {**common, "format_id": "1", "ext": "mp4", "vcodec": "avc1", "acodec": "none", "width": 16, "height": 9},
+        {**common, "format_id": "2", "ext": "m4a", "vcodec": "none", "acodec": "mp4a"}]}
+    with tempfile.NamedTemporaryFile("w", suffix=".json", encoding="utf-8") as file:
+        json.dump(document, file)
+        file.flush()
+        yt_dlp.main(["--ignore-config", "-J", "--load-info-json", file.name, "--ffmpeg-location", location])
+
+
+def make_parser_ahead():
+    """The parser of the options, which a run makes once."""
+    from yt_dlp import options
+
+    make = options.create_parser
+    made = [make()]
+    options.create_parser = lambda: made.pop() if made else make()
+
+
+def list_extractors_ahead():
+    """The table of the extractors, which a run makes once, of the same classes each time."""
+    tool = yt_dlp.YoutubeDL
+    make = tool.add_default_info_extractors
+    with tool({"quiet": True}) as example:
+        made = [(example._ies, example._ies_instances)]
+
+    def add(self):
+        plain = self.params.get("allowed_extractors", ["default"]) == ["default"] and not self.params.get("verbose")
+        if not made or not plain or self._ies or self._ies_instances:
+            return make(self)
+        self._ies, self._ies_instances = made.pop()
+        for instance in self._ies_instances.values():
+            instance.set_downloader(self)
+        return None
+
+    tool.add_default_info_extractors = add
+
+
+# ---- what would make that wrong ----
+
+
+def plugin_files():
+    """All that decides which plugins the tool loads and what is in them: files, and folders that may hold some one day."""
+    from yt_dlp import plugins, utils
+
+    yield sys.executable
+    yield from sys.path
+    own = utils.get_executable_path()
+    yield os.path.join(own, plugins.COMPAT_PACKAGE_NAME)
+    for folder in (*utils.get_user_config_dirs("yt-dlp"), *utils.get_system_config_dirs("yt-dlp")):
+        yield os.path.join(folder, "plugins")
+    for folder in (own, *utils.get_user_config_dirs(""), *utils.get_system_config_dirs("")):
+        yield os.path.join(folder, "yt-dlp-plugins")
+    for path in plugins.default_plugin_paths():
+        yield path
+        for folder, _, files in os.walk(os.path.join(path, plugins.PACKAGE_NAME)):
+            yield folder
+            yield from (os.path.join(folder, file) for file in files if not file.endswith(".pyc"))
+
+
+def identity(path):
+    """What tells the file from another one of its path; None where there is none."""
+    try:
+        status = os.stat(path)
+    except OSError:
+        return None
+    return status.st_dev, status.st_ino, status.st_size, status.st_mtime_ns

@@ -1,0 +1,154 @@
+"""What a fork of the warm tool does: it becomes a process as the library would have started it, and runs the tool."""
+
+import atexit
+import contextlib
+import gc
+import importlib.util
+import os
+import shutil
+import signal
+import sys
+import threading
+
+import yt_dlp
+from yt_dlp import globals as shared
+from yt_dlp_plugins.extractor import _reelhaul_link as link
+from yt_dlp_plugins.extractor import _reelhaul_load as load
+
+PER_RUN = (b"PATH", b"PYTHONPATH")  # the variables that a run may have otherwise than the resident
+GUARD = ("yt_dlp_plugins", "extractor", "reelhaul_cookies")
+
+
+def live(start, status, environment, own_arguments):
+    """The fork's life. Does not return."""
+    code = 1
+    try:
+        request, guard = become(start, status, environment)
+        begin(request.arguments, own_arguments)
+        yt_dlp._load_all_plugins = plugin_loader(request.arguments, guard)
+        code = finish(work(yt_dlp.main))
+        link.say(status, f"code {code}")
+    except link.Changed as what:
+        link.say(start, f"no changed: {what}")
+    except BaseException as failure:
+        link.say(start, f"no busy: {failure!r}")
+    finally:
+        os._exit(code)
+
+
+def become(start, status, environment):
+    """Takes over the request, up to the library's word that the run may begin; the folder of the cookies guard as well."""
+    os.setsid()
+    fields, streams = link.receive(start)
+    request = link.read(link.Request, fields)
+    guard = take_variables(link.variables(request.environment), environment)
+    null = os.open(os.devnull, os.O_RDONLY)
+    for number, target in ((null, 0), *zip(streams, (1, 2), strict=True)):
+        os.dup2(number, target)
+        os.close(number)
+    os.chdir(request.folder)
+    os.umask(int(request.mask))
+    link.say(start, f"up {os.getpid()}")
+    if start.recv(1) != b"g":
+        os._exit(0)
+    start.close()
+    return request, guard
+
+
+def take_variables(wanted, own):
+    """Gives the fork the variables of its own; the folder of the cookies guard, where the run has it in front of PYTHONPATH."""
+    def others(environment):
+        return {name: value for name, value in environment.items() if name not in PER_RUN}
+
+    modules, mine = wanted.get(b"PYTHONPATH", b""), own.get(b"PYTHONPATH", b"")
+    guard = modules.removesuffix(mine).removesuffix(b":")
+    # The rest was read at the start of the resident, and what came of it is in its memory.
+    if others(wanted) != others(own) or modules not in (mine, b":".join(filter(None, (guard, mine)))):
+        raise link.Changed("the environment")
+    for name in PER_RUN:
+        if name in wanted:
+            os.environb[name] = wanted[name]
+        else:
+            os.environb.pop(name, None)
+    return os.fsdecode(guard)
+
+
+def begin(arguments, own_arguments):
+    """What the interpreter and the tool do at each start and the resident has done once."""
+    sys.argv = [os.fsdecode(text) for text in arguments]
+    sys.orig_argv = [*sys.orig_argv[:len(sys.orig_argv) - own_arguments], *sys.argv[1:]]
+    sys.stdin = sys.__stdin__ = open(0, encoding=sys.stdin.encoding, errors=sys.stdin.errors, closefd=False)
+    load.quietly(recognise_programs)
+    with contextlib.suppress(AttributeError, KeyError):
+        # Each run of the tool introduces itself as another browser.
+        headers = sys.modules["yt_dlp.utils.networking"]
+        headers.std_headers["User-Agent"] = headers.random_user_agent()
+    gc.enable()
+
+
+def recognise_programs():
+    """What is known of ffmpeg under its path is known of the same file where the run finds it in its PATH."""
+    tool = yt_dlp.FFmpegPostProcessor
+    known = {load.identity(path): path for path in tool._version_cache if path and os.path.isabs(path)}
+    for name in ("ffmpeg", "ffprobe"):
+        path = known.get(load.identity(shutil.which(name) or ""))
+        for cache in (tool._version_cache, tool._features_cache):
+            if path in cache and path:
+                cache[name] = cache[path]
+
+
+def plugin_loader(arguments, guard):
+    """What the tool calls to load plugins: they are there, but for the guard."""
+    def load_plugins():
+        if shared.plugin_dirs.value != ["default"]:
+            # The user's configuration wants others: this run is better off as a new process.
+            os.execve(arguments[0], arguments, os.environb)
+        if guard and not hasattr(sys, "frozen"):
+            load_guard(guard)
+
+    return load_plugins
+
+
+def load_guard(folder):
+    """Loads it where a run of its own would have found it, behind the program itself."""
+    spec = importlib.util.spec_from_file_location(".".join(GUARD), os.path.join(folder, *GUARD) + ".py")
+    sys.path.insert(1, folder)
+    sys.modules[spec.name] = module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+
+
+def work(main):
+    """Runs the tool; the exit code."""
+    try:
+        main()
+    except SystemExit as end:
+        return exit_code(end.code)
+    except KeyboardInterrupt:
+        sys.excepthook(*sys.exc_info())
+        signal.signal(signal.SIGINT, signal.SIG_DFL)
+        os.kill(os.getpid(), signal.SIGINT)
+    except BaseException:
+        sys.excepthook(*sys.exc_info())
+        return 1
+    return 0
+
+
+def exit_code(reason):
+    """As the interpreter takes what SystemExit was raised with."""
+    if reason is None or isinstance(reason, int):
+        return (reason or 0) & 0xff
+    print(reason, file=sys.stderr)
+    return 1
+
+
+def finish(code):
+    """What the interpreter does at its end; the exit code."""
+    threading._shutdown()
+    atexit._run_exitfuncs()
+    gc.collect()  # writes what is left in files that nothing has closed
+    for stream in (sys.stdout, sys.stderr):
+        try:
+            stream.flush()
+        except (OSError, ValueError):
+            code = 120
+    return code
