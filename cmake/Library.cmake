@@ -38,6 +38,9 @@ target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${
 
 target_precompile_headers(reelhaul_objects PRIVATE ${REELHAUL_PRECOMPILED})
 
+if(REELHAUL_TOP_LEVEL AND DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+  message(FATAL_ERROR "Reelhaul is a shared library only: it finds the copies of the tools beside its own file")
+endif()
 add_library(reelhaul SHARED)
 add_library(Reelhaul::Reelhaul ALIAS reelhaul)
 target_sources(reelhaul PRIVATE $<TARGET_OBJECTS:reelhaul_objects>)
@@ -52,6 +55,7 @@ if(APPLE)
   target_sources(reelhaul PRIVATE ${REELHAUL_PUBLIC_HEADER_FILES})
   set_target_properties(reelhaul PROPERTIES FRAMEWORK ON FRAMEWORK_VERSION A OUTPUT_NAME Reelhaul
     PUBLIC_HEADER "${REELHAUL_PUBLIC_HEADER_FILES}" MACOSX_FRAMEWORK_IDENTIFIER reelhaul.Reelhaul
+    BUILD_WITH_INSTALL_NAME_DIR ON INSTALL_NAME_DIR @rpath
     MACOSX_FRAMEWORK_SHORT_VERSION_STRING ${PROJECT_VERSION} MACOSX_FRAMEWORK_BUNDLE_VERSION ${PROJECT_VERSION})
 endif()
 

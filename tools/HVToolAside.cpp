@@ -25,8 +25,9 @@ std::string StateOf(std::string const& path) {
     std::error_code error;
     auto const size = fs::file_size(path, error);
     auto const time = fs::last_write_time(path, error);
-    return error ? std::string()
-                 : std::to_string(size) + " " + std::to_string(time.time_since_epoch().count());
+    // Some libraries count in integers of 128 bits, which std::to_string doesn't take.
+    auto const count = std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+    return error ? std::string() : std::to_string(size) + " " + std::to_string(count);
 }
 
 bool IsHiddenName(std::string const& name) {

@@ -5,11 +5,13 @@ say() { printf '%s\n' "reelhaul: $*" >&2; }
 
 # Debian's packages, by what they are for. Keep README.md's list for macOS in step.
 # shellcheck disable=SC2034 # read through a name reference
-PACKAGES_build=(g++ cmake ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libcli11-dev python3
+PACKAGES_build=(g++ cmake make ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libcli11-dev python3
   ca-certificates ffmpeg npm git)
 # shellcheck disable=SC2034
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
   procps util-linux openssl chromium man-db zsh fish libglib2.0-dev doxygen)
+# shellcheck disable=SC2034
+PACKAGES_macos=(llvm)
 # shellcheck disable=SC2034
 PACKAGES_package=(dpkg-dev file)
 # shellcheck disable=SC2034

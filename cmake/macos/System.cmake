@@ -1,0 +1,56 @@
+# What a Mac has and this system lacks, for the presets that compile for macOS: headers without those of this system's C
+# library beside them, a stub of the libcurl that macOS brings along, and GoogleTest compiled from Debian's sources.
+# CMake reads this file right after project().
+set(system ${CMAKE_BINARY_DIR}/system)
+file(MAKE_DIRECTORY ${system}/include)
+
+function(reelhaul_borrow folder header)
+  find_path(found_${folder} ${header} PATHS /usr/include /usr/include/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu
+            NO_DEFAULT_PATH REQUIRED)
+  file(CREATE_LINK ${found_${folder}}/${folder} ${system}/include/${folder} SYMBOLIC)
+endfunction()
+reelhaul_borrow(curl curl/curl.h)
+reelhaul_borrow(CLI CLI/App.hpp)
+
+# Newer compilers refuse an operator in the headers of Debian 12's RapidJSON, which assigns to a constant. Nobody calls it.
+find_path(found_rapidjson rapidjson/document.h PATHS /usr/include NO_DEFAULT_PATH REQUIRED)
+file(COPY ${found_rapidjson}/rapidjson DESTINATION ${system}/include)
+file(READ ${system}/include/rapidjson/document.h document)
+string(REGEX REPLACE "GenericStringRef& operator=\\(const GenericStringRef& rhs\\) { s = rhs.s; length = rhs.length; }" ""
+       document "${document}")
+file(WRITE ${system}/include/rapidjson/document.h "${document}")
+set(RAPIDJSON_INCLUDE_DIR ${system}/include CACHE PATH "")
+set(CLI11_INCLUDE_DIR ${system}/include CACHE PATH "")
+set(CMAKE_DISABLE_FIND_PACKAGE_PkgConfig ON)
+set(CMAKE_DISABLE_FIND_PACKAGE_Doxygen ON)
+
+# The functions of libcurl that the library calls, as a text that the linker takes for the library.
+file(GLOB_RECURSE sources ${PROJECT_SOURCE_DIR}/foundation/http/*.cpp)
+set(functions)
+foreach(source IN LISTS sources)
+  file(READ ${source} text)
+  string(REGEX MATCHALL "curl_[a-z_]+[(,)]" found "${text}")
+  list(APPEND functions ${found})
+endforeach()
+list(TRANSFORM functions REPLACE "(.*)." "_\\1")
+list(REMOVE_DUPLICATES functions)
+list(JOIN functions ", " functions)
+file(CONFIGURE OUTPUT ${system}/lib/libcurl.tbd CONTENT "--- !tapi-tbd
+tbd-version: 4
+targets: [ arm64-macos, x86_64-macos ]
+install-name: /usr/lib/libcurl.4.dylib
+current-version: 9.0.0
+compatibility-version: 7.0.0
+exports:
+  - targets: [ arm64-macos, x86_64-macos ]
+    symbols: [ ${functions} ]
+...
+")
+list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/find)
+
+# CMake asks Apple's development kit whether the loader knows relative names; there is none here.
+foreach(kind SHARED_LIBRARY EXECUTABLE)
+  foreach(language C CXX)
+    set(CMAKE_${kind}_RUNTIME_${language}_FLAG "-Wl,-rpath,")
+  endforeach()
+endforeach()

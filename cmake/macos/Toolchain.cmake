@@ -1,0 +1,20 @@
+# Compiles and links for macOS on another system, by the clang, the linker and the headers that zig brings along.
+# scripts/macos.sh fetches zig and makes the programs named here; the presets macos-arm64 and macos-x86_64 use this file.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR ${REELHAUL_MACOS_ARCH})
+set(CMAKE_OSX_DEPLOYMENT_TARGET 13.0)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES REELHAUL_MACOS_ARCH REELHAUL_ZIG_DIR)
+
+if(NOT REELHAUL_ZIG_DIR)
+  set(REELHAUL_ZIG_DIR $ENV{REELHAUL_ZIG_DIR})
+endif()
+if(NOT EXISTS ${REELHAUL_ZIG_DIR}/c++-${REELHAUL_MACOS_ARCH})
+  message(FATAL_ERROR "Set REELHAUL_ZIG_DIR to the folder that \"scripts/macos.sh --zig\" prints")
+endif()
+set(REELHAUL_ZIG_DIR ${REELHAUL_ZIG_DIR} CACHE PATH "Folder of zig and of what scripts/macos.sh put beside it")
+set(CMAKE_C_COMPILER ${REELHAUL_ZIG_DIR}/cc-${REELHAUL_MACOS_ARCH})
+set(CMAKE_CXX_COMPILER ${REELHAUL_ZIG_DIR}/c++-${REELHAUL_MACOS_ARCH})
+set(CMAKE_AR ${REELHAUL_ZIG_DIR}/ar CACHE FILEPATH "")
+set(CMAKE_RANLIB ${REELHAUL_ZIG_DIR}/ranlib CACHE FILEPATH "")
+find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool llvm-install-name-tool-14 REQUIRED)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE NEVER)

@@ -1,0 +1,10 @@
+# See System.cmake in the folder above.
+set(BUILD_GMOCK ON CACHE BOOL "")
+set(INSTALL_GTEST OFF CACHE BOOL "")
+add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/system/googletest EXCLUDE_FROM_ALL SYSTEM)
+foreach(target gmock gtest gtest_main)
+  if(NOT TARGET GTest::${target})
+    add_library(GTest::${target} ALIAS ${target})
+  endif()
+endforeach()
+set(GTest_FOUND TRUE)
