@@ -62,6 +62,18 @@ void EndTmpFolder() {
         shared.cleaner->WaitEnd(kCleanerMilliseconds);
 }
 
+void LockForFork() {
+    TmpFolder::Shared().mutex.lock();
+}
+void UnlockAfterFork() {
+    TmpFolder::Shared().mutex.unlock();
+}
+/// The folder stays the parent's: a copy that lives longer must not keep it from being removed.
+void LetGoInCopy() {
+    TmpFolder::Shared().folder.LetGo();
+    UnlockAfterFork();
+}
+
 /// Name in the temporary folder of a path in it, or empty.
 std::string NameIn(std::string const& folder, std::string const& path) {
     if (folder.empty() || path.compare(0, folder.size() + 1, folder + "/") != 0)
@@ -81,6 +93,9 @@ std::string SystemTmpFolder() {
 }
 
 std::string IHVFileProvider::GetTmpPath() {
+    // Before the mutex: a fork that has begun may wait for that.
+    static bool const forkIsHandled = (AddForkFunctions({LockForFork, UnlockAfterFork, LetGoInCopy}), true);
+    static_cast<void>(forkIsHandled);
     auto& shared = TmpFolder::Shared();
     std::lock_guard const lock(shared.mutex);
     if (shared.folder.Usable())

@@ -1,7 +1,7 @@
 #pragma once
 // A file with a secret in it that another program is to write. It is made first, for the user alone: the
-// program's own file would have the permissions that the process's umask leaves, and a link that somebody has
-// put there would be followed. One thread at a time.
+// program's own file would have the permissions that the process's umask leaves, and the program would follow
+// a link in the file's place. One thread at a time.
 
 #include <cstdint>
 #include <string>

@@ -32,6 +32,8 @@ public:
     void Forget(std::string const& name);
     /// Names that are kept, those of files that go with others among them.
     std::set<std::string> Kept() const;
+    /// In a forked copy: closes the lock, which would outlive the folder's process in it.
+    void LetGo() { lock_.Reset(); }
     /// Removes the folder, but for what is kept. Does nothing in a forked process.
     void End();
     /// In a forked copy of the process, on its only thread: lets go of the lock. Does what a signal handler

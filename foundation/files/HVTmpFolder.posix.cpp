@@ -170,7 +170,7 @@ bool HVTmpFolder::Make(std::string const& parent) {
 bool HVTmpFolder::MakeLock(int folder) {
     HVDescriptor lock(openat(folder, kLockName, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     // Between the two, another start may take the lock and begin to remove what looks dead to it. Where the
-    // file system has no locks, nobody ever takes the folder for a dead one.
+    // file system has no locks, no start takes the folder for a dead one.
     if (!lock.Valid() || TryLock(lock.Get()) == LockResult::Held ||
         !IsStillNamed(lock.Get(), folder, kLockName))
         return false;

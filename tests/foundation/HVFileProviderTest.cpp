@@ -13,6 +13,7 @@
 #include <csignal>
 #include <future>
 #include <set>
+#include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -286,8 +287,22 @@ TEST(HVFileProvider, ALaterStartRemovesOnlyWhatAKilledOneLeft) {
     fs::create_symlink(parent / "precious", parent / "reelhaul-link");
     fs::create_symlink(parent / "precious", dead + "/link");
 
+    // A forked copy that lives longer holds nothing of the folder.
+    setenv("TMPDIR", parent.Path().c_str(), 1);
+    std::string const forked = InChild(true, [&] {
+        std::string path = IHVFileProvider::GetTmpPath();
+        if (fork() == 0) {
+            while (fs::exists(path))
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            _exit(0);
+        }
+        return path;
+    });
+    unsetenv("TMPDIR");
+
     RemoveDeadTmpFolders(parent.Path());
     EXPECT_FALSE(fs::exists(dead));
+    EXPECT_FALSE(fs::exists(forked));
     for (auto const& path : {kept + "/file", opened + "/file", alive.Path(), parent / "reelhaul-nolock",
                              parent / "reelhaul-linkedlock", parent / "precious/.reelhaul-lock"})
         EXPECT_TRUE(fs::exists(path)) << path;
