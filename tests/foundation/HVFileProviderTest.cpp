@@ -1,3 +1,4 @@
+#include "Child.h"
 #include "Folder.h"
 #include "HVFileMove.h"
 #include "HVFileSystem.h"
@@ -14,9 +15,6 @@
 #include <future>
 #include <set>
 #include <thread>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace Halvorn {
 namespace {
@@ -204,17 +202,14 @@ TEST(HVFileProvider, FailedMovesSayWhyAndLoseNothing) {
     EXPECT_EQ(folder.Count(), 2);
 }
 
-/// Runs the function in a child process that ends normally, or is killed, after it; gives what it returns.
-std::string InChild(bool kill, std::function<std::string()> const& function) {
+/// What the function returns in a process of its own, which ends normally or is killed after it.
+std::string FromChild(bool kill, std::function<std::string()> const& function) {
     Folder const folder;
-    pid_t const child = fork();
-    if (child == 0) {
+    InChild([&] {
         folder.Put("answer", function());
         if (kill)
             raise(SIGKILL);
-        std::exit(0);
-    }
-    waitpid(child, nullptr, 0);
+    });
     return folder.Get("answer");
 }
 
@@ -224,7 +219,7 @@ TEST(HVFileProvider, TheTemporaryFolderIsPrivateAndEndsWithTheProcess) {
     Put(mine + "/stay");
 
     // A forked process has a folder of its own and leaves its parent's alone.
-    std::string const kept = InChild(false, [] {
+    std::string const kept = FromChild(false, [] {
         std::string path = IHVFileProvider::GetTmpPath();
         Put(path + "/finished");
         Put(path + "/part");
@@ -263,7 +258,7 @@ TEST(HVFileProvider, RemovingATemporaryStemLeavesTheRest) {
 TEST(HVFileProvider, ALaterStartRemovesOnlyWhatAKilledOneLeft) {
     Folder const parent;
     auto const killed = [&](char const* keep) {
-        return InChild(true, [&] {
+        return FromChild(true, [&] {
             HVTmpFolder folder;
             EXPECT_TRUE(folder.Make(parent.Path()));
             Put(folder.Path() + "/file");
@@ -289,13 +284,15 @@ TEST(HVFileProvider, ALaterStartRemovesOnlyWhatAKilledOneLeft) {
 
     // A forked copy that lives longer holds nothing of the folder.
     setenv("TMPDIR", parent.Path().c_str(), 1);
-    std::string const forked = InChild(true, [&] {
+    std::string const forked = FromChild(true, [&] {
         std::string path = IHVFileProvider::GetTmpPath();
-        if (fork() == 0) {
+        if (Fork() == 0) {
+            Put(parent / "copy");
             while (fs::exists(path))
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             _exit(0);
         }
+        EXPECT_TRUE(Eventually([&] { return fs::exists(parent / "copy"); }));
         return path;
     });
     unsetenv("TMPDIR");

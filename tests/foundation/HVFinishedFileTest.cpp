@@ -1,5 +1,6 @@
 #include "HVFinishedFile.h"
 
+#include "Child.h"
 #include "Folder.h"
 #include "HVAtomicFile.h"
 #include "HVFileMove.h"
@@ -16,8 +17,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace Halvorn {
 namespace {
@@ -72,16 +71,6 @@ TEST(HVFinishedFile, GetsANameThatIsFreeForAllThatGoesWithIt) {
     }
 }
 
-/// Runs the function in a process of its own, which it may end in any way.
-void InChild(std::function<void()> const& function) {
-    pid_t const child = fork();
-    if (child == 0) {
-        function();
-        std::exit(0);
-    }
-    waitpid(child, nullptr, 0);
-}
-
 TEST(HVFinishedFile, TwoProcessesNeverShareAName) {
     Folder const folder(OtherDisk());
     Folder const links;
@@ -94,7 +83,7 @@ TEST(HVFinishedFile, TwoProcessesNeverShareAName) {
     auto const begin = folder / "begin";
     std::vector<pid_t> children;
     for (auto const& to : {folder.Path(), links / "way"}) {
-        children.push_back(fork());
+        children.push_back(Fork());
         if (children.back() == 0) {
             while (!fs::exists(begin))
                 std::this_thread::yield();
