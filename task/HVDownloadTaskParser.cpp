@@ -65,10 +65,6 @@ HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& erro
     if (taskURL_.empty())
         return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
                                      "Download url is not set.");
-    // The system would cut an argument there, and the tool would load another address.
-    if (taskURL_.find('\0') != std::string::npos)
-        return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
-                                     "The address holds a NUL character.");
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
     return GetResultFromServer(output, errorText, builder.BuildSearchItemsArgs(taskURL_, jsonOutput));

@@ -28,6 +28,12 @@ unsigned int Passed(Clock::time_point since) {
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
 }
 
+/// The system would cut such an argument short, and the tool would load another address.
+bool HoldsNul(std::vector<std::string> const& args) {
+    return std::any_of(args.begin(), args.end(),
+                       [](std::string const& arg) { return arg.find('\0') != std::string::npos; });
+}
+
 } // namespace
 
 struct HVToolRun::State {
@@ -98,6 +104,13 @@ HVToolResult HVToolRun::Run() {
         launch_.outputHandler = collect(&State::output);
 
     HVToolResult result;
+    if (HoldsNul(launch_.args)) {
+        result.startError =
+            IHVError::MallocError("HVToolRun", __LINE__, "Run", -1, "Error",
+                                  "Can't start the tool: an address or another argument holds "
+                                  "a NUL character.");
+        return result;
+    }
     bool const stoppedBefore = StopWanted();
     if (auto started = StartToolProcess(launch_, child_); !started->Succeed()) {
         result.startError = std::move(started);
