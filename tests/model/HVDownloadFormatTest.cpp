@@ -87,6 +87,8 @@ TEST(FormatMerging, GoesByTheContainersAlone) {
             EXPECT_EQ(IHVDownloadFormat::CanMergeDownloadFormat(b, a), expected) << video << audio;
         }
     }
+    auto const weba = Audio("weba");
+    EXPECT_EQ(Text(weba->IsWebA(), weba->IsWebM(), weba->GetFormatName()), "1|0|webm");
     for (auto const& other : {Video("mp4"), Format(R"("ext": "mp4")"), std::shared_ptr<IHVDownloadFormat>()})
         EXPECT_FALSE(IHVDownloadFormat::CanMergeDownloadFormat(Video("mp4"), other));
 }

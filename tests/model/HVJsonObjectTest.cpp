@@ -21,6 +21,7 @@ TEST(JsonFormat, TellsSoundFromPictureAndPicksABitrate) {
          Rows{{R"("acodec": "none", "resolution": "audio only", "abr": 3, "vbr": 4)", "1|0|3"},
               {R"("format": "140 - audio only, x", "vcodec": "v", "tbr": 9.5, "abr": 3)", "1|0|9.5"},
               {R"("vcodec": "none", "abr": 3, "vbr": 4, "tbr": -1)", "0|0|7"},
+              {R"("acodec": "none", "abr": 3, "vbr": 4)", "0|1|4"},
               {R"("acodec": "", "tbr": null)", "0|0|0"}}) {
         auto const format = FormatJson(json);
         EXPECT_EQ(Text(format->GetAudioOnly(), format->GetVideoOnly(), format->BestBitrate()), expected)

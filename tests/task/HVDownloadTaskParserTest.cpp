@@ -172,14 +172,17 @@ TEST_F(Analysis, GivesTheToolExactlyTheseArguments) {
               "|script:list|1");
 }
 
-TEST_F(Analysis, TakesTheFirstThumbnailWhoseBytesCome) {
-    Put("row", "line " + Item("A", R"(,"thumbnails":[{"id":"0","url":"script:fetch","width":10,"height":10},)"
-                                   R"({"id":"1","url":"script:bad","width":20,"height":20}])"));
+TEST_F(Analysis, TakesTheFirstThumbnailWhoseBytesComeElseTheBest) {
     Put("fetch", "write . 77");
-    Recorder recorder;
-    Run(recorder, "script:row");
-    ASSERT_EQ(recorder.items.size(), 1U);
-    EXPECT_EQ(recorder.items[0]->GetThumbnail()->GetDataSize(), 77);
+    for (auto const& [small, expected] : Rows{{"fetch", "10|77"}, {"bad", "20|0"}}) {
+        Put("row", "line " + Item("A", R"(,"thumbnails":[{"id":"0","url":"script:)" + small +
+                                           R"(","width":10},{"id":"1","url":"script:bad","width":20}])"));
+        Recorder recorder;
+        Run(recorder, "script:row");
+        ASSERT_EQ(recorder.items.size(), 1U);
+        auto const thumbnail = recorder.items[0]->GetThumbnail();
+        EXPECT_EQ(Text(thumbnail->GetWidth(), thumbnail->GetDataSize()), expected);
+    }
 }
 
 TEST_F(Analysis, FetchesAThumbnailAndNothingElse) {

@@ -1,6 +1,8 @@
 #include "HVToolBytecode.h"
 #include "Folder.h"
+#include "HVDownloadPlugin.h"
 #include "HVToolAside.h"
+#include "LoopbackServer.h"
 
 #include <gmock/gmock.h>
 
@@ -19,11 +21,12 @@ protected:
         fs::permissions(folder_.Put(name, content), fs::perms(0755));
     }
     /// A tool of that form, which tells its version from a module of its own.
-    void PutTool(std::string const& firstLine, std::string const& main = "import part") const {
+    void PutTool(std::string const& firstLine, std::string const& main = "import part",
+                 std::string const& version = "2025.01.01") const {
         fs::create_directory(File("part"));
         Put("__main__.py", main);
         Put("part/__init__.py", "from . import version");
-        Put("part/version.py", "print('2025.01.01')");
+        Put("part/version.py", "print('" + version + "')");
         std::string const zip = "rm -f zip && python3 -m zipfile -c zip __main__.py part";
         ASSERT_EQ(std::system(("cd '" + folder_.Path() + "' && " + zip).c_str()), 0);
         Put("yt-dlp", firstLine + "\n" + folder_.Get("zip"));
@@ -53,6 +56,25 @@ TEST_F(HVToolBytecodeTest, SourcesAloneGetTheirBytecodeOnce) {
         EXPECT_TRUE(folder_.Get("real") == after);
         fs::remove(File("yt-dlp"));
     }
+}
+
+TEST_F(HVToolBytecodeTest, AnUpdatedToolGetsItToo) {
+    LoopbackServer const host([](int connection, std::string const&) {
+        LoopbackServer::Reply(connection, "200 OK", R"({"tag_name": "2026.10.26"})");
+    });
+    PutTool("#!/usr/bin/env python3", "import part", "2026.10.26");
+    fs::rename(File("yt-dlp"), File("next"));
+    PutTool("#!/usr/bin/env python3", "import shutil, sys\nif sys.argv[1] == '--update': shutil.copyfile('" +
+                                          File("next") + "', sys.argv[0])\nelse: import part");
+    folder_.Put("ffmpeg", "in place");
+    auto const plugin = std::make_shared<HVDownloadPlugin>();
+    plugin->SetLocalPluginInstallPath(folder_.Path());
+    IHVDownloadPlugin::SetReleaseMirror(host.Url(), "");
+    plugin->UpdateLocalPlugin(nullptr);
+    plugin->CancelUpdateLocalPlugin();
+    IHVDownloadPlugin::SetReleaseMirror("", "");
+    EXPECT_EQ(plugin->Outcome().newVersion, "2026.10.26") << plugin->Outcome().message;
+    EXPECT_THAT(folder_.Get("yt-dlp"), HasSubstr("part/version.pyc"));
 }
 
 TEST_F(HVToolBytecodeTest, AFaultLeavesTheToolAsItWas) {
