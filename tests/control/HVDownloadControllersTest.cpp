@@ -78,22 +78,6 @@ TEST_F(Queue, SchedulesByRowAndLimit) {
     Quiet();
 }
 
-TEST_F(Queue, StopsABatchWithoutAStart) {
-    AddGated(5);
-    queue_->SetConcurrentDownload(2);
-    queue_->StartDownload({});
-    EXPECT_EQ(States(), (Rows{3, 3, 2, 2, 2}));
-    queue_->StopDownload({});
-    EXPECT_EQ(States(), (Rows{3, 3, 1, 1, 1}));
-    Becomes({6, 6, 1, 1, 1});
-    Quiet();
-    EXPECT_EQ(Starts().size(), 2U);
-    // A cancelled one starts again.
-    Put("go0");
-    EXPECT_EQ(queue_->StartDownload({0}).size(), 1U);
-    Becomes({5, 6, 1, 1, 1});
-}
-
 TEST_F(Queue, StartsTheNextOneBeforeItTellsOfAnEnd) {
     auto const first = Add("wait go");
     auto const refused = Add("exit 1");
@@ -342,16 +326,21 @@ TEST_F(Queue, TakesOnePlaceForAControllerInTwoRows) {
 }
 
 TEST_F(Queue, TakesExactlyTheGivenRows) {
-    AddGated(4);
+    AddGated(5);
+    queue_->SetConcurrentDownload(2);
     EXPECT_TRUE(queue_->StartRows(queue_->GetSelected()).empty());
-    EXPECT_EQ(queue_->StartRows({1, 2}).size(), 2U);
+    EXPECT_EQ(queue_->StartRows({1, 2, 3}).size(), 2U);
     queue_->StopRows({});
     queue_->AddController({});
-    EXPECT_EQ(States(), (Rows{1, 3, 3, 1}));
-    EXPECT_TRUE(queue_->RemoveController({3, 0}));
+    EXPECT_EQ(States(), (Rows{1, 3, 3, 2, 1}));
+    EXPECT_TRUE(queue_->RemoveController({4, 0}));
     queue_->StopAll();
+    EXPECT_EQ(States(), (Rows{3, 3, 1}));
     EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
-    EXPECT_EQ(States(), (Rows{6, 6}));
+    EXPECT_EQ(States(), (Rows{6, 6, 1})); // no place that got free has started one
+    Put("go1");
+    EXPECT_EQ(queue_->StartRows({0}).size(), 1U); // a cancelled one starts again
+    Becomes({5, 6, 1});
 }
 
 TEST_F(Queue, HearsOfTheEndOfARowWhoseFunctionsThrow) {

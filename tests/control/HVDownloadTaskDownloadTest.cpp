@@ -66,10 +66,13 @@ TEST(HVDownloadTaskDownload, MakesOneRisingPercentageOfTheToolsLines) {
 
 class DownloadRuns : public Downloads {
 protected:
-    static std::shared_ptr<IHVDownloadTask>
-    Start(Recorder& recorder, std::shared_ptr<IHVDownloadItem> const& item, std::string const& folder) {
+    static std::shared_ptr<IHVDownloadTask> Start(Recorder& recorder,
+                                                  std::shared_ptr<IHVDownloadItem> const& item,
+                                                  std::string const& folder,
+                                                  std::shared_ptr<IHVDownloadOptions> options = nullptr) {
         auto task = IHVDownloadTask::MallocDownloadTask(item, folder);
         task->SetDelegate(&recorder);
+        task->SetOptions(std::move(options));
         EXPECT_TRUE(task->StartTask()->Succeed());
         return task;
     }
@@ -153,50 +156,41 @@ TEST_F(DownloadRuns, PutASubtitleBesideTheFileAndReplaceNothing) {
     }
 }
 
-TEST_F(DownloadRuns, StopAtAnyMoment) {
+TEST_F(DownloadRuns, StopAtAnyMomentAndCountHalfAFileAsNone) {
     std::string const cancel = "Cancel: User cancelled operation";
-    for (auto const& [script, end] : Rows{{"write +.part +10;touch up;hang", cancel},
-                                          {"ignore-term;write +.part +10;touch up;hang", cancel},
-                                          {"grandchild hang;write .temp.mp4 10;touch up;hang", cancel},
-                                          {"write . 10;touch up;hang", "Succeed: Operation was succeed"}}) {
+    struct {
+        std::string script;
+        std::string end;
+        bool partFile = true;
+        bool stop = true;
+    } const rows[] = {{"write +.part +10;touch up;hang", cancel},
+                      {"ignore-term;write +.part +10;touch up;hang", cancel},
+                      {"grandchild hang;write .temp.mp4 10;touch up;hang", cancel},
+                      {"write . 10;touch up;hang", "Succeed: Operation was succeed"},
+                      // Without a part file half a file has its name from the start.
+                      {"write . 10;touch up;exit 1", "Error: Download error: ", false, false},
+                      {"write . 10;touch up;die 11", "Error: Download error: ", false, false},
+                      {"write . 10;touch up;hang", cancel, false},
+                      {"write . 10;touch up", "Succeed: Operation was succeed", false, false}};
+    for (auto const& row : rows) {
+        auto const options = IHVDownloadOptions::MallocDownloadOptions();
+        auto const general = IHVGeneralOptions::MallocGeneralOptions();
+        general->SetUsePartFile(row.partFile);
+        options->SetGeneralOptions(general);
         Recorder recorder;
-        auto const task = Start(recorder, Item("scripted:" + script, "A"), out_);
+        auto const task = Start(recorder, Item("scripted:" + row.script, "A"), out_, options);
         EXPECT_TRUE(AwaitFile("up"));
         auto const begin = std::chrono::steady_clock::now();
-        task->StopTask();
-        EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
-        // A child that ignores the request is not waited for.
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400)) << script;
-        EXPECT_THAT(recorder.Story(), EndsWith("|" + end)) << script;
-        EXPECT_TRUE(NothingLeft()) << script;
-        std::filesystem::remove(Path("up"));
-    }
-    EXPECT_EQ(Join(FilesIn(out_)), "A.mp4|");
-}
-
-TEST_F(DownloadRuns, CountHalfAFileAsNoneWithoutAPartFile) {
-    auto const options = IHVDownloadOptions::MallocDownloadOptions();
-    auto const general = IHVGeneralOptions::MallocGeneralOptions();
-    general->SetUsePartFile(false);
-    options->SetGeneralOptions(general);
-    for (auto const& [script, end] : Rows{{"write . 10;touch up;exit 1", "Error: Download error: "},
-                                          {"write . 10;touch up;die 11", "Error: Download error: "},
-                                          {"write . 10;touch up;hang", "Cancel: User cancelled operation"},
-                                          {"write . 10;touch up", "Succeed: "}}) {
-        Recorder recorder;
-        auto const task = IHVDownloadTask::MallocDownloadTask(Item("scripted:" + script, "A"), out_);
-        task->SetDelegate(&recorder);
-        task->SetOptions(options);
-        EXPECT_TRUE(task->StartTask()->Succeed());
-        EXPECT_TRUE(AwaitFile("up"));
-        if (end[0] == 'C')
+        if (row.stop)
             task->StopTask();
         EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
-        EXPECT_THAT(recorder.Story(), HasSubstr("|" + end)) << script;
-        EXPECT_TRUE(NothingLeft()) << script;
+        // A child that ignores the request is not waited for.
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400)) << row.script;
+        EXPECT_THAT(recorder.Story(), EndsWith("|" + row.end)) << row.script;
+        EXPECT_TRUE(NothingLeft()) << row.script;
         fs::remove(Path("up"));
     }
-    EXPECT_EQ(Join(FilesIn(out_)), "A.mp4|");
+    EXPECT_EQ(Join(FilesIn(out_)), "A (1).mp4|A.mp4|");
 }
 
 TEST_F(DownloadRuns, KeepAFinishedFileThatHasNoPlace) {
