@@ -1,23 +1,13 @@
 """Downloads with the real tool and ffmpeg: what the files hold, where they come to stand, and stops in the middle."""
 
 import json
-import shutil
 import signal
 import subprocess
-import tempfile
 import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from servers import COMMAND, TOOL, ServerTest
-
-
-def probe(file):
-    """Kinds of the streams and the seconds, such as "video audio 8"; what ffprobe complains of otherwise."""
-    run = subprocess.run([TOOL.parent / "ffprobe", "-v", "error", "-show_entries", "stream=codec_type:format=duration",
-                          "-of", "default=nw=1:nk=1", file], text=True, capture_output=True)
-    words = run.stdout.split()
-    return " ".join([*words[:-1], f"{float(words[-1]):.0f}"]) if words else run.stderr
+from servers import COMMAND, ServerTest, probe
 
 
 class DownloadTest(ServerTest):
@@ -68,16 +58,6 @@ class DownloadTest(ServerTest):
         names = sorted(file.name for file in files)
         self.assertEqual(names[:2], ["The same title (1).mp4", "The same title.mp4"])
         self.assertRegex(names[2], r"^日本語の題名[^/\\:]*\.mp4$")
-
-    def test_another_file_system(self):
-        folder = tempfile.mkdtemp(dir="/dev/shm")
-        self.addCleanup(shutil.rmtree, folder)
-        file, = self.succeeds("get", "--quiet", "-o", folder, self.page("same-title-a")).stdout.splitlines()
-        self.assertEqual((Path(file).parent, probe(file)), (Path(folder), "video audio 8"))
-
-    def test_a_failure_in_the_tools_own_words_leaves_nothing(self):
-        self.fails("HTTP Error 404", "get", "-o", self.folder / "out", self.page("combined?media.status=404"))
-        self.assertEqual(list((self.folder / "out").iterdir()), [])
 
 
 class StopTest(ServerTest):

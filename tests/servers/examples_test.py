@@ -10,7 +10,7 @@ import threading
 import time
 import unittest
 
-from servers import COMMAND, SITE, ServerTest
+from servers import COMMAND, ServerTest
 
 FOLDER = os.path.dirname(COMMAND)
 
@@ -19,17 +19,14 @@ class Examples(ServerTest):
     def start_example(self, name, *arguments):
         return subprocess.Popen(
             [f"{FOLDER}/example_{name}", *map(str, arguments)], text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE, cwd=self.folder / "out",
-            env={**os.environ, "PYTHONPATH": str(SITE / "plugin"), "REELHAUL_SETTINGS": str(self.folder / "settings")})
+            stderr=subprocess.PIPE, cwd=self.folder / "out", env=self.environment_of_command())
 
     def test_each(self):
         out = self.folder / "out"
         out.mkdir()
         page = self.page
-        mirror = self.mirror("2001.01.01")
         cookies = self.write("cookies", "# Netscape HTTP Cookie File\n127.0.0.1\tFALSE\t/\tFALSE\t4102444800\tmember\tyes\n")
         wanted = page("combined?cookie=member=yes")
-        list_of_three = f"{self.site.address}/list/mixed"
         for name, arguments, status, printed, files in (
                 ("readme", [page("combined")], 0, ["100.0 %", "./Combined.mp4"], ["Combined.mp4"]),
                 ("analyse", [page("subtitles")], 0, ["Subtitles, 00:00:08", "subtitles in Français (fr): json3 srt vtt"], []),
@@ -41,14 +38,14 @@ class Examples(ServerTest):
                  ["a.mp4", "b.mp4", "c.mp4"]),
                 ("queue", [out, page("combined?media.status=404"), page("combined")], 1, ["HTTP Error 404", "/Combined.mp4"],
                  ["Combined.mp4"]),
-                ("playlist", [list_of_three], 1, ["3. Combined", "List mixed: 2 of 3 entries", "entry 2 did not load"], []),
+                ("playlist", [f"{self.site.address}/list/mixed"], 1, ["3. Combined", "List mixed: 2 of 3 entries", "entry 2 did not load"], []),
                 ("playlist", [f"{self.site.address}/list/feed"], 0, ["2. Merged mp4", "List feed: 2 of 2 entries"], []),
                 ("cookies", [wanted, cookies], 0, ["Combined"], []),
                 ("cookies", [wanted, self.folder / "nothing"], 1, ["403"], []),
                 ("cookies", [wanted, "firefox", out], 1, ["no cookies from firefox: "], []),
                 ("options", [page("combined?login=me:secret"), "me"], 0, ["Combined"], []),
                 ("options", [page("combined?login=me:other"), "me"], 1, ["401"], []),
-                ("update", [self.folder / "tools", mirror], 0, ["is current"], []),
+                ("update", [self.folder / "tools", self.mirror("2001.01.01")], 0, ["is current"], []),
                 ("update", [self.folder / "tools", "http://127.0.0.1:9"], 1, ["not updated: "], []),
                 ("warm", [page("combined"), page("everything")], 0, ["Combined: ", "A page with everything: "], []),
                 ("main_loop", [page("merged-mp4"), out], 0, ["Merged mp4: 100 %", "/Merged mp4.mp4: done"], ["Merged mp4.mp4"]),

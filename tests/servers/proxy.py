@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A small proxy on loopback that writes down what goes through it.
 
-    proxy.py http|socks5 [--login USER:PASSWORD] [--log FILE]
+    proxy.py [--login USER:PASSWORD] [--log FILE]
 
 The first line on standard output is its address, "127.0.0.1:PORT"; it ends when standard input closes. The log has a
 line for each request: HOST:PORT, the user ("-" for none) and "passed" or "refused".
@@ -11,7 +11,6 @@ import argparse
 import base64
 import socket
 import socketserver
-import struct
 import sys
 import threading
 from urllib.parse import urlsplit
@@ -37,20 +36,13 @@ def relay(one, other):
 class Handler(socketserver.StreamRequestHandler):
     rbufsize = 0  # what follows the head is the relay's
 
-    def allow(self, host, port, user, password):
-        login = self.server.options.login
-        allowed = login is None or f"{user}:{password}" == login
-        with self.server.lock:
-            print(f"{host}:{port} {user or '-'} {'passed' if allowed else 'refused'}", file=self.server.log, flush=True)
-        return allowed
-
     def handle(self):
         try:
-            (self.socks5 if self.server.options.kind == "socks5" else self.http)()
+            self.answer()
         except OSError:
             pass
 
-    def http(self):
+    def answer(self):
         method, target, version = self.rfile.readline().decode().split()
         headers = []
         while (line := self.rfile.readline()) not in (b"\r\n", b""):
@@ -62,7 +54,11 @@ class Handler(socketserver.StreamRequestHandler):
                 user, _, password = base64.b64decode(value.split()[1]).decode().partition(":")
         address = urlsplit(f"//{target}" if method == "CONNECT" else target)
         port = address.port or 80
-        if not self.allow(address.hostname, port, user, password):
+        allowed = self.server.options.login in (None, f"{user}:{password}")
+        with self.server.lock:
+            print(f"{address.hostname}:{port} {user or '-'} {'passed' if allowed else 'refused'}", file=self.server.log,
+                  flush=True)
+        if not allowed:
             self.wfile.write(b"HTTP/1.1 407 Proxy Authentication Required\r\nContent-Length: 0\r\n"
                              b'Proxy-Authenticate: Basic realm="test"\r\nConnection: close\r\n\r\n')
             return
@@ -75,45 +71,6 @@ class Handler(socketserver.StreamRequestHandler):
                 site.sendall(f"{method} {path} {version}\r\n".encode() + b"".join(kept) + b"Connection: close\r\n\r\n")
             relay(self.connection, site)
 
-    def take(self, count):
-        data = b""
-        while len(data) < count:
-            part = self.connection.recv(count - len(data))
-            if not part:
-                raise OSError("the client has left")
-            data += part
-        return data
-
-    def socks5(self):
-        methods = self.take(self.take(2)[1])
-        user = password = ""
-        if 2 in methods:  # a login by name and password
-            self.wfile.write(b"\x05\x02")
-            user = self.take(self.take(2)[1]).decode()
-            password = self.take(self.take(1)[0]).decode()
-        elif self.server.options.login is None:
-            self.wfile.write(b"\x05\x00")
-        else:
-            self.allow("-", 0, "", "")
-            self.wfile.write(b"\x05\xff")
-            return
-        if 2 in methods:
-            allowed = self.server.options.login in (None, f"{user}:{password}")
-            self.wfile.write(b"\x01\x00" if allowed else b"\x01\x01")
-            if not allowed:
-                self.allow("-", 0, user, password)
-                return
-        kind = self.take(4)[3]
-        if kind == 1:
-            host = socket.inet_ntoa(self.take(4))
-        else:
-            host = self.take(self.take(1)[0]).decode()
-        port, = struct.unpack(">H", self.take(2))
-        self.allow(host, port, user, password)
-        with socket.create_connection((host, port)) as site:
-            self.wfile.write(b"\x05\x00\x00\x01" + bytes(6))
-            relay(self.connection, site)
-
 
 class Server(socketserver.ThreadingTCPServer):
     daemon_threads = True
@@ -122,7 +79,6 @@ class Server(socketserver.ThreadingTCPServer):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("kind", choices=("http", "socks5"))
     parser.add_argument("--login")
     parser.add_argument("--log", default="/dev/null")
     options = parser.parse_args()

@@ -16,6 +16,14 @@ COMMAND = os.environ.get("REELHAUL_COMMAND", ROOT / "build/release/bin/reelhaul"
 TOOL = Path(os.environ.get("REELHAUL_TOOLS", ROOT / "build/release/lib")) / "yt-dlp"
 
 
+def probe(file):
+    """Kinds of the streams and the seconds, such as "video audio 8"; what ffprobe complains of otherwise."""
+    run = subprocess.run([TOOL.parent / "ffprobe", "-v", "error", "-show_entries", "stream=codec_type:format=duration",
+                          "-of", "default=nw=1:nk=1", file], text=True, capture_output=True)
+    words = run.stdout.split()
+    return " ".join([*words[:-1], f"{float(words[-1]):.0f}"]) if words else run.stderr
+
+
 class Server:
     """A server of ours, from its first line to the end of its standard input."""
 
@@ -59,11 +67,15 @@ class CommandTest(unittest.TestCase):
                 pass  # it has ended
         return found
 
-    def assert_nothing_left(self):
+    def assert_no_process_left(self):
         until = time.monotonic() + 10
-        while self.processes() and time.monotonic() < until:
+        while (left := self.processes()) and time.monotonic() < until:
             time.sleep(0.02)
-        self.assertEqual((self.processes(), list(self.temporary.iterdir())), ([], []))
+        self.assertEqual(left, [])
+
+    def assert_nothing_left(self):
+        self.assert_no_process_left()
+        self.assertEqual(list(self.temporary.iterdir()), [])
 
     def environment_of_command(self, **environment):
         return {**os.environ, "TMPDIR": str(self.temporary), "PYTHONPATH": str(SITE / "plugin"),

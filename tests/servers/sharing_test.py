@@ -12,12 +12,14 @@ from unittest import mock
 from servers import ROOT, TOOL, ServerTest
 
 HEAD = "# Netscape HTTP Cookie File\n"
-MINE = "127.0.0.1\tFALSE\t/\tFALSE\t4102444800\tmember\tyes\n"
 OTHERS = [f"site{number}.example\tFALSE\t/\tTRUE\t0\tsession\tkeep\n" for number in range(300)]
 
 
 def line(name, value):
     return f"127.0.0.1\tFALSE\t/\tFALSE\t4102444800\t{name}\t{value}\n"
+
+
+MINE = line("member", "yes")
 
 
 class StormTest(ServerTest):

@@ -124,8 +124,6 @@ LISTS = {
     "mixed": lambda s: [s.link("merged-mp4", "Merged mp4"), s.link(MISSING_PAGE), s.link("combined", "Combined")],
     "whole": whole,
     "empty": lambda s: [],
-    "huge": lambda s: [{**s.link("combined", f"Entry {i} of many"), "id": f"entry{i}", "url": s.url(f"watch/combined?entry={i}")}
-                       for i in range(1, 5001)],
     "all-fail": lambda s: [s.link(MISSING_PAGE, f"Failing {i}") for i in range(1, 4)],
     "feed": lambda s: [{"_type": "url_transparent", "url": s.url(f"watch/{name}"), "title": f"Feed: {name}"}
                        for name in ("combined", "merged-mp4")],

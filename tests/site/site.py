@@ -79,8 +79,7 @@ class Handler(BaseHTTPRequestHandler):
         """Turns away whom the query tells to, or who lacks the login or cookie that it asks for; true when it did."""
         query = self.query
         login, (name, _, value) = query.get("login"), query.get("cookie", "").partition("=")
-        if "after" not in query:
-            time.sleep(float(query.get("stall", 0)))
+        time.sleep(float(query.get("stall", 0)))
         if login and self.headers.get("Authorization") != f"Basic {base64.b64encode(login.encode()).decode()}":
             self.text("a login is needed\n", status=401)
         elif name and getattr(SimpleCookie(self.headers.get("Cookie", "")).get(name), "value", None) != value:
@@ -92,13 +91,10 @@ class Handler(BaseHTTPRequestHandler):
         return True
 
     def write_body(self, file):
-        """Sends a body with the throttle, the cut and the pause that the query asks for."""
-        rate, cut, pause_at = (int(self.query.get(key, 0)) for key in ("rate", "cut", "after"))
+        """Sends a body with the throttle and the cut that the query asks for."""
+        rate, cut = (int(self.query.get(key, 0)) for key in ("rate", "cut"))
         begin = time.monotonic()
         while part := file.read(max(1, min(CHUNK, rate // 10)) if rate else CHUNK):
-            if pause_at and self.sent >= pause_at:
-                time.sleep(float(self.query["stall"]))
-                pause_at = 0
             if cut and self.sent + len(part) > cut:
                 self.wfile.write(part[:cut - self.sent])
                 self.sent = cut
