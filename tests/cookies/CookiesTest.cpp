@@ -10,7 +10,6 @@
 
 #include <atomic>
 #include <future>
-#include <iterator>
 #include <stdexcept>
 
 #include <sys/stat.h>
@@ -19,11 +18,6 @@ namespace Halvorn {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Bytes(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 struct State final : IHVBrowserState {
     bool HasCookieData() const override { return data; }
@@ -123,7 +117,7 @@ TEST_F(Cookies, FileByTheTool) {
     ShellTool("printf '%s\\n' \"$@\" > \"$4\"; echo 'no %s address' >&2; exit 2");
     EXPECT_TRUE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
     auto const path = record_->GetCookiesPathFile();
-    EXPECT_EQ(Bytes(path), "--cookies-from-browser\nfirefox\n--cookies\n" + path + "\n");
+    EXPECT_EQ(ContentOf(path), "--cookies-from-browser\nfirefox\n--cookies\n" + path + "\n");
     EXPECT_EQ(log_.Take(), std::vector<std::string>{"1 ERROR: no %s address\n."});
 }
 
@@ -133,8 +127,8 @@ TEST_F(Cookies, FileByTheToolIsTheUsersAloneFromItsFirstMoment) {
     ShellTool("head -1 \"$4\" >\"$0.head\"; ls -l \"$4\" | cut -c1-10 >\"$4\"");
     EXPECT_TRUE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
     umask(before);
-    EXPECT_EQ(Bytes(record_->GetCookiesPathFile()), "-rw-------\n");
-    EXPECT_EQ(Bytes(Path("yt-dlp.head")), "# Netscape HTTP Cookie File\n");
+    EXPECT_EQ(ContentOf(record_->GetCookiesPathFile()), "-rw-------\n");
+    EXPECT_EQ(ContentOf(Path("yt-dlp.head")), "# Netscape HTTP Cookie File\n");
     ShellTool("exit 1");
     EXPECT_FALSE(record_->GenerateCookiesFile(folder_, HVDownloadBrowserFirefox)->Succeed());
     EXPECT_FALSE(fs::exists(record_->GetCookiesPathFile())) << "an empty file is left";
@@ -159,7 +153,7 @@ TEST_F(Cookies, AnswerLandsInAFile) {
     stock_->after.time = -1;
     auto const outcome = Run(HVDownloadBrowserEdge);
     EXPECT_EQ(outcome->path, folder_ + "/edge" + std::to_string(stock_->after.time) + ".txt");
-    EXPECT_EQ(Bytes(outcome->path), std::string("\0\xFF\n%", 4));
+    EXPECT_EQ(ContentOf(outcome->path), std::string("\0\xFF\n%", 4));
     EXPECT_EQ(fs::status(outcome->path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_TRUE(outcome->state->HasCookieData());
 }
@@ -211,22 +205,12 @@ TEST_F(Cookies, ProbedBrowserStandsIn) {
     Put("other", "not ours");
     fs::create_symlink(Path("other"), path);
     Run(HVDownloadBrowserUnknown);
-    EXPECT_EQ(Bytes(path), std::string("\0\xFF\n%", 4));
-    EXPECT_EQ(Bytes(Path("other")), "not ours") << "a link in the file's place was followed";
+    EXPECT_EQ(ContentOf(path), std::string("\0\xFF\n%", 4));
+    EXPECT_EQ(ContentOf(Path("other")), "not ours") << "a link in the file's place was followed";
 }
 
-TEST_F(Cookies, OneRunAtATime) {
-    stock_->gate = std::make_shared<HVLatch>();
-    auto const first = std::make_shared<Outcome>();
-    EXPECT_TRUE(Start(first, HVDownloadBrowserEdge));
-    EXPECT_FALSE(Start(first, HVDownloadBrowserEdge));
-    stock_->gate->Raise();
-    EXPECT_TRUE(CalledOnce(first));
-    Run(HVDownloadBrowserEdge);
-}
-
-// An owner may drop the record at once, and a callback may hold it.
-TEST_F(Cookies, RecordLivesAsLongAsItsWorker) {
+// An owner may drop the record at once, and a callback may hold it; meanwhile no second run begins.
+TEST_F(Cookies, RecordLivesAsLongAsItsOneWorker) {
     stock_->gate = std::make_shared<HVLatch>();
     std::weak_ptr<IHVDownloadCookies> const watched = record_;
     std::promise<std::string> path;
@@ -234,11 +218,14 @@ TEST_F(Cookies, RecordLivesAsLongAsItsWorker) {
         folder_,
         [&path, record = record_](auto const&, auto const&) { path.set_value(record->GetCookiesPathFile()); },
         HVDownloadBrowserEdge, 0);
+    auto const second = std::make_shared<Outcome>();
+    EXPECT_FALSE(Start(second, HVDownloadBrowserEdge));
     record_.reset();
     EXPECT_FALSE(watched.expired());
     stock_->gate->Raise();
     EXPECT_EQ(path.get_future().get(), "/c");
     EXPECT_TRUE(Eventually([&] { return watched.expired(); }));
+    EXPECT_EQ(second->calls, 0);
 }
 
 } // namespace

@@ -167,13 +167,6 @@ void CheckGroups(void (IHVDownloadOptions::*set)(std::shared_ptr<Record>),
     }
 }
 
-TEST(Groups, OfNoRecords) {
-    EXPECT_EQ(Line(HVArgsBuilder().BuildOptionsArgs()), "--no-check-certificates");
-    EXPECT_EQ(Line(HVArgsBuilder().BuildGeneralOptions()), "");
-    CheckGroups<IHVGeneralOptions>(&IHVDownloadOptions::SetGeneralOptions, nullptr,
-                                   "--no-check-certificates");
-}
-
 TEST(Groups, General) {
     auto const check = [](std::shared_ptr<IHVGeneralOptions> const& record, std::string const& expected) {
         CheckGroups(&IHVDownloadOptions::SetGeneralOptions, record, "--no-check-certificates" + expected);

@@ -20,11 +20,6 @@ namespace {
 constexpr int kDownloads = 3;
 constexpr int kOver = 3; ///< what the process ends with when it made fewer calls than were to fail
 
-std::string ContentOf(fs::path const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string NameOf(Fault fault) {
     char const* const names[] = {"None", "Spawn", "Open", "Write", "Rename", "Folder", "Thread", "Request"};
     return names[static_cast<int>(fault)];
