@@ -9,6 +9,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <map>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
@@ -34,7 +35,7 @@ std::string gSites;  // of the scripts that come with the tool
     _exit(status);
 }
 
-void OnTerm(int signal) {
+void EndBy(int signal) {
     if (gCounter != nullptr)
         --gCounter->now;
     std::signal(signal, SIG_DFL);
@@ -170,84 +171,78 @@ void PrintProgress(std::string_view rest) {
     Print(1, line + (rest.empty() ? std::string() : " " + std::string(rest)));
 }
 
-bool Printing(std::string const& command, std::string_view rest) {
-    if (command == "out" || command == "line")
-        Print(1, Unescaped(rest) + (command == "line" ? "\n" : ""));
-    else if (command == "err" || command == "errline")
-        Print(2, Unescaped(rest) + (command == "errline" ? "\n" : ""));
-    else if (command == "file")
-        Print(1, ReadFile(std::string(rest)));
-    else if (command == "progress")
-        PrintProgress(rest);
-    else if (command == "flood" || command == "errflood")
-        Flood(command == "flood" ? 1 : 2, Number(rest));
-    else if (command == "longline")
-        Flood(1, Number(rest), 'l');
-    else if (command == "args")
-        for (auto const& argument : gArguments)
-            Print(1, argument + "\n");
-    else if (command == "drip") {
-        long const milliseconds = Number(TakeWord(rest));
-        for (char const letter : Unescaped(rest)) {
-            Print(1, {&letter, 1});
-            Sleep(milliseconds);
-        }
-    } else
-        return false;
-    return true;
+void Drip(std::string_view rest) {
+    long const milliseconds = Number(TakeWord(rest));
+    for (char const letter : Unescaped(rest)) {
+        Print(1, {&letter, 1});
+        Sleep(milliseconds);
+    }
+}
+
+std::string InFolder(std::string_view name) {
+    return gFolder + "/" + std::string(name);
 }
 
 void Run(std::string_view line);
 void RunScript(std::string_view script, char separator);
 
-bool Living(std::string const& command, std::string_view rest) {
-    std::string const path = gFolder + "/" + std::string(rest);
-    if (command == "sleep")
-        Sleep(Number(rest));
-    else if (command == "hang")
-        for (;;)
-            pause();
-    else if (command == "wait")
-        while (access(path.c_str(), F_OK) != 0)
-            Sleep(1);
-    else if (command == "touch")
-        WriteFile(path, 0);
-    else if (command == "ignore-term")
-        std::signal(SIGTERM, SIG_IGN);
-    else if (command == "close-out")
-        close(1);
-    else if (command == "grandchild") {
-        if (fork() == 0) {
-            gCounter = nullptr;
-            Run(rest);
-            _exit(0);
-        }
-    } else
-        return false;
-    return true;
+void PrintArguments(std::string_view) {
+    for (auto const& argument : gArguments)
+        Print(1, argument + "\n");
 }
 
-void Run(std::string_view line) {
-    std::string_view rest = line;
-    std::string const command = TakeWord(rest);
-    if (Printing(command, rest) || Living(command, rest))
+void StartGrandchild(std::string_view line) {
+    if (fork() != 0)
         return;
-    if (command == "write") {
-        std::string const place = TakeWord(rest);
-        WriteFile(PathAt(place), Number(rest));
-    } else if (command == "run") {
-        RunScript(ReadFile(std::string(rest)), '\n');
-    } else if (command == "exit") {
-        End(static_cast<int>(Number(rest)));
-    } else if (command == "die") {
-        if (gCounter != nullptr)
-            --gCounter->now;
-        std::signal(static_cast<int>(Number(rest)), SIG_DFL);
-        std::raise(static_cast<int>(Number(rest)));
-    } else {
-        Print(2, "scripted tool: no command \"" + command + "\"\n");
-        End(99);
-    }
+    gCounter = nullptr;
+    Run(line);
+    _exit(0);
+}
+
+using Text = std::string_view;
+std::map<std::string, void (*)(Text)> const kCommands = {
+    {"out", [](Text text) { Print(1, Unescaped(text)); }},
+    {"line", [](Text text) { Print(1, Unescaped(text) + "\n"); }},
+    {"err", [](Text text) { Print(2, Unescaped(text)); }},
+    {"errline", [](Text text) { Print(2, Unescaped(text) + "\n"); }},
+    {"file", [](Text name) { Print(1, ReadFile(std::string(name))); }},
+    {"run", [](Text name) { RunScript(ReadFile(std::string(name)), '\n'); }},
+    {"progress", PrintProgress},
+    {"flood", [](Text size) { Flood(1, Number(size)); }},
+    {"errflood", [](Text size) { Flood(2, Number(size)); }},
+    {"longline", [](Text size) { Flood(1, Number(size), 'l'); }},
+    {"args", PrintArguments},
+    {"drip", Drip},
+    {"write",
+     [](Text rest) {
+         auto const place = TakeWord(rest);
+         WriteFile(PathAt(place), Number(rest));
+     }},
+    {"touch", [](Text name) { WriteFile(InFolder(name), 0); }},
+    {"sleep", [](Text milliseconds) { Sleep(Number(milliseconds)); }},
+    {"hang",
+     [](Text) {
+         while (pause() != 0) {
+         }
+     }},
+    {"wait",
+     [](Text name) {
+         while (access(InFolder(name).c_str(), F_OK) != 0)
+             Sleep(1);
+     }},
+    {"ignore-term", [](Text) { std::signal(SIGTERM, SIG_IGN); }},
+    {"close-out", [](Text) { close(1); }},
+    {"grandchild", StartGrandchild},
+    {"exit", [](Text status) { End(static_cast<int>(Number(status))); }},
+    {"die", [](Text signal) { EndBy(static_cast<int>(Number(signal))); }},
+};
+
+void Run(std::string_view line) {
+    std::string const name = TakeWord(line);
+    if (auto const command = kCommands.find(name); command != kCommands.end())
+        return command->second(line);
+    Print(2, "scripted tool: no command \"" + name + "\"\n");
+    End(99);
 }
 
 void RunScript(std::string_view script, char separator) {
@@ -290,7 +285,7 @@ int main(int count, char** arguments) {
         gFolder = folder;
     std::string const self(arguments[0]);
     gSites = self.substr(0, self.rfind('/') + 1) + "sites";
-    std::signal(SIGTERM, OnTerm);
+    std::signal(SIGTERM, EndBy);
     CountStart();
     std::string const address = gArguments.empty() ? std::string() : gArguments.back();
     if (address.rfind("scripted:", 0) == 0) {
