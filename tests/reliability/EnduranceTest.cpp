@@ -46,10 +46,7 @@ protected:
             queue->AddController(controller);
         }
         queue->StartDownload({});
-        auto const until = std::chrono::steady_clock::now() + std::chrono::minutes(10);
-        while (ends < count && std::chrono::steady_clock::now() < until)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        EXPECT_EQ(ends, count);
+        EXPECT_TRUE(Eventually([&] { return ends == count; }, std::chrono::minutes(10)));
         EXPECT_TRUE(Eventually([&] { return !queue->AnyControllerIsDownloading(); }));
         for (auto const& name : FilesIn(out_))
             std::filesystem::remove(out_ + "/" + name);
