@@ -49,6 +49,16 @@ int main(int argc, char** argv) {
     auto const task = IHVDownloadTask::MallocDownloadTask(argv[1]);
     task->SetDelegate(&found);
     task->SetJSRuntimePath(IHVDownloadPlugin::BuiltInJSRuntimePathFile());
+    //! [full]
+    task->SetFullAnalysis(true);    // take what the tool finds as the tool takes it
+    task->SetThumbnailBytes(false); // no run of the tool for each picture
+    task->SetListDepth(1);          // go into lists inside the list, such as the tabs of a channel
+    task->SetListFunc([](std::shared_ptr<IHVPlayList const> const& list,
+                         std::vector<HVListEntry> const& entries) { // before any entry is loaded
+        std::printf("%s: %zu entries\n", list->GetTitle().c_str(), entries.size());
+    });
+    task->SetEntryFilter([](HVListEntry const& entry) { return entry.durationSeconds < 3600; });
+    //! [full]
     task->StartTask();
     task->WaitFinish(HVInfiniteTimeOut); // "found" is not owned by the task and has to outlive its run
     if (!found.result->Succeed()) {

@@ -123,6 +123,21 @@ std::shared_ptr<IHVDownloadSubtitle> HVDownloadItem::CurrentDownloadSubtitle() {
     return ElementAt(subtitles_, currentSubtitleIndex_);
 }
 
+std::shared_ptr<HVItemDetails const> IHVDownloadItem::Details() const {
+    auto const* const concrete = dynamic_cast<HVDownloadItem const*>(this);
+    return concrete == nullptr ? std::make_shared<HVItemDetails const>() : concrete->ItemDetails();
+}
+
+std::string IHVDownloadItem::DocumentText() const {
+    auto const* const concrete = dynamic_cast<HVDownloadItem const*>(this);
+    return concrete == nullptr ? std::string() : concrete->JsonText();
+}
+
+void HVDownloadItem::TakeDetails(HVItemDetails details, std::string text) {
+    details_ = std::make_shared<HVItemDetails const>(std::move(details));
+    jsonText_ = std::move(text);
+}
+
 void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int index) {
     if (playList == nullptr)
         return;
@@ -130,6 +145,11 @@ void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int inde
     entryIndex_ = index;
     // Kept as a copy: an item outlives its playlist.
     playlistURL_ = playList->GetPlaylistURL();
+    // An entry that was loaded by its own address has a document that knows of no list.
+    auto details = *details_;
+    details.playlistTitle = playList->GetTitle();
+    details.playlistPosition = index + 1;
+    details_ = std::make_shared<HVItemDetails const>(std::move(details));
 }
 
 std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
@@ -146,6 +166,7 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->durationString_ = durationString_;
     copy->durationSeconds_ = durationSeconds_;
     copy->thumbnail_ = thumbnail_;
+    copy->details_ = details_;
     copy->liveStream_ = liveStream_;
     copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;
     copy->entryIndex_ = entryIndex_;

@@ -53,6 +53,10 @@ public:
     /// A copy that later choices on this item don't reach: what a download is made from. The formats are
     /// shared, since nobody changes them, and nothing was downloaded to it yet.
     std::shared_ptr<HVDownloadItem> CopyForRun() const;
+    /// What the tool's document says besides; `text` is the document itself, empty where it is not kept.
+    void TakeDetails(HVItemDetails details, std::string text);
+    std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
+    std::string const& JsonText() const { return jsonText_; }
 
     /// "hh:mm:ss", with more digits of hours where needed.
     static std::string FormatSeconds(int seconds);
@@ -75,6 +79,8 @@ private:
     std::int32_t entryIndex_ = -1;
     std::string playlistURL_;
     std::weak_ptr<IHVPlayList> playList_;
+    std::shared_ptr<HVItemDetails const> details_ = std::make_shared<HVItemDetails>();
+    std::string jsonText_;
 };
 
 } // namespace Halvorn

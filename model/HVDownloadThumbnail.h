@@ -30,6 +30,8 @@ public:
 
     /// False for a picture that is not offered: no identifier, no address, WebP, an empty pointer.
     bool LoadFromJson(std::shared_ptr<HVJsonObjectThumbnail const> const& json);
+    /// Whether LoadFromJson was false for nothing but the WebP.
+    bool IsUsableWebP() const { return !downloadURL_.empty() && dataFormat_ == ThumbnailWebP; }
     /// False for a row without identifier or address. WebP is not refused here.
     bool LoadFromInfo(std::string const& row, std::string const& head);
     static bool IsThumbnailInfoToken(std::string const& text);

@@ -33,6 +33,12 @@ int SecondsOfText(std::string const& text) {
 
 HVJsonObjectPlayItem::HVJsonObjectPlayItem(HVJsonNode node) : node_(std::move(node)) {}
 
+std::shared_ptr<HVJsonObjectPlayItem> HVJsonObjectPlayItem::WholeDocument(HVJsonNode node) {
+    auto item = std::make_shared<HVJsonObjectPlayItem>(std::move(node));
+    item->isFormat_ = item->GetFormatsCount() == 0;
+    return item;
+}
+
 bool HVJsonObjectPlayItem::LoadFromJsonString(std::string const& text) {
     return LoadFromJsonValue(IHVJsonReader::ReadJsonString(text, nullptr));
 }
@@ -43,11 +49,11 @@ bool HVJsonObjectPlayItem::LoadFromJsonValue(HVJsonNode node) {
 }
 
 int HVJsonObjectPlayItem::GetFormatsCount() const {
-    return ReadArrayCount(node_, FormatsKey);
+    return isFormat_ ? 1 : ReadArrayCount(node_, FormatsKey);
 }
 
 std::shared_ptr<HVJsonObjectFormat> HVJsonObjectPlayItem::GetFormatJsonObject(int index) const {
-    return std::make_shared<HVJsonObjectFormat>(ReadArrayItem(node_, FormatsKey, index));
+    return std::make_shared<HVJsonObjectFormat>(isFormat_ ? node_ : ReadArrayItem(node_, FormatsKey, index));
 }
 
 int HVJsonObjectPlayItem::GetThumbnailCount() const {
@@ -65,6 +71,29 @@ std::string HVJsonObjectPlayItem::GetFileName() const {
             return name;
     }
     return {};
+}
+
+HVItemDetails HVJsonObjectPlayItem::GetDetails() const {
+    HVItemDetails details;
+    details.extractor = ReadString(node_, "extractor");
+    details.id = ReadString(node_, "id");
+    details.webpageURL = ReadString(node_, "webpage_url");
+    details.uploader = ReadString(node_, "uploader");
+    details.uploadDate = ReadString(node_, "upload_date");
+    details.description = ReadString(node_, "description");
+    details.playlistTitle = ReadString(node_, "playlist_title");
+    details.playlistPosition = ReadInt(node_, "playlist_index");
+    for (int i = 0; i < ReadArrayCount(node_, "chapters"); ++i) {
+        auto const chapter = ReadArrayItem(node_, "chapters", i);
+        details.chapters.push_back({static_cast<double>(ReadFloat(chapter, "start_time")),
+                                    static_cast<double>(ReadFloat(chapter, "end_time")),
+                                    ReadString(chapter, "title")});
+    }
+    return details;
+}
+
+std::string HVJsonObjectPlayItem::GetText() const {
+    return IHVJsonReader::JsonText(node_);
 }
 
 std::string HVJsonObjectPlayItem::GetDurationString() const {

@@ -1,6 +1,7 @@
 #pragma once
 // The tool's document about one item, read-only once loaded; empty values before. Any thread may read.
 
+#include "HVItemDetails.h"
 #include "HVJsonObjectFormat.h"
 #include "HVJsonObjectSubtitle.h"
 #include "HVJsonObjectThumbnail.h"
@@ -18,6 +19,9 @@ public:
     HVJsonObjectPlayItem() = default;
     /// Over a playlist's entry that is a whole item.
     explicit HVJsonObjectPlayItem(HVJsonNode node);
+
+    /// Over a document with formats, or with the address of its one file: that is then its one format.
+    static std::shared_ptr<HVJsonObjectPlayItem> WholeDocument(HVJsonNode node);
 
     /// Parses the text; true when it is a document with formats.
     bool LoadFromJsonString(std::string const& text);
@@ -41,10 +45,16 @@ public:
     /// All languages, whatever the name.
     std::shared_ptr<HVJsonObjectSubtitle> GetSubtitleJsonObject(std::string const& name) const;
 
+    HVItemDetails GetDetails() const;
+    /// The document itself as JSON.
+    std::string GetText() const;
+
 private:
     int SecondsOfNumbers() const;
 
     HVJsonNode node_;
+    /// The document stands for its one format.
+    bool isFormat_ = false;
 };
 
 } // namespace Halvorn

@@ -14,6 +14,16 @@ std::shared_ptr<IHVPlayList> IHVPlayList::MallocPlayList(std::string const& url,
     return std::make_shared<HVPlayList>(url, json);
 }
 
+std::vector<std::shared_ptr<IHVPlayList>> IHVPlayList::Lists() const {
+    auto const* const list = dynamic_cast<HVPlayList const*>(this);
+    return list == nullptr ? std::vector<std::shared_ptr<IHVPlayList>>() : list->InnerLists();
+}
+
+int IHVPlayList::EntryCount() const {
+    auto const* const list = dynamic_cast<HVPlayList const*>(this);
+    return list == nullptr ? 0 : list->ListedCount();
+}
+
 HVPlayList::HVPlayList(std::string const& url) : playlistURL_(url) {}
 
 HVPlayList::HVPlayList(std::string const& url, std::shared_ptr<HVJsonObjectPlayList> const& json)

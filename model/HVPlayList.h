@@ -3,6 +3,8 @@
 
 #include "IHVPlayList.h"
 
+#include <utility>
+
 namespace Halvorn {
 
 class HVPlayList final : public IHVPlayList {
@@ -23,8 +25,15 @@ public:
     std::vector<std::shared_ptr<IHVDownloadItem>> GetDownloadItems() override { return downloadItems_; }
     std::vector<std::shared_ptr<IHVDownloadItem const>> GetDownloadItems() const override;
 
+    std::vector<std::shared_ptr<IHVPlayList>> const& InnerLists() const { return lists_; }
+    int ListedCount() const { return entryCount_; }
+    void SetEntryCount(int count) { entryCount_ = count; }
+    void AppendList(std::shared_ptr<IHVPlayList> list) { lists_.push_back(std::move(list)); }
+
 private:
     std::vector<std::shared_ptr<IHVDownloadItem>> downloadItems_;
+    std::vector<std::shared_ptr<IHVPlayList>> lists_;
+    int entryCount_ = 0;
     std::shared_ptr<IHVDownloadThumbnail> thumbnail_;
     std::string playlistURL_;
     std::string id_;

@@ -41,7 +41,7 @@ std::vector<IHVDownloadTask::FailedEntry> HVDownloadTaskParser::Failures() const
 }
 
 HVDownloadTaskParser::Result HVDownloadTaskParser::LoadEntry(int index, std::string const& url,
-                                                             std::function<Result()> const& load) {
+                                                             std::function<Result()> const& load, int level) {
     Result result;
     try {
         result = load();
@@ -55,7 +55,7 @@ HVDownloadTaskParser::Result HVDownloadTaskParser::LoadEntry(int index, std::str
     // What fails after a stop has failed by the stop.
     if (index >= 0 && !result->Succeed() && !UserCancel()) {
         std::lock_guard const lock(failuresMutex_);
-        failures_.push_back({index + 1, url, result});
+        failures_.push_back({index + 1, url, result, level});
     }
     return result;
 }

@@ -3,6 +3,7 @@
 //
 // All operations but the constructor and the getters run on the task's worker thread, one tool run at a time.
 
+#include "HVAnalysisSettings.h"
 #include "HVDownloadTask.h"
 
 #include <functional>
@@ -31,10 +32,15 @@ public:
     std::string TaskURL() const override { return taskURL_; }
     void asyncProgressTask() override;
 
+    /// To be changed before the start alone.
+    HVAnalysisSettings& Settings() { return settings_; }
+
     /// The analysis from the tool's JSON.
     void UsingJsonOutput();
     /// The same from the tables and lines that the tool prints for people.
     void UsingPainTextOutput();
+    /// The analysis from tables, behind the report of its start.
+    void CompleteFromTables();
 
     // One tool run, and what its text says.
     std::shared_ptr<IHVError const> SearchDownloadItems(std::string& output, std::string& errorText,
@@ -58,7 +64,8 @@ public:
                                      std::shared_ptr<HVJsonObjectPlayItem>& json);
     void GetPlaylistThumbnail(std::shared_ptr<IHVPlayList>& playList,
                               std::shared_ptr<HVJsonObjectPlayList>& json);
-    /// The best thumbnail whose bytes could be fetched, else the best; empty for none.
+    /// The best thumbnail whose bytes could be fetched, else the best; empty for none. Where the bytes are
+    /// not wanted, the best.
     std::shared_ptr<IHVDownloadThumbnail>
     FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadThumbnail>>& thumbnails);
     static bool ContainDownloadFormat(IHVDownloadFormat const* format,
@@ -76,22 +83,22 @@ public:
     std::shared_ptr<IHVError const> ParseDownloadItemInfo(std::string const& output,
                                                           std::shared_ptr<IHVDownloadItem> item);
 
+    using Result = std::shared_ptr<IHVError const>;
+    /// Loads one entry, or the only item where `index` is negative. What goes wrong costs that entry alone:
+    /// an exception, too, is its failure. Keeps the failures of entries for FailedEntries. Never empty.
+    Result LoadEntry(int index, std::string const& url, std::function<Result()> const& load, int level = 0);
     /// See IHVDownloadTask::FailedEntries.
     std::vector<FailedEntry> Failures() const;
 
 private:
-    using Result = std::shared_ptr<IHVError const>;
-
     void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);
     void CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json, std::string const& errorText);
-    /// Loads one entry, or the only item where `index` is negative. What goes wrong costs that entry alone:
-    /// an exception, too, is its failure. Keeps the failures of entries for FailedEntries. Never empty.
-    Result LoadEntry(int index, std::string const& url, std::function<Result()> const& load);
 
     std::string const taskURL_;
     HVAnalysisRoute const route_;
     mutable std::mutex failuresMutex_;
     std::vector<FailedEntry> failures_;
+    HVAnalysisSettings settings_;
 };
 
 } // namespace Halvorn

@@ -2,16 +2,18 @@
 // entry.
 
 #include "HVArgsBuilder.h"
+#include "HVDownloadItem.h"
 #include "HVDownloadSubtitle.h"
 #include "HVDownloadTaskParser.h"
 #include "HVDownloadThumbnail.h"
-#include "HVExplainedError.h"
+#include "HVFullAnalysis.h"
 #include "HVJsonObjectPlayItem.h"
 #include "HVJsonObjectPlayList.h"
 #include "HVJsonObjectPlaylistEntry.h"
 #include "HVJsonObjectSubtitle.h"
 #include "HVJsonObjectThumbnail.h"
 #include "HVStableSort.h"
+#include "HVToolAnswer.h"
 #include "IHVDownloadItem.h"
 #include "IHVJsonValue.h"
 #include "IHVLogConfig.h"
@@ -28,43 +30,35 @@ namespace {
 constexpr char kFile[] = "HVDownloadTaskParser";
 /// How long the best picture of an item or a playlist may be looked for.
 constexpr std::chrono::seconds kThumbnailsTime(60);
-constexpr char kUnknownError[] = "Unknown error, please try again later.";
-
-/// A failure with the tool's own words, or `otherwise` when it said nothing.
-std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std::string const& errorText,
-                                            char const* otherwise) {
-    return IHVError::MallocError(kFile, line, function, -1, "Error",
-                                 errorText.empty() ? otherwise : errorText.c_str());
-}
-
-/// What an answer that is neither an item nor a list means: in the message the tool's words, in the plain
-/// message the reader's where the tool names no fault itself.
-std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, std::string const& front,
-                                              std::string const& errorText,
-                                              std::shared_ptr<IHVError const> const& unreadable) {
-    std::string reason;
-    if (HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
-        reason = unreadable == nullptr ? "The tool's answer holds nothing to download."
-                                       : "The tool's answer can't be read: " + unreadable->GetErrorMessage();
-    return ExplainedError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
-                          reason);
-}
 
 /// The thumbnails that one of the two sources lists, as far as they load.
 template <typename Source, typename Get>
-std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source, Get get) {
+std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source, Get get,
+                                                                  HVAnalysisSettings const& settings) {
     std::vector<std::shared_ptr<IHVDownloadThumbnail>> thumbnails;
     for (int i = 0; i < source.GetThumbnailCount(); ++i) {
         auto thumbnail = std::make_shared<HVDownloadThumbnail>();
-        if (thumbnail->LoadFromJson((source.*get)(i)))
+        if (thumbnail->LoadFromJson((source.*get)(i)) || (settings.webP && thumbnail->IsUsableWebP()))
             thumbnails.push_back(std::move(thumbnail));
     }
+    // The tool lists the best last: that counts where the sizes, which may be unknown, decide nothing.
+    if (settings.full)
+        std::reverse(thumbnails.begin(), thumbnails.end());
     return thumbnails;
+}
+
+bool IsLarger(IHVDownloadThumbnail const& left, IHVDownloadThumbnail const& right) {
+    return left.GetWidth() != right.GetWidth() ? left.GetWidth() > right.GetWidth()
+                                               : left.GetHeight() > right.GetHeight();
 }
 
 } // namespace
 
 void HVDownloadTaskParser::UsingJsonOutput() {
+    if (settings_.full) {
+        HVFullAnalysis(*this, settings_).Run();
+        return;
+    }
     notifyTaskStarted("Parse started");
     std::string output;
     std::string errorText;
@@ -188,6 +182,8 @@ HVDownloadTaskParser::GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
     GetPlayItemFormats(item, json);
     IHVLogConfig::Printf("get subtitle\n");
     GetPlayItemSubtitles(item, json);
+    if (auto* const concrete = dynamic_cast<HVDownloadItem*>(item.get()))
+        concrete->TakeDetails(json->GetDetails(), settings_.documents ? json->GetText() : std::string());
     if (item->Valid())
         return IHVError::MallocSucceed(kFile, __LINE__, "GetPlayItem");
     return IHVError::MallocError(kFile, __LINE__, "GetPlayItem", -1, "Error",
@@ -211,13 +207,13 @@ void HVDownloadTaskParser::GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>
 
 void HVDownloadTaskParser::GetPlayItemThumbnail(std::shared_ptr<IHVDownloadItem>& item,
                                                 std::shared_ptr<HVJsonObjectPlayItem>& json) {
-    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayItem::GetThumbnailJsonObject);
+    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayItem::GetThumbnailJsonObject, settings_);
     item->SetThumbnail(FindBestThumbnail(thumbnails));
 }
 
 void HVDownloadTaskParser::GetPlaylistThumbnail(std::shared_ptr<IHVPlayList>& playList,
                                                 std::shared_ptr<HVJsonObjectPlayList>& json) {
-    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayList::GetThumbJsonObject);
+    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayList::GetThumbJsonObject, settings_);
     playList->SetThumbnail(FindBestThumbnail(thumbnails));
 }
 
@@ -225,7 +221,11 @@ std::shared_ptr<IHVDownloadThumbnail>
 HVDownloadTaskParser::FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadThumbnail>>& thumbnails) {
     if (thumbnails.empty())
         return nullptr;
-    HVStableSort(thumbnails, [](auto& left, auto& right) { return left->BetterThan(right.get()); });
+    HVStableSort(thumbnails, [this](auto& left, auto& right) {
+        return settings_.full ? IsLarger(*left, *right) : left->BetterThan(right.get());
+    });
+    if (!settings_.thumbnailBytes)
+        return thumbnails.front();
     // A host that does not answer must not hold up the analysis once for each size that it offers.
     auto const until = std::chrono::steady_clock::now() + kThumbnailsTime;
     for (auto const& thumbnail : thumbnails) {

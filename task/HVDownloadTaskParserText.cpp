@@ -108,6 +108,10 @@ std::shared_ptr<IHVError const> UnknownError(std::string const& errorText) {
 
 void HVDownloadTaskParser::UsingPainTextOutput() {
     notifyTaskStarted("Parse started");
+    CompleteFromTables();
+}
+
+void HVDownloadTaskParser::CompleteFromTables() {
     std::string output;
     std::string errorText;
     auto const search = SearchDownloadItems(output, errorText, false);

@@ -1,7 +1,9 @@
 #include "HVAnalysis.h"
 
+#include "HVChoice.h"
 #include "HVRequest.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Halvorn {
@@ -10,6 +12,8 @@ namespace {
 
 /// What a task may still take after it reported its end.
 constexpr unsigned int kLastSteps = 2000;
+/// Levels of lists inside a list that are gone into: a site, its channels, their tabs.
+constexpr int kListDepth = 3;
 
 } // namespace
 
@@ -19,16 +23,37 @@ HVAnalysis::HVAnalysis(std::shared_ptr<HVMainQueue> queue, Listener listener)
 std::shared_ptr<IHVError const> HVAnalysis::Start(std::string const& url, HVRequest const& request) {
     task_ = request.text ? IHVDownloadTask::MallocTextDownloadTask(url)
                          : IHVDownloadTask::MallocDownloadTask(url);
-    fromTables_ = request.text;
     task_->SetDelegate(this);
     task_->SetJSRuntimePath(request.jsRuntime);
     if (request.options)
         task_->SetOptions(request.options);
+    Ask(request);
     self_ = shared_from_this();
     auto error = task_->StartTask();
     if (!error->Succeed())
         self_.reset();
     return error;
+}
+
+/// The task keeps the functions, and this object keeps itself until the task's work is over.
+void HVAnalysis::Ask(HVRequest const& request) {
+    task_->SetFullAnalysis(true);
+    task_->SetTablesWhereNoJson(true);
+    task_->SetThumbnailBytes(false);
+    task_->SetWebPThumbnails(true);
+    task_->SetListDepth(request.flat ? 0 : kListDepth);
+    task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
+    if (request.listOnly)
+        task_->SetEntryFilter([](HVListEntry const&) { return false; });
+    task_->SetListFunc(
+        [this](std::shared_ptr<IHVPlayList const> const& playList, std::vector<HVListEntry> const& entries) {
+            Post([playList, entries](HVAnalysis& self) {
+                if (entries.empty() || entries.front().level == 0)
+                    self.listedCount_ = playList->EntryCount();
+                if (self.listener_.listed)
+                    self.listener_.listed(playList, entries);
+            });
+        });
 }
 
 void HVAnalysis::Stop() {
@@ -51,9 +76,6 @@ void HVAnalysis::DownloadTaskProgress(std::string message, float /*percent*/,
                                       IHVDownloadTask const* /*task*/) {
     Post([message = std::move(message)](HVAnalysis& self) {
         ++self.entryCount_;
-        if (!self.itemOfEntry_ && !self.fromTables_)
-            self.failedEntries_.push_back(self.entryCount_);
-        self.itemOfEntry_ = false;
         self.listener_.progress(message);
     });
 }
@@ -61,7 +83,8 @@ void HVAnalysis::DownloadTaskProgress(std::string message, float /*percent*/,
 void HVAnalysis::DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList,
                                          IHVDownloadTask const* /*task*/) {
     Post([playList = std::move(playList)](HVAnalysis& self) {
-        if (self.fromTables_)
+        // From tables the items come all at once, with the list.
+        if (!self.itemsCame_ && playList->GetDownloadItemCount() > 0)
             self.TakeItemsOf(playList);
         self.listener_.playList(playList);
     });
@@ -70,7 +93,7 @@ void HVAnalysis::DownloadTaskGetPlayList(std::shared_ptr<IHVPlayList> playList,
 void HVAnalysis::DownloadTaskGetPlayItem(std::shared_ptr<IHVDownloadItem> item,
                                          IHVDownloadTask const* /*task*/) {
     Post([item = std::move(item)](HVAnalysis& self) {
-        self.itemOfEntry_ = true;
+        self.itemsCame_ = true;
         self.listener_.item(item);
     });
 }
@@ -80,16 +103,24 @@ void HVAnalysis::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
     Post([error = std::move(error)](HVAnalysis& self) { self.Finish(error); });
 }
 
-/// From tables the items come all at once, with the list, and without their place in it: which of them failed
-/// is not told, only how many.
+/// From tables the items come without their place in the list: those that failed have the other places.
 void HVAnalysis::TakeItemsOf(std::shared_ptr<IHVPlayList> const& playList) {
-    int row = 0;
+    auto const failed = FailedEntries();
+    int number = 0;
     for (auto const& item : playList->GetDownloadItems()) {
-        item->SetPlayList(playList, row++);
+        do
+            ++number;
+        while (std::find(failed.begin(), failed.end(), number) != failed.end());
+        item->SetPlayList(playList, number - 1);
         listener_.item(item);
     }
-    for (; row < entryCount_; ++row)
-        failedEntries_.push_back(0);
+}
+
+std::vector<int> HVAnalysis::FailedEntries() const {
+    std::vector<int> numbers;
+    for (auto const& entry : task_->FailedEntries())
+        numbers.push_back(entry.level == 0 ? entry.number : 0);
+    return numbers;
 }
 
 void HVAnalysis::Finish(std::shared_ptr<IHVError const> const& error) {

@@ -25,6 +25,8 @@ public:
         std::function<void(std::shared_ptr<IHVDownloadItem>)> item;
         std::function<void(std::shared_ptr<IHVPlayList>)> playList;
         std::function<void(std::shared_ptr<IHVError const>)> done;
+        /// A list before its entries are loaded; for each list inside it, too. May be empty.
+        std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> listed = {};
     };
 
     HVAnalysis(std::shared_ptr<HVMainQueue> queue, Listener listener);
@@ -33,9 +35,11 @@ public:
     std::shared_ptr<IHVError const> Start(std::string const& url, HVRequest const& request);
     void Stop();
     /// Number of entries of a playlist that were tried so far, and which of them, from 1, did not load; a 0
-    /// for one of which only that is known.
+    /// for one of a list inside the list.
     int EntryCount() const { return entryCount_; }
-    std::vector<int> const& FailedEntries() const { return failedEntries_; }
+    /// Number of entries that the list has; 0 where it is not known.
+    int ListedCount() const { return listedCount_; }
+    std::vector<int> FailedEntries() const;
 
     void DownloadTaskStarted(std::string message, IHVDownloadTask const* task) override;
     void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const* task) override;
@@ -44,6 +48,7 @@ public:
     void DownloadTaskCompleted(std::shared_ptr<IHVError const> error, IHVDownloadTask const* task) override;
 
 private:
+    void Ask(HVRequest const& request);
     void Post(std::function<void(HVAnalysis&)> work);
     void TakeItemsOf(std::shared_ptr<IHVPlayList> const& playList);
     void Finish(std::shared_ptr<IHVError const> const& error);
@@ -53,11 +58,10 @@ private:
     std::shared_ptr<IHVDownloadTask> task_;
     /// The task doesn't own its delegate: this object keeps itself until the task's work is over.
     std::shared_ptr<HVAnalysis> self_;
-    bool fromTables_ = false;
     bool done_ = false;
-    bool itemOfEntry_ = false;
+    bool itemsCame_ = false;
     int entryCount_ = 0;
-    std::vector<int> failedEntries_;
+    int listedCount_ = 0;
 };
 
 } // namespace Halvorn

@@ -109,8 +109,11 @@ std::optional<HVItemRanges> HVItemRanges::Parse(std::string_view text) {
         std::string_view const part = text.substr(0, comma);
         auto const dash = part.find('-');
         auto const first = WholeNumber(part.substr(0, dash));
-        auto const last = dash == std::string_view::npos ? first : WholeNumber(part.substr(dash + 1));
-        if (!first || !last || *first < 1 || *last < *first)
+        bool const open = dash != std::string_view::npos && dash + 1 == part.size();
+        auto const last = dash == std::string_view::npos ? first
+                          : open                         ? std::optional(0)
+                                                         : WholeNumber(part.substr(dash + 1));
+        if (!first || !last || *first < 1 || (!open && *last < *first))
             return std::nullopt;
         result.ranges_.emplace_back(*first, *last);
         if (comma == std::string_view::npos)
@@ -121,14 +124,14 @@ std::optional<HVItemRanges> HVItemRanges::Parse(std::string_view text) {
 
 bool HVItemRanges::Contains(int item) const {
     return ranges_.empty() || std::any_of(ranges_.begin(), ranges_.end(), [item](auto const& range) {
-               return range.first <= item && item <= range.second;
+               return range.first <= item && (range.second == 0 || item <= range.second);
            });
 }
 
 int HVItemRanges::FirstBeyond(int count) const {
     int beyond = 0;
     for (auto const& [first, last] : ranges_)
-        if (last > count && (beyond == 0 || std::max(first, count + 1) < beyond))
+        if (std::max(first, last) > count && (beyond == 0 || std::max(first, count + 1) < beyond))
             beyond = std::max(first, count + 1);
     return beyond;
 }

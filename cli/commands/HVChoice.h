@@ -19,7 +19,7 @@ std::string ChooseFormat(IHVDownloadItem& item, std::string_view wish);
 /// Chooses the subtitle LANG or LANG.EXT. Returns the fault; empty when there is none.
 std::string ChooseSubtitle(IHVDownloadItem& item, std::string_view wish);
 
-/// Items of a playlist, counted from 1: "1,3-5".
+/// Items of a playlist, counted from 1: "1,3-5"; "7-" goes to the end.
 class HVItemRanges {
 public:
     /// Empty when the text is no such list. An empty text means all items.
@@ -28,6 +28,8 @@ public:
     bool Contains(int item) const;
     /// The first item named that a playlist of so many items does not have; 0 when it has all.
     int FirstBeyond(int count) const;
+    /// First and last numbers; a last one of 0 means the end. Empty for all.
+    std::vector<std::pair<int, int>> const& Ranges() const { return ranges_; }
 
 private:
     std::vector<std::pair<int, int>> ranges_;

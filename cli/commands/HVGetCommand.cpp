@@ -138,13 +138,13 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
 void GetCommand::TellLostEntries() {
     std::vector<int> lost;
     for (int const entry : analysis_->FailedEntries())
-        if (ranges_.Contains(entry))
+        if (entry == 0 || ranges_.Contains(entry))
             lost.push_back(entry);
     if (std::string const text = LostEntriesText(analysis_->EntryCount(), lost); !text.empty())
         Fail(text);
-    if (int const beyond = ranges_.FirstBeyond(analysis_->EntryCount()); beyond > 0)
-        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " +
-             std::to_string(analysis_->EntryCount()));
+    int const count = analysis_->ListedCount() > 0 ? analysis_->ListedCount() : analysis_->EntryCount();
+    if (int const beyond = ranges_.FirstBeyond(count); beyond > 0)
+        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count));
 }
 
 void GetCommand::Fail(std::string const& message) {

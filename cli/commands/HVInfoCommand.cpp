@@ -1,6 +1,7 @@
 #include "HVInfoCommand.h"
 
 #include "HVAnalysis.h"
+#include "HVChoice.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
 #include "HVProgressDisplay.h"
@@ -28,6 +29,8 @@ private:
             session_.Console().Out(line);
     }
     void ShowItem(std::shared_ptr<IHVDownloadItem> const& item);
+    void ShowEntries(IHVPlayList const& playList, std::vector<HVListEntry> const& entries);
+    void ShowHead(IHVPlayList const& playList);
     void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
     void Done(std::shared_ptr<IHVError const> const& error);
     std::string Beginning() const { return "Analysing " + request_.urls.front(); }
@@ -40,7 +43,8 @@ private:
     HVRequest const& request_;
     HVProgressDisplay display_;
     std::shared_ptr<HVAnalysis> analysis_;
-    bool headShown_ = false;
+    /// The list whose head stands above what is printed now; never used but to compare.
+    void const* headShown_ = nullptr;
     bool done_ = false;
     int status_ = HVExitDone;
 };
@@ -49,15 +53,18 @@ int InfoCommand::Run() {
     std::string const& url = request_.urls.front();
     analysis_ = std::make_shared<HVAnalysis>(
         session_.Queue(),
-        HVAnalysis::Listener{[this](std::string const& message) {
-                                 // Without a terminal the items themselves tell how far it is.
-                                 if (session_.Console().Live())
-                                     display_.SetActivity(analysis_->EntryCount() > 0 ? message
-                                                                                      : Beginning());
-                             },
-                             [this](std::shared_ptr<IHVDownloadItem> item) { ShowItem(item); },
-                             [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
-                             [this](std::shared_ptr<IHVError const> error) { Done(error); }});
+        HVAnalysis::Listener{
+            [this](std::string const& message) {
+                // Without a terminal the items themselves tell how far it is.
+                if (session_.Console().Live())
+                    display_.SetActivity(analysis_->EntryCount() > 0 ? message : Beginning());
+            },
+            [this](std::shared_ptr<IHVDownloadItem> item) { ShowItem(item); },
+            [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
+            [this](std::shared_ptr<IHVError const> error) { Done(error); },
+            [this](std::shared_ptr<IHVPlayList const> playList, std::vector<HVListEntry> const& entries) {
+                ShowEntries(*playList, entries);
+            }});
     if (auto const error = analysis_->Start(url, request_); !error->Succeed()) {
         Fail(error->GetPlainMessage());
         return status_;
@@ -78,18 +85,35 @@ void InfoCommand::ShowItem(std::shared_ptr<IHVDownloadItem> const& item) {
         Print(ItemLines(*item));
         return;
     }
-    if (auto const playList = item->GetPlayList(); playList && !std::exchange(headShown_, true))
-        Print(PlayListHeadLines(*playList));
+    if (auto const playList = item->GetPlayList())
+        ShowHead(*playList);
     session_.Console().Out(EntryLine(*item));
 }
 
+void InfoCommand::ShowHead(IHVPlayList const& playList) {
+    // The items of a list inside the list stand below its own head.
+    if (std::exchange(headShown_, &playList) != &playList)
+        Print(PlayListHeadLines(playList));
+}
+
+void InfoCommand::ShowEntries(IHVPlayList const& playList, std::vector<HVListEntry> const& entries) {
+    if (!request_.listOnly)
+        return;
+    if (!request_.json)
+        ShowHead(playList);
+    auto const ranges = HVItemRanges::Parse(request_.items).value_or(HVItemRanges());
+    for (HVListEntry const& entry : entries)
+        if (ranges.Contains(entry.number))
+            session_.Console().Out(request_.json ? EntryDocument(entry) : EntryLine(entry));
+}
+
 void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {
-    if (request_.json) {
+    if (request_.listOnly)
+        return;
+    if (request_.json)
         session_.Console().Out(PlayListDocument(*playList));
-    } else if (!std::exchange(headShown_, true)) {
-        // The text route delivers a playlist at its end.
-        Print(PlayListHeadLines(*playList));
-    }
+    else if (headShown_ == nullptr) // from tables a playlist comes at its end
+        ShowHead(*playList);
 }
 
 void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
@@ -112,6 +136,7 @@ int RunInfo(HVSession& session, HVRequest& request) {
         session.Console().Error(fault);
         return HVExitFailed;
     }
+    request.listOnly = request.flat;
     return InfoCommand(session, request).Run();
 }
 

@@ -26,8 +26,6 @@ std::string ThumbnailText(IHVDownloadThumbnail const& thumbnail) {
     std::string text = thumbnail.GetWidth() > 0 ? std::to_string(thumbnail.GetWidth()) + "x" +
                                                       std::to_string(thumbnail.GetHeight())
                                                 : "unknown size";
-    int const bytes = thumbnail.GetDataSize();
-    text += bytes > 0 ? ", " + SizeText(static_cast<std::uint64_t>(bytes)) : ", not fetched";
     return text + ", " + thumbnail.GetDownloadURL();
 }
 
@@ -36,6 +34,25 @@ void AppendTable(std::vector<std::string>& lines, std::string const& title, HVTa
     lines.push_back(title);
     for (std::string& line : table.Lines())
         lines.push_back(std::move(line));
+}
+
+std::string ClockText(int seconds) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", seconds / 3600, seconds % 3600 / 60,
+                  seconds % 60);
+    return text.data();
+}
+
+/// "    3  00:01:05  Title  address".
+std::string NumberedLine(int number, std::string const& duration, std::string const& title,
+                         std::string const& url) {
+    std::string const digits = std::to_string(number);
+    constexpr std::size_t kNumberWidth = 5;
+    std::string line(digits.size() < kNumberWidth ? kNumberWidth - digits.size() : 0, ' ');
+    line += digits + "  " + FitToWidth(duration, 8) + "  " + PlainLine(title);
+    if (!url.empty())
+        line += "  " + PlainLine(url);
+    return line;
 }
 
 HVTableText FormatTable(IHVDownloadItem const& item) {
@@ -65,19 +82,21 @@ HVTableText SubtitleTable(IHVDownloadItem const& item) {
 } // namespace
 
 std::string ClockText(IHVDownloadItem const& item) {
-    if (item.GetDurationSeconds() != 0)
-        return item.GetDurationString();
-    int const seconds = IHVDownloadItem::KnownDurationSeconds(item);
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", seconds / 3600, seconds % 3600 / 60,
-                  seconds % 60);
-    return text.data();
+    return item.GetDurationSeconds() != 0 ? item.GetDurationString()
+                                          : ClockText(IHVDownloadItem::KnownDurationSeconds(item));
 }
 
 std::vector<std::string> ItemLines(IHVDownloadItem const& item) {
     std::vector<std::string> lines{
         Labelled("Title", item.GetFileName()), Labelled("Address", item.DownloadURL()),
         Labelled("Duration", DurationText(item)), Labelled("Live", item.IsLiveStream() ? "yes" : "no")};
+    auto const details = item.Details();
+    if (!details->uploader.empty())
+        lines.push_back(Labelled("Uploader", details->uploader));
+    if (!details->uploadDate.empty())
+        lines.push_back(Labelled("Date", details->uploadDate));
+    if (!details->chapters.empty())
+        lines.push_back(Labelled("Chapters", std::to_string(details->chapters.size())));
     if (auto const thumbnail = item.GetThumbnail())
         lines.push_back(Labelled("Thumbnail", ThumbnailText(*thumbnail)));
     AppendTable(lines, "Formats", FormatTable(item));
@@ -98,13 +117,15 @@ std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList) {
 }
 
 std::string EntryLine(IHVDownloadItem const& item) {
-    std::string const number = std::to_string(item.GetEntryIndexOfPlayList() + 1);
-    constexpr std::size_t kNumberWidth = 5;
-    std::string line(number.size() < kNumberWidth ? kNumberWidth - number.size() : 0, ' ');
-    line += number + "  " + FitToWidth(DurationText(item), 8) + "  " + PlainLine(item.GetFileName());
-    if (!item.DownloadURL().empty())
-        line += "  " + PlainLine(item.DownloadURL());
-    return line;
+    return NumberedLine(item.GetEntryIndexOfPlayList() + 1, DurationText(item), item.GetFileName(),
+                        item.DownloadURL());
+}
+
+std::string EntryLine(HVListEntry const& entry) {
+    std::string middle = entry.durationSeconds > 0 ? ClockText(entry.durationSeconds) : "unknown";
+    if (entry.kind == HVListEntry::List)
+        middle = "list";
+    return NumberedLine(entry.number, middle, entry.title.empty() ? entry.id : entry.title, entry.url);
 }
 
 std::string LostEntriesText(int count, std::vector<int> const& lost) {
@@ -113,12 +134,16 @@ std::string LostEntriesText(int count, std::vector<int> const& lost) {
     constexpr std::size_t kNamed = 20;
     std::string text = std::to_string(lost.size()) + " of " + std::to_string(count) +
                        (count == 1 ? " item" : " items") + " could not be loaded";
-    if (lost.front() == 0)
-        return text; // which ones is not known
-    text += " (";
-    for (std::size_t i = 0; i < lost.size() && i < kNamed; ++i)
-        text.append(i == 0 ? "" : ", ").append(std::to_string(lost[i]));
-    return text + (lost.size() > kNamed ? ", ...)" : ")");
+    std::string numbers;
+    std::size_t named = 0;
+    for (std::size_t i = 0; i < lost.size() && named < kNamed; ++i) {
+        if (lost[i] == 0)
+            continue; // which one is not known
+        numbers.append(named++ == 0 ? "" : ", ").append(std::to_string(lost[i]));
+    }
+    if (numbers.empty())
+        return text;
+    return text + " (" + numbers + (lost.size() > named ? ", ...)" : ")");
 }
 
 std::string SizeText(std::uint64_t bytes) {

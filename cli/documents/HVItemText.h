@@ -1,6 +1,7 @@
 #pragma once
 // Items and playlists as lines for people.
 
+#include <Reelhaul/HVListEntry.h>
 #include <Reelhaul/IHVDownloadItem.h>
 #include <Reelhaul/IHVPlayList.h>
 
@@ -18,6 +19,8 @@ std::string ClockText(IHVDownloadItem const& item);
 std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList);
 /// One line for an entry, with its number in the playlist.
 std::string EntryLine(IHVDownloadItem const& item);
+/// The same for one that is not loaded; "list" in place of the duration of a list.
+std::string EntryLine(HVListEntry const& entry);
 /// "2 of 10 items could not be loaded (items 3, 7)"; empty when none failed.
 std::string LostEntriesText(int count, std::vector<int> const& lost);
 /// "12.3 MiB"; empty for 0, which stands for unknown.

@@ -25,12 +25,14 @@ void Text(Writer& writer, std::string const& text) {
     writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
 }
 
-void Field(Document& writer, char const* key, std::string const& text) {
+template <typename Writer>
+void Field(Writer& writer, char const* key, std::string const& text) {
     writer.Key(key);
     Text(writer, text);
 }
 
-void Field(Document& writer, char const* key, int number) {
+template <typename Writer>
+void Field(Writer& writer, char const* key, int number) {
     writer.Key(key);
     writer.Int(number);
 }
@@ -88,8 +90,30 @@ void WriteThumbnail(Document& writer, IHVDownloadThumbnail const* thumbnail) {
     Field(writer, "url", thumbnail->GetDownloadURL());
     Field(writer, "width", thumbnail->GetWidth());
     Field(writer, "height", thumbnail->GetHeight());
-    Field(writer, "bytes", thumbnail->GetDataSize());
     writer.EndObject();
+}
+
+void WriteDetails(Document& writer, HVItemDetails const& details) {
+    Field(writer, "extractor", details.extractor);
+    Field(writer, "id", details.id);
+    Field(writer, "webpage_url", details.webpageURL);
+    Field(writer, "uploader", details.uploader);
+    Field(writer, "upload_date", details.uploadDate);
+    Field(writer, "description", details.description);
+    Field(writer, "playlist_title", details.playlistTitle);
+    Field(writer, "playlist_position", details.playlistPosition);
+    writer.Key("chapters");
+    writer.StartArray();
+    for (HVChapter const& chapter : details.chapters) {
+        writer.StartObject();
+        writer.Key("start");
+        Rounded(writer, chapter.start);
+        writer.Key("end");
+        Rounded(writer, chapter.end);
+        Field(writer, "title", chapter.title);
+        writer.EndObject();
+    }
+    writer.EndArray();
 }
 
 void WriteItem(Document& writer, IHVDownloadItem const& item) {
@@ -101,6 +125,7 @@ void WriteItem(Document& writer, IHVDownloadItem const& item) {
     Field(writer, "duration", ClockText(item));
     Flag(writer, "live", item.IsLiveStream());
     Field(writer, "file_name", item.GetFileName());
+    WriteDetails(writer, *item.Details());
     writer.Key("formats");
     writer.StartArray();
     for (int i = 0; i < item.GetDownloadFormatCount(); ++i)
@@ -113,6 +138,22 @@ void WriteItem(Document& writer, IHVDownloadItem const& item) {
     writer.EndArray();
     WriteThumbnail(writer, item.GetThumbnail().get());
     writer.EndObject();
+}
+
+/// The lists inside a list, with what is inside them.
+void WriteLists(Document& writer, IHVPlayList const& playList) {
+    writer.Key("lists");
+    writer.StartArray();
+    for (auto const& list : playList.Lists()) {
+        writer.StartObject();
+        Field(writer, "title", list->GetTitle());
+        Field(writer, "url", list->GetPlaylistURL());
+        Field(writer, "id", list->GetID());
+        Field(writer, "items", list->GetDownloadItemCount());
+        WriteLists(writer, *list);
+        writer.EndObject();
+    }
+    writer.EndArray();
 }
 
 /// The document, with those control characters written as escapes that JSON allows to stand as they are: a
@@ -163,6 +204,25 @@ std::string PlayListDocument(IHVPlayList const& playList) {
     for (int i = 0; i < playList.GetDownloadItemCount(); ++i)
         WriteItem(writer, *playList.GetDownloadItem(i));
     writer.EndArray();
+    WriteLists(writer, playList);
+    writer.EndObject();
+    return Finished(buffer);
+}
+
+std::string EntryDocument(HVListEntry const& entry) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    writer.StartObject();
+    Field(writer, "kind", std::string(entry.kind == HVListEntry::List ? "list" : "entry"));
+    Field(writer, "number", entry.number);
+    Field(writer, "title", entry.title);
+    Field(writer, "url", entry.url);
+    Field(writer, "duration_seconds", entry.durationSeconds);
+    Field(writer, "id", entry.id);
+    Field(writer, "extractor", entry.extractor);
+    Field(writer, "date", entry.date);
+    Field(writer, "thumbnail", entry.thumbnailURL);
+    Field(writer, "entries", entry.entryCount);
     writer.EndObject();
     return Finished(buffer);
 }

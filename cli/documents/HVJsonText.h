@@ -2,6 +2,7 @@
 // The JSON that the command prints: documents of "info", event lines of "get". What the fields mean stands in
 // docs/command.md.
 
+#include <Reelhaul/HVListEntry.h>
 #include <Reelhaul/IHVDownloadItem.h>
 #include <Reelhaul/IHVPlayList.h>
 
@@ -15,6 +16,8 @@ namespace Halvorn {
 /// The document of an item; of an entry without an address of its own the address is empty.
 std::string ItemDocument(IHVDownloadItem const& item);
 std::string PlayListDocument(IHVPlayList const& playList);
+/// One line for an entry of a list that is not loaded.
+std::string EntryDocument(HVListEntry const& entry);
 
 /// One line: {"event": name, ...fields}.
 using HVJsonField = std::pair<char const*, std::variant<std::string, int, double>>;

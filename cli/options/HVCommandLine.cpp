@@ -78,6 +78,8 @@ void HVCommandLine::AddInfo() {
         ->type_name("");
     app.add_flag("--json", request_.json, "Print one JSON document instead of text");
     app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
+    app.add_flag("--flat", request_.flat, "Print the entries of a list at once, without loading them");
+    AddItems(app);
     AddToolPaths(app);
     AddRecords(app, false);
 }
@@ -90,9 +92,8 @@ void HVCommandLine::AddGet() {
         ->type_name("DIR")
         ->check(NotEmpty, "");
     AddFormatChoice(app);
-    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5")
-        ->type_name("LIST")
-        ->check(NotEmpty, "");
+    AddItems(app);
+    app.add_flag("--flat", request_.flat, "Leave out lists inside a list, such as the tabs of a channel");
     app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
@@ -103,6 +104,12 @@ void HVCommandLine::AddGet() {
     app.add_flag("--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
     AddRecords(app, true);
+}
+
+void HVCommandLine::AddItems(CLI::App& app) {
+    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5 or 7-")
+        ->type_name("LIST")
+        ->check(NotEmpty, "");
 }
 
 void HVCommandLine::AddFormatChoice(CLI::App& app) {
@@ -215,7 +222,7 @@ std::string HVCommandLine::Complete() {
         if (url.empty())
             return "an address is empty";
     if (!HVItemRanges::Parse(request_.items))
-        return "--items must be a list such as 1,3-5, not \"" + request_.items + "\"";
+        return "--items must be a list such as 1,3-5 or 7-, not \"" + request_.items + "\"";
     if (auto const jobs = WholeNumber(jobs_); !jobs_.empty()) {
         if (!jobs || *jobs < 1 || *jobs > kMostJobs)
             return "--jobs must be a number from 1 to " + std::to_string(kMostJobs) + ", not \"" + jobs_ +

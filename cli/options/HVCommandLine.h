@@ -45,6 +45,7 @@ private:
     void AddInfo();
     void AddGet();
     void AddLesser();
+    void AddItems(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
     void AddRecords(CLI::App& app, bool downloads);

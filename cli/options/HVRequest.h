@@ -29,6 +29,8 @@ struct HVRequest {
     bool quiet = false;
     bool json = false;
     bool text = false;
+    bool flat = false;                           ///< lists inside a list are not gone into
+    bool listOnly = false;                       ///< no entry of a list is loaded
     std::shared_ptr<IHVDownloadOptions> options; ///< empty when none was given
 };
 

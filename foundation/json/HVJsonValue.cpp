@@ -1,5 +1,8 @@
 #include "HVJsonValue.h"
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -90,6 +93,21 @@ std::shared_ptr<IHVJsonValue const> HVJsonValue::GetArrayItem(std::string const&
     if (array == nullptr || index < 0 || static_cast<unsigned>(index) >= array->Size())
         return nullptr;
     return std::make_shared<HVJsonValue>(document_, &(*array)[static_cast<rapidjson::SizeType>(index)]);
+}
+
+std::string HVJsonValue::ToText() const {
+    using Buffer = rapidjson::StringBuffer;
+    using Writer = rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::ASCII<>, rapidjson::CrtAllocator,
+                                     rapidjson::kWriteNanAndInfFlag>;
+    Buffer buffer;
+    Writer writer(buffer);
+    value_->Accept(writer);
+    return {buffer.GetString(), buffer.GetSize()};
+}
+
+std::string IHVJsonReader::JsonText(std::shared_ptr<IHVJsonValue const> const& node) {
+    auto const* const value = dynamic_cast<HVJsonValue const*>(node.get());
+    return value == nullptr ? std::string() : value->ToText();
 }
 
 std::vector<std::string> HVJsonValue::GetMemberNames() const {

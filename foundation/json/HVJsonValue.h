@@ -20,6 +20,8 @@ public:
     std::shared_ptr<IHVJsonValue const> operator[](char const* key) const override;
     std::shared_ptr<IHVJsonValue const> GetArrayItem(std::string const& key, int index) const override;
     std::vector<std::string> GetMemberNames() const override;
+    /// See IHVJsonReader::JsonText.
+    std::string ToText() const;
 
 private:
     rapidjson::Value const* Find(char const* key, std::size_t length) const;

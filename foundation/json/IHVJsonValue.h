@@ -42,6 +42,9 @@ public:
     /// may be null; else it receives the reason of a failure.
     static std::shared_ptr<IHVJsonValue const> ReadJsonString(std::string const& text,
                                                               std::shared_ptr<IHVError const>* error);
+    /// The node as a JSON text of one line, pure ASCII; an integer of more than 64 bits has become a number
+    /// with a fraction, NaN and Infinity stay. Empty for an empty node, and for one that no reader made.
+    static std::string JsonText(std::shared_ptr<IHVJsonValue const> const& node);
 };
 
 } // namespace Halvorn

@@ -10,6 +10,7 @@
 /// subtitles and thumbnail; it only observes its playlist.
 
 #include "HVExport.h"
+#include "HVItemDetails.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadSubtitle.h"
 #include "IHVDownloadThumbnail.h"
@@ -124,6 +125,13 @@ public:
     std::shared_ptr<IHVDownloadFormat> GetCurrentDownloadFormat() const;
     /// Extension of the chosen format; empty when there is none.
     std::string CurrentExtension() const;
+
+    /// What else the tool's document says: who it is on its site, uploader, date, chapters. Never empty; its
+    /// values stay as they are, but a later SetPlayList makes others.
+    std::shared_ptr<HVItemDetails const> Details() const;
+    /// The tool's own JSON document of the item. Empty unless the analysis was asked for it, see
+    /// IHVDownloadTask::SetKeepDocuments: it takes 0.1 to 1 MB.
+    std::string DocumentText() const;
 
 protected:
     ~IHVDownloadItem() = default;

@@ -10,10 +10,13 @@
 
 #include "HVConstants.h"
 #include "HVExport.h"
+#include "HVListEntry.h"
 #include "IHVError.h"
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Halvorn {
@@ -21,6 +24,7 @@ namespace Halvorn {
 class IHVDownloadItem;
 class IHVDownloadOptions;
 class IHVDownloadTaskDelegate;
+class IHVPlayList;
 
 /// What a task does.
 enum HVTaskType { HVTaskTypeParse = 0, HVTaskTypeDownload = 1 };
@@ -32,6 +36,7 @@ public:
         int number = 0;                        ///< its place in the list, from 1
         std::string url;                       ///< its address; empty where the list names none
         std::shared_ptr<IHVError const> error; ///< never empty
+        int level = 0; ///< 0 in the list that was asked for, 1 in a list inside it; see SetListDepth
     };
 
     /// A task that analyses the web address. An empty address is refused by the run, not here.
@@ -86,6 +91,48 @@ public:
     /// them before its progress is reported. Entries that a stop has kept from loading are not. Empty for a
     /// download.
     std::vector<FailedEntry> FailedEntries() const;
+
+    /// \name The full analysis
+    /// What an analysis does beyond the plain one. Everything is off, or empty, until it is set. To be set
+    /// before StartTask; without effect on a download. The functions are called on the task's worker, or by
+    /// the dispatcher (see IHVCallbackDispatcher), but for the filter, which is always called on the worker.
+    ///@{
+    /// Takes what the tool finds as the tool takes it:
+    /// - a document without a list of formats is an item of one format;
+    /// - entries that the flat listing holds whole are taken from it, without another run of the tool;
+    /// - a video in several parts is a list, and a list inside a list is told (IHVPlayList::Lists) instead of
+    ///   being analysed video by video; one level of them is gone into for each level of SetListDepth;
+    /// - an entry of a feed keeps the feed's title;
+    /// - of thumbnails without sizes the last one is the best, as the tool means it;
+    /// - a stop is reported as a cancel, once.
+    void SetFullAnalysis(bool full);
+    /// How many levels of lists inside the list are gone into; 0 only tells of them. An address that leads
+    /// back to itself is not gone into again. In a full analysis.
+    void SetListDepth(int levels);
+    /// Which entries of a list are loaded, by their number from 1: pairs of the first and the last one, a
+    /// last one of 0 for the end of the list. Empty for all. In lists inside the list the numbers count
+    /// there. The tool then lists these alone, which is far quicker than a filter where the list is long. In
+    /// a full analysis.
+    void SetWantedEntries(std::vector<std::pair<int, int>> ranges);
+    /// Asks `filter` for each of those entries, before any is loaded, whether it is wanted. In a full
+    /// analysis.
+    void SetEntryFilter(std::function<bool(HVListEntry const&)> filter);
+    /// Hands over a list as soon as the tool has listed it, before any entry is loaded. Of the playlist all
+    /// but the items may be read. Called again for each list inside it that is gone into. In a full analysis.
+    void SetListFunc(
+        std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> list);
+
+    /// Reads the tool's tables where it printed neither JSON nor a reason, and logs a warning. In a full
+    /// analysis.
+    void SetTablesWhereNoJson(bool tables);
+    /// Whether the bytes of the best thumbnail are fetched, which costs a run of the tool for each item;
+    /// true until it is set. In every analysis.
+    void SetThumbnailBytes(bool fetch);
+    /// Whether thumbnails in WebP are taken. In every analysis from JSON; one from tables takes them always.
+    void SetWebPThumbnails(bool take);
+    /// Whether items keep their documents, see IHVDownloadItem::DocumentText. In every analysis from JSON.
+    void SetKeepDocuments(bool keep);
+    ///@}
 
 protected:
     ~IHVDownloadTask() = default;

@@ -53,6 +53,13 @@ public:
     virtual std::vector<std::shared_ptr<IHVDownloadItem const>> GetDownloadItems() const = 0;
     ///@}
 
+    /// The lists that were found inside this one by a full analysis, such as the tabs of a channel. One that
+    /// was not gone into has neither items nor lists: its GetPlaylistURL is what to analyse. The items of
+    /// those that were gone into stand in the list that was asked for as well.
+    std::vector<std::shared_ptr<IHVPlayList>> Lists() const;
+    /// How many entries the list has, loaded or not, as far as a full analysis was told; else 0.
+    int EntryCount() const;
+
 protected:
     ~IHVPlayList() = default;
 };

@@ -19,6 +19,8 @@
 #include "HVDisplayText.h"
 #include "HVDownloadBrowser.h"
 #include "HVExport.h"
+#include "HVItemDetails.h"
+#include "HVListEntry.h"
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
 #include "IHVBrowserState.h"

@@ -142,7 +142,7 @@ class GetTest(ScriptedTest):
         # Downloads and analyses run at the same time: each has an order of its own.
         analysis = [event for event in events if event.startswith(("analysed", "failed"))]
         self.assertEqual([event for event in events if event not in analysis], ["started", "progress", "finished"])
-        self.assertEqual(analysis, ["analysed", "failed 1 of 3 items could not be loaded (2)",
+        self.assertEqual(analysis, ["analysed", "failed 1 of 2 items could not be loaded (2)",
                                     "failed there is no item 4; the playlist has 3", "failed gone"])
         self.assertIn("reelhaul: scripted:err ERROR: [x] gone: gone\n", run.stderr)
 

@@ -2,7 +2,6 @@
 
 import json
 import re
-import urllib.request
 from concurrent.futures import ThreadPoolExecutor
 
 from servers import ServerTest
@@ -28,9 +27,17 @@ class AnalysisTest(ServerTest):
         odd = "Oddities: NaN, Infinity, huge numbers, nulls, repeated ids"
         rows = (
             ("list/mixed", ["Merged mp4 8", "Combined 8"], "video640mp4+audio-en video320mp4+audio-en audio-en"),
-            ("list/feed", ["Combined 8", "Merged mp4 8"], "combined640-mp4 combined320-mp4 combined-webm"),
-            # A whole video that the tool would take in one file has that file's address.
-            ("list/whole", ["combined640 0", "Merged mp4 8", "Two languages 8"], "mp4"),
+            ("list/feed", ["Feed: combined 8", "Feed: merged-mp4 8"], "combined640-mp4 combined320-mp4 combined-webm"),
+            ("list/whole", ["Combined 8", "Merged mp4 8", "Two languages 8"],
+             "combined640-mp4 combined320-mp4 combined-webm"),
+            ("list/tabs", ["Feed: combined 8", "Feed: merged-mp4 8", "Combined 8", "Merged mp4 8", "Two languages 8",
+                           "Part 1 8", "Part 2 8"], "combined640-mp4 combined320-mp4 combined-webm"),
+            ("list/addresses", ["Combined 8", "Part 1 8", "Part 2 8", "First file 0", "Second file 0"],
+             "combined640-mp4 combined320-mp4 combined-webm"),
+            ("list/parts", ["Part 1 8", "Part 2 8"], "combined640-mp4 combined320-mp4 combined-webm"),
+            ("watch/one-address", ["One address 8"], "0"),
+            ("html/og-video", ["One video in the head 0"], "0"),
+            ("html/several-videos", ["Several videos (1) 0", "Several videos (2) 0"], "0"),
             # One block for each language.
             ("watch/two-languages", ["Two languages 8"], "video640mp4+audio-en audio-en video640mp4+audio-fr audio-fr"),
             ("watch/merged-webm", ["Merged webm 8"], "video640webm+audio-opus video320webm+audio-opus audio-opus"),
@@ -41,19 +48,32 @@ class AnalysisTest(ServerTest):
             ("direct/combined320.mp4", ["combined320 0"], "mp4"))
         for (path, items, formats), document in self.infos(rows):
             with self.subTest(path):
-                self.assertEqual("items" in document and document["title"], path[:4] == "list" and f"List {path[5:]}")
+                self.assertEqual("items" in document and document["title"],
+                                 path == "html/several-videos" and "Several videos" or path[:4] == "list" and f"List {path[5:]}")
                 found = document.get("items", [document])
                 self.assertEqual(
                     [f"{item['title']} {item['duration_seconds']}{' live' * item['live']}" for item in found], items)
                 self.assertEqual(codes(found[0]), formats)
         self.assertEqual(len(self.info("watch/big")["formats"]), 2000)
 
-    def test_the_best_thumbnail_but_no_webp(self):
-        for page, file in (("thumbnails", "huge.jpg"), ("webp", "middle.png")):
-            thumbnail = self.info(f"watch/{page}")["thumbnail"]
-            self.assertEqual(thumbnail["url"], f"{self.site.address}/media/{file}")
-            with urllib.request.urlopen(thumbnail["url"]) as picture:
-                self.assertEqual(thumbnail["bytes"], len(picture.read()))
+    def test_the_best_thumbnail(self):
+        for page, file in (("thumbnails", "huge.jpg"), ("webp", "large.webp"), ("sizeless", "huge.jpg")):
+            self.assertEqual(self.info(f"watch/{page}")["thumbnail"]["url"], f"{self.site.address}/media/{file}")
+
+    def test_who_it_is_and_what_else_the_page_says(self):
+        item = self.info("watch/details")
+        self.assertEqual([item[key] for key in ("extractor", "id", "webpage_url", "uploader", "upload_date", "description")],
+                         ["reelhaul-site", "details", self.page("details"), "A person", "20260131", "Two\nlines"])
+        self.assertEqual(item["chapters"][0], {"start": 0.0, "end": 2.5, "title": "Beginning"})
+        self.assertEqual([item["playlist_position"] for item in self.info("list/tabs")["items"]], [1, 2, 1, 2, 3, 1, 2])
+
+    def test_a_list_at_once(self):
+        run = self.succeeds("info", "--flat", "--json", "--items", "1,3-", f"{self.site.address}/list/mixed")
+        self.assertEqual([(json.loads(line)["number"], json.loads(line)["title"]) for line in run.stdout.splitlines()],
+                         [(1, "Merged mp4"), (3, "Combined")])
+        run = self.succeeds("info", "--flat", f"{self.site.address}/list/tabs")
+        self.assertIn(f"    2  list      List whole  {self.site.address}/list/whole\n", run.stdout)
+        self.assertEqual(len([line for line in self.site.lines() if "/api/" in line]), 2)  # nothing was loaded
 
     def test_captions_by_name_with_their_formats(self):
         subtitles = self.info("watch/subtitles")["subtitles"]

@@ -39,7 +39,7 @@ class Examples(ServerTest):
                 ("queue", [out, page("combined?media.status=404"), page("combined")], 1, ["HTTP Error 404", "/Combined.mp4"],
                  ["Combined.mp4"]),
                 ("playlist", [f"{self.site.address}/list/mixed"], 1, ["3. Combined", "List mixed: 2 of 3 entries", "entry 2 did not load"], []),
-                ("playlist", [f"{self.site.address}/list/feed"], 0, ["2. Merged mp4", "List feed: 2 of 2 entries"], []),
+                ("playlist", [f"{self.site.address}/list/feed"], 0, ["List feed: 2 entries\n1. ", "2. Feed: merged-mp4", "List feed: 2 of 2 entries"], []),
                 ("cookies", [wanted, cookies], 0, ["Combined"], []),
                 ("cookies", [wanted, self.folder / "nothing"], 1, ["403"], []),
                 ("cookies", [wanted, "firefox", out], 1, ["no cookies from firefox: "], []),

@@ -59,6 +59,15 @@ class Site:
     def manifest(self, kind, path):
         return [{"kind": kind, "url": self.url(path)}]
 
+    def inner(self, name, **extra):
+        """A list inside a list, as the tool's listing of a channel holds its tabs."""
+        return {"_type": "multi_video" if name == "parts" else "playlist", "id": name, "title": f"List {name}", "extractor": "reelhaul-site",
+                "extractor_key": "ReelhaulSite", "webpage_url": self.url(f"list/{name}"), "entries": LISTS[name](self), **extra}
+
+    def file(self, name, title):
+        """A whole item of one file: no list of formats."""
+        return {"id": name.replace(".", "-"), "title": title, "url": self.url(f"media/{name}"), "ext": name.rsplit(".", 1)[1]}
+
     def link(self, name, title=None):
         return {"_type": "url", "url": self.url(f"watch/{name}"), "id": name, "title": title or f"Page {name}"}
 
@@ -97,6 +106,8 @@ WATCH = {
                                 subtitles={"de": [{"ext": "vtt", "name": "Deutsch", "url": s.url("caption/de.vtt")}]}),
     "thumbnails": lambda s: item("Thumbnails", [s.combined()], thumbnails=s.thumbnails()),
     "webp": lambda s: item("The largest thumbnail is webp", [s.combined()], thumbnails=s.thumbnails()[:3]),
+    "sizeless": lambda s: item("Thumbnails without sizes, the best last", [s.combined()], thumbnails=[
+        {"id": str(i), "url": picture["url"]} for i, picture in enumerate(s.thumbnails())]),
     "live": lambda s: item("Live", [], duration=None, is_live=True, manifests=s.manifest("hls", "media/live.m3u8")),
     "slow": lambda s: item("Slow plain file", [{**s.combined("large.mp4"), "url": s.url("media/large.mp4?rate=200000")}]),
     "slow-fragments": lambda s: item("Slow fragments", [], manifests=s.manifest("hls", "media/hls320/index.m3u8?rate=40000")),
@@ -106,6 +117,10 @@ WATCH = {
     "same-title-a": lambda s: item("The same title", [s.combined()]),
     "same-title-b": lambda s: item("The same title", [s.combined()]),
     "oddities": oddities,
+    "one-address": lambda s: {**s.file("combined320.mp4", "One address"), "duration": media.SECONDS},
+    "details": lambda s: item("Details", [s.combined()], uploader="A person", upload_date="20260131", description="Two\nlines",
+                              chapters=[{"start_time": 0, "end_time": 2.5, "title": "Beginning"},
+                                        {"start_time": 2.5, "end_time": 8, "title": "End"}]),
     "empty-formats": lambda s: item("No formats at all", []),
     "big": lambda s: item("2,000 formats", [
         {**s.video("320", "mp4", f"video{i}"), "url": s.url(f"media/video320.mp4?copy={i}")} for i in range(1999)] + [s.audio("en")]),
@@ -125,8 +140,22 @@ LISTS = {
     "whole": whole,
     "empty": lambda s: [],
     "all-fail": lambda s: [s.link(MISSING_PAGE, f"Failing {i}") for i in range(1, 4)],
+    "files": lambda s: [s.file("combined320.mp4", "First file"), s.file("audio-fr.m4a", "Second file")],
+    "parts": lambda s: [{"id": f"part{i}", **WATCH["combined"](s), "title": f"Part {i}"} for i in (1, 2)],
+    "tabs": lambda s: [s.inner("feed"), s.inner("whole"), s.inner("parts", _type="multi_video")],
+    "addresses": lambda s: [s.link("combined", "Combined"), *({"_type": "url", "url": s.url(f"list/{name}"), "title": f"By address: {name}"}
+                                                          for name in ("parts", "files", "addresses"))],
     "feed": lambda s: [{"_type": "url_transparent", "url": s.url(f"watch/{name}"), "title": f"Feed: {name}"}
                        for name in ("combined", "merged-mp4")],
+}
+
+
+# Pages of plain HTML, which the tool's generic reader takes.
+HTML = {
+    "og-video": lambda s: f'''<html><head><title>One video in the head</title>
+<meta property="og:video" content="{s.url("media/combined320.mp4")}"></head></html>''',
+    "several-videos": lambda s: f'''<html><head><title>Several videos</title></head><body>
+<video src="{s.url("media/combined320.mp4")}"></video><video src="{s.url("media/combined640.mp4")}"></video></body></html>''',
 }
 
 

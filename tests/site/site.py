@@ -128,11 +128,14 @@ class Handler(BaseHTTPRequestHandler):
         page = f"<html><body><h1>{path or 'Media site'}</h1>{{}}</body></html>\n"
         if path == "":
             links = [f"watch/{name}" for name in pages.WATCH] + [f"list/{name}" for name in pages.LISTS]
+            links += [f"html/{name}" for name in pages.HTML]
             self.text(page.format("".join(f'<p><a href="/{link}">{site.url(link)}</a>' for link in links)), "text/html")
         elif room == "api":
             self.describe(pages.describe(site, name.removesuffix(".json")))
         elif room in ("watch", "list"):
             self.text(page.format(f'<a href="/api/{path}.json">what it offers</a>'), "text/html")
+        elif room == "html" and name in pages.HTML:
+            self.text(pages.HTML[name](site), "text/html")
         elif room == "caption" and (text := pages.caption(*name.partition(".")[::2])):
             self.text(text)
         elif room == "media" and name.endswith(".m3u8"):

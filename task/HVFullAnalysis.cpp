@@ -1,0 +1,275 @@
+#include "HVFullAnalysis.h"
+
+#include "HVApplicationCall.h"
+#include "HVArgsBuilder.h"
+#include "HVCallback.h"
+#include "HVDownloadTaskParser.h"
+#include "HVJsonObjectPlayItem.h"
+#include "HVJsonObjectPlayList.h"
+#include "HVListDocument.h"
+#include "HVPlayList.h"
+#include "HVToolAnswer.h"
+#include "IHVDownloadItem.h"
+#include "IHVLogConfig.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Halvorn {
+
+namespace {
+
+constexpr char kFile[] = "HVFullAnalysis";
+
+/// The playlist of a document, or of an entry that names one; both have a title and an identifier.
+std::shared_ptr<HVPlayList> MakeList(HVJsonNode const& document, std::string const& address) {
+    auto const json = std::make_shared<HVJsonObjectPlayList>();
+    json->LoadFromJsonValue(document); // false for a video in several parts, which is a list like any other
+    return std::make_shared<HVPlayList>(address, json);
+}
+
+/// A feed's own words go before those of the page that it leads to.
+void TakeWordsOfEntry(IHVDownloadItem& item, HVListEntry const& told) {
+    item.SetFileName(told.title);
+    if (told.durationSeconds > 0)
+        item.SetDuration(told.durationSeconds);
+}
+
+} // namespace
+
+HVFullAnalysis::HVFullAnalysis(HVDownloadTaskParser& task, HVAnalysisSettings const& settings)
+    : task_(task), settings_(settings) {}
+
+void HVFullAnalysis::Run() {
+    task_.notifyTaskStarted("Parse started");
+    std::string output;
+    std::string errorText;
+    auto const run = Search(output, errorText);
+    if (run == nullptr || !run->Succeed()) {
+        task_.notifyTaskComplete(run);
+        return;
+    }
+    Result unreadable;
+    auto const root = IHVJsonReader::ReadJsonString(output, &unreadable);
+    output = std::string();
+    if (task_.UserCancel())
+        task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "Run"));
+    else if (IsListDocument(root))
+        CompleteList(root, errorText);
+    else if (IsItemDocument(root))
+        CompleteItem(root);
+    else if (ReadsTables(root, errorText))
+        task_.CompleteFromTables();
+    else
+        task_.notifyTaskComplete(AnswerFailure(__LINE__, "Run", "err:", errorText, unreadable));
+}
+
+std::vector<std::string> HVFullAnalysis::RangeArgs() const {
+    std::string text;
+    for (auto const& [first, last] : settings_.ranges) {
+        text += (text.empty() ? "" : ",") + std::to_string(first);
+        if (last != first)
+            text += "-" + (last == 0 ? std::string() : std::to_string(last));
+    }
+    return text.empty() ? std::vector<std::string>() : std::vector<std::string>{"--playlist-items", text};
+}
+
+HVFullAnalysis::Result HVFullAnalysis::Search(std::string& output, std::string& errorText) {
+    auto args = RangeArgs();
+    if (args.empty() || task_.TaskURL().empty())
+        return task_.SearchDownloadItems(output, errorText, true);
+    // The tool lists what is asked for alone: of thousands of entries that saves seconds.
+    HVArgsBuilder builder(task_.GetMutableOptions());
+    builder.SetJsRuntimePath(task_.GetJSRuntimePath());
+    for (auto& arg : builder.BuildSearchItemsArgs(task_.TaskURL(), true))
+        args.push_back(std::move(arg));
+    return task_.GetResultFromServer(output, errorText, args);
+}
+
+/// Only where the tool gave no JSON and no reason: a page that it refuses it would refuse again.
+bool HVFullAnalysis::ReadsTables(HVJsonNode const& root, std::string const& errorText) const {
+    if (!settings_.tablesWhereNoJson || root != nullptr ||
+        !HVDownloadTaskParser::ParseFatalError(errorText)->Succeed() ||
+        errorText.find(": error: ") != std::string::npos)
+        return false;
+    IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
+                         "%s: the tool gave no JSON; reading its tables instead: no subtitles, and the "
+                         "tool's file names for titles.",
+                         task_.TaskURL().c_str());
+    return true;
+}
+
+void HVFullAnalysis::CompleteItem(HVJsonNode const& document) {
+    auto item = IHVDownloadItem::MallocDownloadItem(task_.TaskURL());
+    auto const result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    if (task_.UserCancel()) {
+        task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "CompleteItem"));
+        return;
+    }
+    if (result->Succeed())
+        task_.notifyGetPlayItem(item);
+    task_.notifyTaskComplete(result);
+}
+
+void HVFullAnalysis::CompleteList(HVJsonNode const& document, std::string const& errorText) {
+    HVListDocument const list(document, task_.TaskURL());
+    top_ = MakeList(document, list.Address());
+    opened_.insert(list.Address());
+    top_->SetEntryCount(list.Total());
+    if (list.Total() == 0) {
+        task_.notifyTaskComplete(
+            ToolFailure(__LINE__, "CompleteList", errorText, "NO play list item found."));
+        return;
+    }
+    Enqueue(list, top_, 0);
+    TakeThumbnail(document);
+    Result lastFailure;
+    while (!waiting_.empty() && !task_.UserCancel()) {
+        Entry const entry = std::move(waiting_.front());
+        waiting_.pop_front();
+        auto const result = task_.LoadEntry(
+            entry.Index(), entry.told.url, [&] { return Load(entry); }, entry.told.level);
+        if (task_.UserCancel())
+            break;
+        if (!result->Succeed())
+            lastFailure = result;
+        Report(entry, result);
+    }
+    Complete(lastFailure);
+}
+
+void HVFullAnalysis::TakeThumbnail(HVJsonNode const& document) {
+    auto json = std::make_shared<HVJsonObjectPlayList>();
+    json->LoadFromJsonValue(document);
+    std::shared_ptr<IHVPlayList> list = top_;
+    task_.GetPlaylistThumbnail(list, json);
+}
+
+void HVFullAnalysis::Complete(Result const& lastFailure) {
+    if (task_.UserCancel()) {
+        task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "Complete"));
+    } else if (lastFailure != nullptr && top_->GetDownloadItemCount() == 0 && !toldOfLists_) {
+        task_.notifyTaskComplete(lastFailure);
+    } else {
+        task_.notifyGetPlayList(top_);
+        task_.notifyTaskComplete(IHVError::MallocSucceed(kFile, __LINE__, "Complete"));
+    }
+}
+
+void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVPlayList> const& list,
+                             int level) {
+    std::vector<HVListEntry> entries;
+    for (int i = 0; i < document.Count(); ++i)
+        entries.push_back(document.Entry(i, level));
+    if (settings_.list)
+        ReportTo(settings_.list, std::shared_ptr<IHVPlayList const>(list), entries);
+    std::deque<Entry> wanted;
+    for (int i = 0; i < document.Count(); ++i)
+        if (auto& entry = entries[static_cast<std::size_t>(i)]; Wanted(entry)) {
+            wanted.push_back({std::move(entry), document.Node(i), list});
+        }
+    total_ += static_cast<int>(wanted.size());
+    waiting_.insert(waiting_.begin(), std::make_move_iterator(wanted.begin()),
+                    std::make_move_iterator(wanted.end()));
+}
+
+bool HVFullAnalysis::Wanted(HVListEntry const& entry) const {
+    auto const holds = [&entry](auto const& range) {
+        return range.first <= entry.number && (range.second == 0 || entry.number <= range.second);
+    };
+    if (!settings_.ranges.empty() && std::none_of(settings_.ranges.begin(), settings_.ranges.end(), holds))
+        return false;
+    bool wanted = true;
+    if (settings_.filter)
+        CallApplication([&] { wanted = settings_.filter(entry); });
+    return wanted;
+}
+
+HVFullAnalysis::Result HVFullAnalysis::Load(Entry const& entry) {
+    if (entry.told.whole)
+        return TakeItem(entry, entry.node);
+    // A list that the listing only names is listed by a run of its own, if it is wanted.
+    bool const named =
+        entry.told.entryCount == 0 && !entry.told.url.empty() && entry.told.level < settings_.listDepth;
+    return entry.told.kind == HVListEntry::List && !named ? TakeList(entry, entry.node) : LoadByRun(entry);
+}
+
+HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry) {
+    HVArgsBuilder builder(task_.GetMutableOptions());
+    builder.SetJsRuntimePath(task_.GetJSRuntimePath());
+    bool const byAddress = !entry.told.url.empty();
+    // Flat, since the entry may turn out to be a list: of a channel the tool would analyse every video.
+    auto args = byAddress ? RangeArgs() : std::vector<std::string>();
+    args.emplace_back("--flat-playlist");
+    auto const& listAddress = entry.list->GetPlaylistURL();
+    for (auto& arg : byAddress ? builder.BuildParsePlayItemArgs(entry.told.url, true)
+                               : builder.BuildParseListItemArgs(listAddress, entry.Index(), true))
+        args.push_back(std::move(arg));
+    std::string output;
+    std::string errorText;
+    if (auto run = task_.GetResultFromServer(output, errorText, args); run == nullptr || !run->Succeed())
+        return run;
+    Result unreadable;
+    auto document = IHVJsonReader::ReadJsonString(output, &unreadable);
+    output = std::string();
+    if (!byAddress) // the answer is the list with just this entry
+        document = ReadArrayItem(document, "entries", 0);
+    if (IsListDocument(document))
+        return TakeList(entry, document);
+    if (IsItemDocument(document))
+        return TakeItem(entry, document);
+    return AnswerFailure(__LINE__, "LoadByRun", "", errorText, unreadable);
+}
+
+HVFullAnalysis::Result HVFullAnalysis::TakeItem(Entry const& entry, HVJsonNode const& document) {
+    if (entry.told.url.empty() && entry.list->GetPlaylistURL().empty())
+        return ToolFailure(__LINE__, "TakeItem", {}, "The entry has no address, and neither has its list.");
+    auto item = IHVDownloadItem::MallocDownloadItem(entry.told.url);
+    auto const result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    if (!result->Succeed())
+        return result;
+    if (ReadString(entry.node, "_type") == "url_transparent")
+        TakeWordsOfEntry(*item, entry.told);
+    item->SetPlayList(entry.list, entry.Index());
+    if (entry.list != top_)
+        entry.list->AppendDownloadItem(item);
+    top_->AppendDownloadItem(item);
+    if (!task_.UserCancel())
+        task_.notifyGetPlayItem(item);
+    return result;
+}
+
+HVFullAnalysis::Result HVFullAnalysis::TakeList(Entry const& entry, HVJsonNode const& document) {
+    // An entry that only names the list has the address; else the document has it.
+    HVListDocument inner(document, entry.told.kind == HVListEntry::List ? std::string() : entry.told.url);
+    auto const list = MakeList(document, inner.Address());
+    list->SetEntryCount(inner.Total());
+    entry.list->AppendList(list);
+    bool const again = !inner.Address().empty() && opened_.contains(inner.Address());
+    if (again || entry.told.level >= settings_.listDepth) {
+        toldOfLists_ = true;
+        if (!again && settings_.listDepth > 0)
+            IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
+                                 "%s: this list is too deep in others to be gone into.",
+                                 list->GetPlaylistURL().c_str());
+        return IHVError::MallocSucceed(kFile, __LINE__, "TakeList");
+    }
+    opened_.insert(inner.Address());
+    Enqueue(inner, list, entry.told.level + 1);
+    return IHVError::MallocSucceed(kFile, __LINE__, "TakeList");
+}
+
+void HVFullAnalysis::Report(Entry const& entry, Result const& result) {
+    if (!result->Succeed()) {
+        IHVLogConfig::Printf("Entry %d of %s failed: %s", entry.told.number,
+                             entry.list->GetPlaylistURL().c_str(), result->GetErrorMessage().c_str());
+    }
+    ++done_;
+    // A list that was gone into adds its entries; the percentage never falls all the same.
+    percent_ = std::max(percent_, static_cast<float>(done_ * 100.0 / total_));
+    task_.notifyTaskProgress("Loading " + std::to_string(done_) + " of the playlist with " +
+                                 std::to_string(total_) + " items",
+                             percent_);
+}
+
+} // namespace Halvorn

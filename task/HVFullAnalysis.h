@@ -1,0 +1,72 @@
+#pragma once
+// The analysis that takes what the tool finds as the tool takes it: documents without a list of formats,
+// entries that the flat listing holds whole, and lists inside lists. Used by one run of a parser task, on its
+// worker thread.
+
+#include "HVAnalysisSettings.h"
+#include "HVJsonRead.h"
+
+#include <deque>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace Halvorn {
+
+class HVDownloadTaskParser;
+class HVListDocument;
+class HVPlayList;
+class IHVDownloadItem;
+
+class HVFullAnalysis {
+public:
+    /// Both are kept by reference.
+    HVFullAnalysis(HVDownloadTaskParser& task, HVAnalysisSettings const& settings);
+
+    /// The whole analysis, from the report of its start to that of its completion.
+    void Run();
+
+private:
+    /// An entry that is still to be loaded.
+    struct Entry {
+        HVListEntry told;
+        HVJsonNode node;
+        std::shared_ptr<HVPlayList> list;
+
+        int Index() const { return told.number - 1; }
+    };
+    using Result = std::shared_ptr<IHVError const>;
+
+    /// The tool's words for the entries that are wanted by their numbers; nothing for all.
+    std::vector<std::string> RangeArgs() const;
+    Result Search(std::string& output, std::string& errorText);
+    bool ReadsTables(HVJsonNode const& root, std::string const& errorText) const;
+    void CompleteItem(HVJsonNode const& document);
+    void CompleteList(HVJsonNode const& document, std::string const& errorText);
+    void TakeThumbnail(HVJsonNode const& document);
+    void Complete(Result const& lastFailure);
+
+    /// Puts the wanted entries in front of those that wait.
+    void Enqueue(HVListDocument const& document, std::shared_ptr<HVPlayList> const& list, int level);
+    bool Wanted(HVListEntry const& entry) const;
+    Result Load(Entry const& entry);
+    /// Runs the tool for an entry of which the listing holds only the address.
+    Result LoadByRun(Entry const& entry);
+    Result TakeItem(Entry const& entry, HVJsonNode const& document);
+    /// Goes into a list inside a list, as deep as was asked for, or only tells of it.
+    Result TakeList(Entry const& entry, HVJsonNode const& document);
+    void Report(Entry const& entry, Result const& result);
+
+    HVDownloadTaskParser& task_;
+    HVAnalysisSettings const& settings_;
+    std::shared_ptr<HVPlayList> top_;
+    std::deque<Entry> waiting_;
+    /// Addresses of the lists that were gone into: a list that names itself is not gone into again.
+    std::set<std::string> opened_;
+    int done_ = 0;
+    int total_ = 0;
+    float percent_ = 0.0F;
+    bool toldOfLists_ = false;
+};
+
+} // namespace Halvorn

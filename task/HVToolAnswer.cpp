@@ -1,0 +1,32 @@
+#include "HVToolAnswer.h"
+
+#include "HVDownloadTaskParser.h"
+#include "HVExplainedError.h"
+
+namespace Halvorn {
+
+namespace {
+
+constexpr char kFile[] = "HVDownloadTaskParser";
+constexpr char kUnknownError[] = "Unknown error, please try again later.";
+
+} // namespace
+
+std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std::string const& errorText,
+                                            char const* otherwise) {
+    return IHVError::MallocError(kFile, line, function, -1, "Error",
+                                 errorText.empty() ? otherwise : errorText.c_str());
+}
+
+std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, std::string const& front,
+                                              std::string const& errorText,
+                                              std::shared_ptr<IHVError const> const& unreadable) {
+    std::string reason;
+    if (HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
+        reason = unreadable == nullptr ? "The tool's answer holds nothing to download."
+                                       : "The tool's answer can't be read: " + unreadable->GetErrorMessage();
+    return ExplainedError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
+                          reason);
+}
+
+} // namespace Halvorn

@@ -1,0 +1,243 @@
+#include "LogLines.h"
+#include "ScriptedTool.h"
+#include "Text.h"
+
+#include "HVDownloadTaskParser.h"
+
+using namespace Halvorn;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+std::string const kSucceed = "Succeed: Operation was succeed";
+std::string const kFormats = R"("formats":[{"format_id":"18","ext":"mp4","vcodec":"h264","acodec":"aac"}])";
+
+/// A document, or a whole entry; `more` begins with a comma.
+std::string Whole(std::string const& title, std::string const& more = {}) {
+    return R"({"title":")" + title + R"(","url":"file","format_id":"18",)" + kFormats + more + "}";
+}
+
+std::string List(std::string const& name, std::string const& entries, char const* type = "playlist") {
+    return std::string(R"({"_type":")") + type + R"(","title":")" + name + R"(","webpage_url":"script:)" +
+           name + R"(","entries":[)" + entries + "]}";
+}
+
+std::string Link(std::string const& name, std::string const& more = {}) {
+    return R"({"_type":"url","url":"script:)" + name + "\"" + more + "}";
+}
+
+} // namespace
+
+class FullAnalysis : public ScriptedTool {
+protected:
+    FullAnalysis() {
+        Put("one", "line " + Whole("One"));
+        Put("bad", "line null\nerrline ERROR: gone\nexit 1");
+    }
+
+    /// What the delegate heard behind the start, without progress, and with each item's place and address.
+    std::string Run(std::string const& url, std::function<void(IHVDownloadTask&)> const& setUp = {}) {
+        auto const task = IHVDownloadTask::MallocDownloadTask(url);
+        recorder_ = std::make_unique<Recorder>();
+        task->SetDelegate(recorder_.get());
+        task->SetFullAnalysis(true);
+        if (setUp)
+            setUp(*task);
+        EXPECT_TRUE(task->StartTask()->Succeed());
+        EXPECT_EQ(task->WaitFinish(60'000), HVErrSuccess);
+        failed_ = task->FailedEntries();
+        std::string story;
+        auto item = recorder_->items.begin();
+        for (auto const& event : recorder_->Events()) {
+            if (event.find("%: ") != std::string::npos || event.starts_with("started"))
+                continue;
+            story += (story.empty() ? "" : "|") + event;
+            if (event.starts_with("item "))
+                story +=
+                    "@" + std::to_string((*item)->GetEntryIndexOfPlayList()) + "," + (*item)->DownloadURL(),
+                    ++item;
+        }
+        return story;
+    }
+
+    std::unique_ptr<Recorder> recorder_;
+    std::vector<IHVDownloadTask::FailedEntry> failed_;
+    LogLines log_;
+};
+
+TEST_F(FullAnalysis, TakesDocumentsAndEntriesAsTheToolDoes) {
+    std::string const oneFile = R"({"title":"F","url":"http://h/f.mp4","ext":"mp4","format_id":"0"})";
+    std::string const ownPage = R"(,"webpage_url":"http://h/own")";
+    for (auto const& [script, expected, runs] :
+         std::vector<std::tuple<std::string, std::string, std::size_t>>{
+             {oneFile, "item F@-1,script:row|" + kSucceed, 1},
+             {R"({"title":"F","formats":[]})", "Error: err:Unknown error, please try again later.", 1},
+             // The addresses of whole entries are those of files. One has a page of its own, two share one.
+             {List("L", Whole("A") + "," + Whole("B", ownPage) + "," + oneFile),
+              "item A@0,|item B@1,http://h/own|item F@2,|playlist L of 3|" + kSucceed, 1},
+             {List("L", Whole("A", ownPage) + "," + Whole("B", ownPage), "multi_video"),
+              "item A@0,|item B@1,|playlist L of 2|" + kSucceed, 1},
+             {List("L", Link("one", R"(,"title":"Other")") +
+                            R"(,{"_type":"url_transparent","url":"script:one",)"
+                            R"("title":"Feed","duration":7})"),
+              "item One@0,script:one|item Feed@1,script:one|playlist L of 2|" + kSucceed, 3},
+             {List("L", ""), "Error: NO play list item found.", 1},
+             {List("L", Link("bad")), "Error: ERROR: gone\n", 2}}) {
+        Put("row", "line " + script);
+        auto const before = Starts().size();
+        EXPECT_EQ(Run("script:row"), expected) << script;
+        EXPECT_EQ(Starts().size() - before, runs) << script;
+    }
+    Put("row", "unless --playlist-items\nline " + List("L", "null") + "\nwhen --playlist-items 1\nline " +
+                   List("L", oneFile));
+    EXPECT_EQ(Run("script:row"), "item F@0,|playlist L of 1|" + kSucceed);
+    EXPECT_EQ(recorder_->items[0]->GetDownloadFormatAtIndex(0)->FormatCode(), "0");
+}
+
+TEST_F(FullAnalysis, TellsOfListsInsideAListAndGoesIntoThem) {
+    std::string const inner = List("inner", Whole("I1") + "," + Whole("I2"));
+    Put("inner", "line " + inner);
+    Put("named", "line " + List("named", Link("one")));
+    Put("row", "line " + List("row", inner + "," + Link("inner") + "," + Link("row") + "," +
+                                         R"({"_type":"playlist","title":"N","webpage_url":"script:named"})"));
+    auto const lists = [this] {
+        std::string text;
+        for (auto const& list : recorder_->playList->Lists())
+            text += list->GetPlaylistURL() + " " + std::to_string(list->GetDownloadItemCount()) + ",";
+        return text;
+    };
+    EXPECT_EQ(Run("script:row"), "playlist row of 0|" + kSucceed);
+    EXPECT_EQ(lists(), "script:inner 0,script:inner 0,script:row 0,script:named 0,");
+    // Neither the list itself nor one that was gone into is gone into again.
+    EXPECT_EQ(Run("script:row", [](auto& task) { task.SetListDepth(2); }),
+              "item I1@0,|item I2@1,|item One@0,script:one|playlist row of 3|" + kSucceed);
+    EXPECT_EQ(lists(), "script:inner 2,script:inner 0,script:row 0,script:named 1,");
+    EXPECT_EQ(recorder_->items[1]->GetPlaylistURL(), "script:inner");
+    EXPECT_THAT(Starts().back(), HasSubstr("--flat-playlist"));
+    float last = 0;
+    for (auto const& event : recorder_->Events())
+        if (auto const at = event.find("%: "); at != std::string::npos) {
+            EXPECT_GE(std::stof(event), last);
+            last = std::stof(event);
+        }
+    EXPECT_EQ(last, 100.0F);
+}
+
+TEST_F(FullAnalysis, LoadsTheEntriesThatAreWanted) {
+    std::string const listed =
+        Link("one", R"(,"id":"a","title":"T","duration":9.5,"timestamp":1767225600,"ie_key":"E",)"
+                    R"("thumbnails":[{"url":"small"},{"url":"large"}])") +
+        "," + Link("bad") + "," + List("inner", Whole("I1")) + "," + Whole("W");
+    Put("row", "line " + List("row", listed));
+    std::string told;
+    auto const tell = [&told](IHVDownloadTask& task) {
+        task.SetListFunc([&told](auto const& list, auto const& entries) {
+            told = list->GetTitle() + " " + std::to_string(list->EntryCount()) + ":";
+            for (HVListEntry const& e : entries)
+                told += Text(e.number, e.kind, e.whole, e.title, e.url, e.id, e.extractor, e.date,
+                             e.durationSeconds, e.thumbnailURL, e.entryCount) +
+                        " ";
+        });
+    };
+    EXPECT_EQ(Run("script:row", tell), "item One@0,script:one|item W@3,|playlist row of 2|" + kSucceed);
+    EXPECT_EQ(told, "row 4:1|0|0|T|script:one|a|E|20260101|9|large|0 2|0|0||script:bad||||0||0 "
+                    "3|1|0|inner|script:inner||||0||1 4|0|1|W|||||0||0 ");
+    ASSERT_EQ(failed_.size(), 1U);
+    EXPECT_EQ(Text(failed_[0].number, failed_[0].url, failed_[0].error->GetErrorMessage()),
+              "2|script:bad|ERROR: gone\n");
+
+    // By number the tool lists them alone; by a function they are left out afterwards.
+    Put("row",
+        "when --playlist-items 3-4,7-\nline {\"_type\":\"playlist\",\"title\":\"row\",\"playlist_count\":9,"
+        "\"requested_entries\":[3,8],\"entries\":[" +
+            Whole("W3") + "," + Whole("W8") + "]}");
+    EXPECT_EQ(Run("script:row",
+                  [&](auto& task) {
+                      tell(task);
+                      task.SetWantedEntries({{3, 4}, {7, 0}});
+                      task.SetEntryFilter([](HVListEntry const& entry) { return entry.number == 8; });
+                  }),
+              "item W8@7,|playlist row of 1|" + kSucceed);
+    EXPECT_THAT(told, HasSubstr("row 9:3|"));
+    // None at all is what was asked for, not a failure.
+    EXPECT_EQ(Run("script:row",
+                  [&](auto& task) {
+                      task.SetWantedEntries({{3, 4}, {7, 0}});
+                      task.SetEntryFilter([](HVListEntry const&) -> bool { return false; });
+                  }),
+              "playlist row of 0|" + kSucceed);
+}
+
+TEST_F(FullAnalysis, KeepsWhatElseTheDocumentSays) {
+    std::string const document = Whole(
+        "A", R"(,"extractor":"site","id":"i","webpage_url":"w","uploader":"u","upload_date":"20260131",)"
+             R"("description":"d","chapters":[{"start_time":0,"end_time":2.5,"title":"c"}],"odd":NaN,)"
+             R"("thumbnails":[{"id":"0","url":"s.jpg"},{"id":"1","url":"m.jpg"},{"id":"2","url":"l.webp"}])");
+    Put("row", "line " + document);
+    auto const thumbnail = [this] { return recorder_->items[0]->GetThumbnail()->GetDownloadURL(); };
+    Run("script:row", [](auto& task) {
+        task.SetThumbnailBytes(false);
+        task.SetKeepDocuments(true);
+    });
+    auto const details = recorder_->items[0]->Details();
+    EXPECT_EQ(Text(details->extractor, details->id, details->webpageURL, details->uploader,
+                   details->uploadDate, details->description, details->playlistPosition),
+              "site|i|w|u|20260131|d|0");
+    ASSERT_EQ(details->chapters.size(), 1U);
+    EXPECT_EQ(Text(details->chapters[0].end, details->chapters[0].title), "2.5|c");
+    EXPECT_EQ(recorder_->items[0]->DocumentText(), document);
+    EXPECT_EQ(thumbnail(), "m.jpg");
+    Run("script:row", [](auto& task) {
+        task.SetThumbnailBytes(false);
+        task.SetWebPThumbnails(true);
+    });
+    EXPECT_EQ(thumbnail(), "l.webp");
+    EXPECT_EQ(Starts().size(), 2U); // no run for a thumbnail
+    EXPECT_EQ(recorder_->items[0]->DocumentText(), "");
+
+    Put("row", "line " + List("L", Link("one")));
+    Run("script:row");
+    EXPECT_EQ(
+        Text(recorder_->items[0]->Details()->playlistTitle, recorder_->items[0]->Details()->playlistPosition),
+        "L|1");
+}
+
+TEST_F(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
+    std::string const tables =
+        "when --list-formats\nline ID  EXT RESOLUTION | FILESIZE PROTO | VCODEC ACODEC\n"
+        "line 18  mp4 640x360    |  1.00MiB https | avc1   mp4a\nline A name\nline 6\n";
+    auto const run = [&](std::string const& first) {
+        Put("row", "when -J\n" + first +
+                       "\nunless -J\nunless --list-formats\n"
+                       "line x: Downloading 1 format(s): 18\n" +
+                       tables);
+        return Run("script:row", [](auto& task) { task.SetTablesWhereNoJson(true); });
+    };
+    EXPECT_EQ(run("line <html>"), "item A name@-1,script:row|" + kSucceed);
+    EXPECT_THAT(run("line null\nerrline ERROR: no"), HasSubstr("err:ERROR: no"));
+    EXPECT_THAT(run("errline x: error: no such option: -J\nexit 2"), HasSubstr("no such option"));
+}
+
+TEST_F(FullAnalysis, ReportsAStopOnceAsACancel) {
+    std::string const cancel = "Cancel: User cancelled operation";
+    std::string const thumbnail = R"(,"thumbnails":[{"id":"0","url":"script:late"}])";
+    Put("late", "touch up\nwait go\nwrite . 5");
+    Put("hang", "touch up\nhang");
+    for (std::string const& script : {std::string("touch up\nhang"), "line " + Whole("A", thumbnail),
+                                      "line " + List("L", Link("hang") + "," + Link("one"))}) {
+        Put("row", script);
+        std::filesystem::remove(Path("up"));
+        std::thread stopper;
+        EXPECT_EQ(Run("script:row",
+                      [&](IHVDownloadTask& task) {
+                          stopper = std::thread([&] {
+                              EXPECT_TRUE(AwaitFile("up"));
+                              task.StopTask();
+                          });
+                      }),
+                  cancel)
+            << script;
+        stopper.join();
+    }
+}
