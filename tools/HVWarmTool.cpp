@@ -249,7 +249,7 @@ void HVWarmTool::CountFailure(std::string const& reason) {
 
 void HVWarmTool::GiveUp(std::string const& reason) {
     reason_ = reason;
-    IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning, "The tool can't be kept warm: %s", reason.c_str());
+    IHVLogConfig::Printf(IHVLogConfig::LogLevelDefault, "The tool can't be kept warm: %s", reason.c_str());
 }
 
 void HVWarmTool::StartIfMissing(Version version) {

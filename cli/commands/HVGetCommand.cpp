@@ -164,6 +164,8 @@ int RunGet(HVSession& session, HVRequest& request) {
         session.Console().Error(fault);
         return HVExitFailed;
     }
+    // An analysis and a download at least.
+    WarmTool(request);
     return GetCommand(session, request).Run();
 }
 

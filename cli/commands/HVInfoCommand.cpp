@@ -16,6 +16,9 @@ namespace Halvorn {
 
 namespace {
 
+/// One address alone is done sooner without the start of a tool that stays.
+constexpr std::size_t kEntriesWorthIt = 3;
+
 class InfoCommand {
 public:
     InfoCommand(HVSession& session, HVRequest const& request)
@@ -97,8 +100,12 @@ void InfoCommand::ShowHead(IHVPlayList const& playList) {
 }
 
 void InfoCommand::ShowEntries(IHVPlayList const& playList, std::vector<HVListEntry> const& entries) {
-    if (!request_.listOnly)
+    if (!request_.listOnly) {
+        // There is a run for each entry.
+        if (entries.size() >= kEntriesWorthIt)
+            WarmTool(request_);
         return;
+    }
     if (!request_.json)
         ShowHead(playList);
     auto const ranges = HVItemRanges::Parse(request_.items).value_or(HVItemRanges());

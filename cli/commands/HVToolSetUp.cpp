@@ -3,6 +3,7 @@
 #include "HVRequest.h"
 
 #include <Reelhaul/IHVDownloadPlugin.h>
+#include <Reelhaul/IHVWarmTool.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -70,6 +71,12 @@ std::string SetUpTools(HVRequest& request) {
         request.jsRuntime = IHVDownloadPlugin::BuiltInJSRuntimePathFile();
     return Fault("yt-dlp", local ? plugin->GetLocalPluginInstallPath() + "/yt-dlp" : plugin->PluginPathFile(),
                  !request.toolFolder.empty());
+}
+
+void WarmTool(HVRequest const& request) {
+    // Until the end of the command: 0 minutes.
+    if (!request.cold)
+        IHVWarmTool::TurnOn(0);
 }
 
 std::string FfmpegFault(HVRequest const& request) {

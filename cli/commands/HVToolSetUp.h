@@ -19,7 +19,10 @@ bool ChooseCopies(HVRequest const& request);
 /// what to do; empty when it is there.
 std::string SetUpTools(HVRequest& request);
 
-/// The same for ffmpeg, which only merged formats need.
+/// Keeps the tool in memory for the runs to come, unless the user forbids it.
+void WarmTool(HVRequest const& request);
+
+/// The same as SetUpTools for ffmpeg, which only merged formats need.
 std::string FfmpegFault(HVRequest const& request);
 
 /// Why the file at `path` can't be run; empty when it can.

@@ -81,6 +81,7 @@ void HVCommandLine::AddInfo() {
     app.add_flag("--flat", request_.flat, "Print the entries of a list at once, without loading them");
     AddItems(app);
     AddToolPaths(app);
+    AddCold(app);
     AddRecords(app, false);
 }
 
@@ -103,6 +104,7 @@ void HVCommandLine::AddGet() {
     app.add_flag("--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
     app.add_flag("--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
+    AddCold(app);
     AddRecords(app, true);
 }
 
@@ -130,6 +132,12 @@ void HVCommandLine::AddToolPaths(CLI::App& app) {
     app.add_option("--js-runtime", request_.jsRuntime, "JS runtime (deno) for the tool; none for none")
         ->type_name("PATH")
         ->check(NotEmpty, "")
+        ->group("Tools");
+}
+
+void HVCommandLine::AddCold(CLI::App& app) {
+    app.add_flag("--cold", request_.cold,
+                 "Start the tool anew for each of its runs, as is done for one alone")
         ->group("Tools");
 }
 

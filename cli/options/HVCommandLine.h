@@ -48,6 +48,7 @@ private:
     void AddItems(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
+    void AddCold(CLI::App& app);
     void AddRecords(CLI::App& app, bool downloads);
     /// Completes the request from what was given. Returns the fault.
     std::string Complete();

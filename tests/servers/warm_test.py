@@ -8,11 +8,12 @@ import shutil
 import signal
 import subprocess
 import sys
+import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from resident import Refused, Resident
-from servers import HERE, SITE, TOOL, ServerTest
+from servers import COMMAND, HERE, SITE, TOOL, ServerTest
 
 sys.path.insert(0, str(SITE))
 import pages
@@ -252,3 +253,19 @@ class LifeTest(WarmTest):
         run = warm.start("--print-to-file", "title", file, "--skip-download", self.page("combined"), go=False)
         self.assertEqual(run.finish(), (b"", b"", 0))
         self.assertFalse(file.exists())
+
+
+class CommandTest(ServerTest):
+    def test_it_keeps_the_tool_warm_unless_that_is_forbidden(self):
+        for cold in ([], ["--cold"]):
+            with self.subTest(cold):
+                command = subprocess.Popen([COMMAND, "get", "--quiet", *cold, "-o", self.folder / "out", self.page("slow")],
+                                           env=self.environment_of_command(), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                while not list(self.temporary.rglob("*.mp4.part")) and command.poll() is None:
+                    time.sleep(0.01)
+                tools = [line for line in self.processes() if "yt-dlp" in line]
+                self.assertEqual(any("--plugin-dirs" in line for line in tools), not cold, tools)
+                self.assertEqual(any("watch/slow" in line for line in tools), bool(cold), tools)
+                command.send_signal(signal.SIGINT)
+                self.assertEqual(command.wait(10), 130)
+                self.assert_nothing_left()
