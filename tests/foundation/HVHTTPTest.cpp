@@ -1,5 +1,4 @@
 #include "Folder.h"
-#include "IHVHTTPDownload.h"
 #include "IHVHTTPFetch.h"
 #include "LoopbackServer.h"
 #include "Text.h"
@@ -51,16 +50,6 @@ protected:
         else
             LoopbackServer::Reply(connection, path.substr(1) + " Status", "body\xFF");
     }
-    /// Downloads to the only file, and tells its content or the error.
-    std::string Download(std::string const& url, int timeout = 20, std::string const& name = "file") {
-        std::promise<std::shared_ptr<IHVError const>> promise;
-        IHVHTTPDownload::DetachHTTPDownload(
-            url, folder_ / name,
-            [&](std::shared_ptr<IHVError const> error) { promise.set_value(std::move(error)); }, timeout);
-        auto const error = promise.get_future().get();
-        return error->Succeed() ? "body: " + folder_.Get(name) : error->GetErrorMessage();
-    }
-
     std::atomic<bool> hanging_ = false;
     LoopbackServer server_{
         [this](int connection, std::string const& request) { Answer(connection, request); }};
@@ -71,12 +60,8 @@ TEST_F(HVHTTP, EveryOutcomeIsReported) {
     std::string const base = server_.Url();
     for (auto const& [url, body] : Rows{{base + "/200", "body\xFF"},
                                         {base + "/204", ""},
-                                        {base + "/to?" + base + "/to?/200", "body\xFF"}}) {
+                                        {base + "/to?" + base + "/to?/200", "body\xFF"}})
         EXPECT_EQ(Fetch(url), "body: " + body);
-        EXPECT_EQ(Download(url), "body: " + body);
-    }
-    EXPECT_EQ(folder_.Count(), 1);
-    folder_.Put("file", "old");
     for (auto const& [url, failure] : Rows{{base + "/300", "status 300"},
                                            {base + "/to?/404", "status 404"},
                                            {base + "/cut", "Can't"},
@@ -88,14 +73,9 @@ TEST_F(HVHTTP, EveryOutcomeIsReported) {
                                            {"http://127.example.com/", "only https is safe"},
                                            {"file:///etc/passwd", "only https is safe"},
                                            {"", "no web address"},
-                                           {"https://[bad", "no web address"}}) {
+                                           {"https://[bad", "no web address"}})
         EXPECT_THAT(Fetch(url), HasSubstr(failure)) << url;
-        EXPECT_THAT(Download(url), HasSubstr(failure)) << url;
-        EXPECT_EQ(folder_.Get("file"), "old") << url;
-        EXPECT_EQ(folder_.Count(), 1) << "something half was left of " << url;
-    }
-    EXPECT_THAT(Download(base + "/hang", 1), HasSubstr("timed out"));
-    EXPECT_THAT(Download(base + "/200", 20, "missing/file"), HasSubstr("the folder does not exist"));
+    EXPECT_THAT(Fetch(base + "/hang", 1), HasSubstr("timed out"));
     EXPECT_THAT(Fetch(base + "/to"), HasSubstr("too many redirects"));
     EXPECT_THAT(Fetch(base + "/endless", 60), HasSubstr("too long"));
 }
