@@ -106,8 +106,8 @@ bool HVDownloadFormat::ParseFormatThirdPart(std::string const& row, std::string 
     return true;
 }
 
-/// Such a value begins where its key does. It ends before the next key, or, where a right-aligned neighbour
-/// has grown to the left of its own key, at the blank in front of that neighbour.
+/// A left-aligned value begins where its key does. It ends before the next key, or, where a right-aligned
+/// neighbour has grown to the left of its own key, at the blank in front of that neighbour.
 std::string HVDownloadFormat::ReadLeftAlignValueForKey(std::string const& key, std::string const& row,
                                                        std::string const& head) const {
     std::size_t const column = ColumnOf(key, row, head);
@@ -121,7 +121,8 @@ std::string HVDownloadFormat::ReadLeftAlignValueForKey(std::string const& key, s
     return IHVStringHelper::Trimmed(row.substr(column, end - column));
 }
 
-/// Such a value ends where its key does and reaches back to the nearest blank, which may be far to the left.
+/// A right-aligned value ends where its key does and reaches back to the nearest blank, which may stand far
+/// to the left of the key.
 std::string HVDownloadFormat::ReadRightAlignValueForKey(std::string const& key, std::string const& row,
                                                         std::string const& head) const {
     std::size_t const column = ColumnOf(key, row, head);
@@ -174,11 +175,11 @@ bool HVDownloadFormat::IsSizeString(std::string const& text) const {
 void HVDownloadFormat::ParseSizeFormat(std::string const& text) {
     std::size_t const tilde = text.find('~');
     std::size_t const start = tilde == std::string::npos ? 0 : tilde + 1;
-    constexpr SizeUnit units[] = {{'K', 1024.0F}, {'M', 1048576.0F}, {'G', 1073741824.0F}};
+    constexpr SizeUnit kUnits[] = {{'K', 1024.0F}, {'M', 1048576.0F}, {'G', 1073741824.0F}};
     // Capital letters only, and none for "TiB": such a size counts as its bare number.
     std::size_t end = std::string::npos;
     float multiplier = 1.0F;
-    for (SizeUnit const& unit : units) {
+    for (SizeUnit const& unit : kUnits) {
         end = text.rfind(unit.letter);
         if (end != std::string::npos) {
             multiplier = unit.bytes;
@@ -188,8 +189,8 @@ void HVDownloadFormat::ParseSizeFormat(std::string const& text) {
     bool const behindStart = end != std::string::npos && end > start;
     std::string const number = behindStart ? text.substr(start, end - start) : text.substr(start);
     float const bytes = TextToFloat(IHVStringHelper::Trimmed(number)) * multiplier;
-    constexpr float limit = 18446744073709551616.0F;
-    size_ = bytes >= 0.0F && bytes < limit ? static_cast<std::uint64_t>(bytes) : 0;
+    constexpr float kLimit = 18446744073709551616.0F;
+    size_ = bytes >= 0.0F && bytes < kLimit ? static_cast<std::uint64_t>(bytes) : 0;
 }
 
 } // namespace Halvorn

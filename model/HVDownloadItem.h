@@ -68,7 +68,7 @@ private:
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
     std::string downloadURL_;
     HVStableText fileName_{"unknown"};
-    /// Not what GetDurationString returns: the two texts have each a life of their own.
+    /// The tool's own text; GetDurationString() is computed from the seconds.
     std::string durationText_ = "00:00:00";
     std::string durationString_ = "00:00:00";
     std::int32_t durationSeconds_ = 0;

@@ -18,7 +18,7 @@ struct Extension {
 };
 
 /// The first of each format is the one that GetExtension gives.
-constexpr Extension Extensions[] = {
+constexpr Extension kExtensions[] = {
     {"jpg", IHVDownloadThumbnail::ThumbnailJPEG},  {"jpeg", IHVDownloadThumbnail::ThumbnailJPEG},
     {"jp2", IHVDownloadThumbnail::ThumbnailJPEG},  {"webp", IHVDownloadThumbnail::ThumbnailWebP},
     {"png", IHVDownloadThumbnail::ThumbnailPNG},   {"bmp", IHVDownloadThumbnail::ThumbnailBMP},
@@ -43,7 +43,7 @@ bool IHVDownloadThumbnail::BetterThan(IHVDownloadThumbnail const* other) const {
 }
 
 std::string IHVDownloadThumbnail::GetExtension() const {
-    for (Extension const& extension : Extensions) {
+    for (Extension const& extension : kExtensions) {
         if (extension.format == GetDataFormat())
             return extension.text;
     }
@@ -119,7 +119,7 @@ std::string HVDownloadThumbnail::ReadKeyValue(std::string const& row, std::strin
 IHVDownloadThumbnail::ThumbnailDataFormat
 HVDownloadThumbnail::FormatFromExtension(std::string const& extension) const {
     std::string const lower = IHVStringHelper::ToLower(extension);
-    for (Extension const& known : Extensions) {
+    for (Extension const& known : kExtensions) {
         if (lower == known.text)
             return known.format;
     }

@@ -117,16 +117,16 @@ std::string HVJsonObjectFormat::FormatSamplerate(int samplerate) {
 }
 
 std::string HVJsonObjectFormat::FormatFilesize(unsigned long long size) {
-    constexpr unsigned long long kilo = 1024;
-    if (size < kilo)
+    constexpr unsigned long long kKilo = 1024;
+    if (size < kKilo)
         return std::to_string(size) + "B";
     float const bytes = static_cast<float>(size);
     auto text = [bytes](float divisor, char const* unit) {
         return FixedText(static_cast<double>(bytes / divisor), 2) + unit;
     };
-    if (size < kilo * kilo)
+    if (size < kKilo * kKilo)
         return text(1024.0F, "KB");
-    if (size < kilo * kilo * kilo)
+    if (size < kKilo * kKilo * kKilo)
         return text(1048576.0F, "MB");
     return text(1073741824.0F, "GB");
 }

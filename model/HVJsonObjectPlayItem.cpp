@@ -9,8 +9,8 @@ namespace Halvorn {
 
 namespace {
 
-constexpr char const* FormatsKey = "formats";
-constexpr char const* CaptionsKey = "automatic_captions";
+constexpr char const* kFormatsKey = "formats";
+constexpr char const* kCaptionsKey = "automatic_captions";
 
 std::string TwoDigits(int number) {
     return (number < 10 ? "0" : "") + std::to_string(number);
@@ -49,11 +49,11 @@ bool HVJsonObjectPlayItem::LoadFromJsonValue(HVJsonNode node) {
 }
 
 int HVJsonObjectPlayItem::GetFormatsCount() const {
-    return isFormat_ ? 1 : ReadArrayCount(node_, FormatsKey);
+    return isFormat_ ? 1 : ReadArrayCount(node_, kFormatsKey);
 }
 
 std::shared_ptr<HVJsonObjectFormat> HVJsonObjectPlayItem::GetFormatJsonObject(int index) const {
-    return std::make_shared<HVJsonObjectFormat>(isFormat_ ? node_ : ReadArrayItem(node_, FormatsKey, index));
+    return std::make_shared<HVJsonObjectFormat>(isFormat_ ? node_ : ReadArrayItem(node_, kFormatsKey, index));
 }
 
 int HVJsonObjectPlayItem::GetThumbnailCount() const {
@@ -115,17 +115,17 @@ bool HVJsonObjectPlayItem::IsLiveStream() const {
 }
 
 std::vector<std::string> HVJsonObjectPlayItem::GetSubtitleNameVector() const {
-    HVJsonNode const captions = ReadMember(node_, CaptionsKey);
+    HVJsonNode const captions = ReadMember(node_, kCaptionsKey);
     return captions == nullptr ? std::vector<std::string>() : captions->GetMemberNames();
 }
 
 int HVJsonObjectPlayItem::GetSubtitleCount(std::string const& name) const {
-    return ReadArrayCount(ReadMember(node_, CaptionsKey), name);
+    return ReadArrayCount(ReadMember(node_, kCaptionsKey), name);
 }
 
 std::shared_ptr<HVJsonObjectSubtitle>
 HVJsonObjectPlayItem::GetSubtitleJsonObject(std::string const& /*name*/) const {
-    return std::make_shared<HVJsonObjectSubtitle>(ReadMember(node_, CaptionsKey));
+    return std::make_shared<HVJsonObjectSubtitle>(ReadMember(node_, kCaptionsKey));
 }
 
 /// The item's number of seconds, or that of its first format; the text of the duration plays no part.
@@ -133,9 +133,9 @@ int HVJsonObjectPlayItem::SecondsOfNumbers() const {
     int const seconds = ReadInt(node_, "duration");
     if (seconds != 0 || GetFormatsCount() < 1)
         return seconds;
-    float const ofFormat = ReadFloat(ReadArrayItem(node_, FormatsKey, 0), "duration");
-    constexpr float limit = 2147483648.0F;
-    return ofFormat > -limit && ofFormat < limit ? static_cast<int>(ofFormat) : 0;
+    float const ofFormat = ReadFloat(ReadArrayItem(node_, kFormatsKey, 0), "duration");
+    constexpr float kLimit = 2147483648.0F;
+    return ofFormat > -kLimit && ofFormat < kLimit ? static_cast<int>(ofFormat) : 0;
 }
 
 } // namespace Halvorn

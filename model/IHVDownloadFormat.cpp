@@ -15,7 +15,7 @@ struct Kind {
     IHVDownloadFormat::FormatType type;
 };
 
-constexpr Kind Kinds[] = {
+constexpr Kind kKinds[] = {
     {"mp3", IHVDownloadFormat::FormatMP3},   {"webm", IHVDownloadFormat::FormatWebM},
     {"weba", IHVDownloadFormat::FormatWebA}, {"mkv", IHVDownloadFormat::FormatMKV},
     {"mka", IHVDownloadFormat::FormatMKA},   {"mp4", IHVDownloadFormat::FormatMP4},
@@ -59,7 +59,7 @@ std::string DescriptionLabel(IHVDownloadFormat const& format) {
 
 IHVDownloadFormat::FormatType IHVDownloadFormat::GetFormatType() const {
     std::string const extension = Extension();
-    for (Kind const& kind : Kinds) {
+    for (Kind const& kind : kKinds) {
         if (extension == kind.extension)
             return kind.type;
     }
@@ -70,7 +70,7 @@ std::string IHVDownloadFormat::GetFormatName(FormatType type) {
     // One name serves the video and the audio kind of this container.
     if (type == FormatWebA)
         return "webm";
-    for (Kind const& kind : Kinds) {
+    for (Kind const& kind : kKinds) {
         if (type == kind.type)
             return kind.extension;
     }

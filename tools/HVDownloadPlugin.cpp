@@ -81,7 +81,7 @@ std::string HVDownloadPlugin::PluginPathFile() const {
 }
 
 std::string HVDownloadPlugin::FfmpegPathFile() const {
-    // Without the test that the tool's path has: the name alone may still be found by whoever runs it.
+    // Without the test that the tool's path has: the system may still find a program by its name alone.
     return IHVFileProvider::AppendPathComponent(IHVFileProvider::GetModulePath(kModuleName), kMergerName);
 }
 

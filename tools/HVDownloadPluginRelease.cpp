@@ -57,8 +57,8 @@ std::string ReleaseFileUrl(std::string const& version) {
            kReleaseFile;
 }
 
-/// What a request came to, for the thread that waits for it. Shared with the request, whose thread may still
-/// be letting go of it when the waiting one is gone.
+/// What a request came to, for the thread that waits for it. Shared with the request: its thread may still
+/// hold the answer when the waiting thread has gone on.
 template <typename Result>
 class Answer {
 public:

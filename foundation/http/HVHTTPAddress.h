@@ -12,7 +12,7 @@ struct HVHTTPAddress {
     std::string refusal; ///< why, for a user
 };
 
-/// Takes https, and plain http on loopback, where nobody can listen in between.
+/// Takes https, and plain http on loopback, which never leaves this machine.
 HVHTTPAddress CheckHTTPAddress(std::string const& url);
 
 } // namespace Halvorn

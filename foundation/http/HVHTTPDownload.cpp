@@ -48,7 +48,7 @@ std::shared_ptr<IHVError const> IHVHTTPDownload::DetachHTTPDownload(std::string 
                                                                     std::string const& pathFile, Done done,
                                                                     int timeout) {
     if (!done)
-        return Failure(url, "nobody wants to know of it");
+        return Failure(url, "no function is given to report to");
     auto work = [url, pathFile, timeout, done = std::move(done)] { Download(url, pathFile, timeout, done); };
     if (!RunHTTPThread(std::move(work)))
         return Failure(url, "there was no thread for it");

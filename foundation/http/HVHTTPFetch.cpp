@@ -41,7 +41,7 @@ void Fetch(std::string const& url, int timeout, IHVHTTPFetch::Done const& done) 
 std::shared_ptr<IHVError const> IHVHTTPFetch::DetachHTTPFetch(std::string const& url, Done done,
                                                               HTTPFetchMethod /*method*/, int timeout) {
     if (!done)
-        return Failure(url, "nobody wants the answer");
+        return Failure(url, "no function is given to report to");
     if (!RunHTTPThread([url, timeout, done = std::move(done)] { Fetch(url, timeout, done); }))
         return Failure(url, "there was no thread for it");
     return IHVError::MallocSucceed("HVHTTPFetch", __LINE__, "DetachHTTPFetch");

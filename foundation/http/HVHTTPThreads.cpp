@@ -23,7 +23,7 @@ struct Requests;
 std::atomic<Requests*> gRequests = nullptr;
 
 /// Of this process: a forked copy has none of the threads, and its end must not wait for them. Never
-/// destroyed: requests run on threads that nobody joins.
+/// destroyed: requests run on detached threads.
 struct Requests {
     std::mutex mutex;
     std::condition_variable changed;

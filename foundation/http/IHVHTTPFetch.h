@@ -24,7 +24,7 @@ public:
     /// Starts the request and returns at once; the result tells whether it started. `done` is called exactly
     /// once whatever happens, on a thread of the request's own (on the caller's when there can be none), with
     /// the body, or with an empty pointer and the reason: a status other than 2xx, a body above 64 MiB, a
-    /// fault of the network, or `timeout` seconds gone by (0 for no limit). At the end of the process a
+    /// fault of the network, or the end of `timeout` seconds (0 for no limit). At the end of the process a
     /// request under way fails.
     static std::shared_ptr<IHVError const> DetachHTTPFetch(std::string const& url, Done done,
                                                            HTTPFetchMethod method, int timeout);

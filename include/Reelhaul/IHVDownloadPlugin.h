@@ -65,8 +65,8 @@ public:
     virtual void CancelUpdateLocalPlugin() = 0;
     /// Address of the latest release's file. Blocks, for at most a minute, on the network.
     virtual std::string GetLatestYtDlpVersionUrl() const = 0;
-    /// True when a newer version than the local one exists, against what the name says. Blocks on the tool
-    /// and the network.
+    /// Despite its name: true when a newer version than the local one exists; false when the local one can't
+    /// be compared, such as a nightly build. Blocks on the tool and the network.
     virtual bool LocalPluginIsUpToDate() const = 0;
 
     /// What the local tool answers to "--version", line end included; "2024.01.01" when there is no local
