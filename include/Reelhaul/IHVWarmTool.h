@@ -28,6 +28,7 @@ namespace Halvorn {
 
 class HV_EXPORT IHVWarmTool {
 public:
+    /// Where the process that stays warm is in its life.
     enum class State {
         Off,        ///< not turned on: runs start the tool anew
         Resting,    ///< ended after a time without a run, or not started yet: the next run has it start
@@ -35,10 +36,11 @@ public:
         Ready,      ///< runs are copies of it
         NotPossible ///< see the reason; runs start the tool anew
     };
+    /// How it is with that process.
     struct Status {
-        State state = State::Off;
-        bool complete = false; ///< Ready, and nothing is left to load: runs are as fast as they get
-        std::string reason;    ///< why it is not possible, in words for a user
+        State state = State::Off; ///< where it is in its life
+        bool complete = false;    ///< Ready, and nothing is left to load: runs are as fast as they get
+        std::string reason;       ///< why it is not possible, in words for a user
     };
 
     /// Minutes without a run after which it ends, unless others are given.
@@ -49,6 +51,7 @@ public:
     static void TurnOn(unsigned int idleMinutes = kIdleMinutes);
     /// Ends it. Runs that go on are not touched.
     static void TurnOff();
+    /// How it is at this moment.
     static Status GetStatus();
 
     IHVWarmTool() = delete;
