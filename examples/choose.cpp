@@ -12,16 +12,13 @@ using namespace Halvorn;
 namespace {
 
 //! [choose]
-/// The formats are sorted best first, within each language of the sound.
+/// The best with the original's sound that is not larger than "720p" and the like.
 bool ChooseFormat(IHVDownloadItem& item, int height) {
-    for (int i = 0; i < item.GetDownloadFormatCount(); ++i) {
-        auto const format = item.GetDownloadFormatAtIndex(i);
-        if (!format->AudioOnly() && !format->VideoOnly() && format->Height() <= height) {
-            item.SetCurrentFormatIndex(i);
-            return true;
-        }
-    }
-    return false;
+    HVFormatWish wish;
+    wish.maxHeight = height;
+    auto const format = item.BestFormat(wish);
+    item.ChooseFormat(format); // which may be one that the list of formats does not hold
+    return format != nullptr;
 }
 
 bool ChooseSubtitle(IHVDownloadItem& item, std::string const& language) {
@@ -67,7 +64,7 @@ int main(int argc, char** argv) {
         return Fail(analysis.result->GetErrorMessage());
     auto const item = analysis.items.front(); // an analysis that succeeds has found one at least
     if (!ChooseFormat(*item, std::atoi(argv[3])))
-        return Fail(item->GetFileName() + " has no format with picture and sound that is so small.");
+        return Fail(item->GetFileName() + " has no format that is so small.");
     if (argc == 5 && !ChooseSubtitle(*item, argv[4]))
         return Fail(item->GetFileName() + " has no subtitles in " + argv[4] + ".");
     std::string answer;

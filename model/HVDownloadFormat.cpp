@@ -46,6 +46,7 @@ HVDownloadFormat::HVDownloadFormat(IHVDownloadFormat const* other) {
     size_ = other->Size();
     audioOnly_ = other->AudioOnly();
     videoOnly_ = other->VideoOnly();
+    languagePreference_ = other->LanguagePreference();
 }
 
 HVDownloadFormat::HVDownloadFormat(std::shared_ptr<IHVDownloadFormat> const& other)
@@ -92,6 +93,8 @@ bool HVDownloadFormat::LoadFromJsonObject(std::shared_ptr<HVJsonObjectFormat> co
     audioOnly_ = json->GetAudioOnly();
     videoOnly_ = json->GetVideoOnly();
     audioLanguage_ = json->GetAudioLangauge();
+    if (int const preference = json->GetLanguagePreference(); preference != 0)
+        languagePreference_ = preference;
     moreInfo_ = json->GetMoreInfo();
     sizeFormat_ = json->GetFileSizeString();
     size_ = json->GetFileSize();

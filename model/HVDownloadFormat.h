@@ -48,6 +48,10 @@ public:
     /// The name up to its first dot, but for a dot at its start.
     std::string FindShortName(std::string const& name) const;
 
+    /// What the tool takes where a document says nothing.
+    static constexpr int kNoLanguagePreference = -1;
+    int PreferenceOfLanguage() const { return languagePreference_; }
+
     // The plain table, HVDownloadFormatTable.cpp.
 
     static bool IsFormatAuxiliary(std::string const& text);
@@ -85,6 +89,7 @@ private:
     std::string moreInfo_;
     std::string sizeFormat_;
     std::string audioLanguage_;
+    int languagePreference_ = kNoLanguagePreference;
     std::uint64_t size_ = 0;
     bool audioOnly_ = false;
     bool videoOnly_ = false;

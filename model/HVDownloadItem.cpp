@@ -41,6 +41,14 @@ std::string IHVDownloadItem::CurrentExtension() const {
     return format == nullptr ? std::string() : format->Extension();
 }
 
+void HVDownloadItem::TakeAllFormats(std::vector<std::shared_ptr<IHVDownloadFormat>> formats) {
+    allFormats_ = std::move(formats);
+}
+
+void HVDownloadItem::AppendFormat(std::shared_ptr<IHVDownloadFormat> format) {
+    formats_.push_back(std::move(format));
+}
+
 HVDownloadItem::HVDownloadItem(std::string const& url) : downloadURL_(url) {}
 
 HVDownloadItem::HVDownloadItem(std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats,
@@ -166,6 +174,7 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->durationString_ = durationString_;
     copy->durationSeconds_ = durationSeconds_;
     copy->thumbnail_ = thumbnail_;
+    copy->allFormats_ = allFormats_;
     copy->details_ = details_;
     copy->liveStream_ = liveStream_;
     copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;

@@ -53,6 +53,11 @@ public:
     /// A copy that later choices on this item don't reach: what a download is made from. The formats are
     /// shared, since nobody changes them, and nothing was downloaded to it yet.
     std::shared_ptr<HVDownloadItem> CopyForRun() const;
+    /// All that the tool lists, the best last.
+    void TakeAllFormats(std::vector<std::shared_ptr<IHVDownloadFormat>> formats);
+    std::vector<std::shared_ptr<IHVDownloadFormat>> const& EveryFormat() const { return allFormats_; }
+    /// Appends a format and leaves the choice as it is.
+    void AppendFormat(std::shared_ptr<IHVDownloadFormat> format);
     /// What the tool's document says besides; `text` is the document itself, empty where it is not kept.
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
@@ -65,6 +70,7 @@ private:
     std::int32_t currentFormatIndex_ = -1;
     std::int32_t currentSubtitleIndex_ = -1;
     std::vector<std::shared_ptr<IHVDownloadFormat>> formats_;
+    std::vector<std::shared_ptr<IHVDownloadFormat>> allFormats_;
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
     std::string downloadURL_;
     HVStableText fileName_{"unknown"};

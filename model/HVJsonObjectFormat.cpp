@@ -69,6 +69,10 @@ std::string HVJsonObjectFormat::GetAudioLangauge() const {
     return ReadString(node_, "language");
 }
 
+int HVJsonObjectFormat::GetLanguagePreference() const {
+    return ReadInt(node_, "language_preference");
+}
+
 std::string HVJsonObjectFormat::GetVBRString() const {
     return FormatBitrate(GetVBR());
 }

@@ -33,6 +33,8 @@ public:
     /// Bytes.
     std::uint64_t GetFileSize() const;
     std::string GetAudioLangauge() const;
+    /// 0 when the tool says nothing.
+    int GetLanguagePreference() const;
 
     /// Display text of the numbers above.
     std::string GetVBRString() const;

@@ -43,6 +43,9 @@ public:
     std::string PostProcessingOpts() const override;
     std::shared_ptr<IHVDownloadFormat> Clone() const override;
 
+    /// The audio half; empty where there is none.
+    std::shared_ptr<IHVDownloadFormat> const& Sound() const { return audioFormat_; }
+
 private:
     /// The video half, or the audio half where there is no video half.
     IHVDownloadFormat const* First() const;

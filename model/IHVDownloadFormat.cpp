@@ -186,6 +186,15 @@ IHVDownloadFormat::MergeDownloadFormat(std::shared_ptr<IHVDownloadFormat> const&
     return std::make_shared<HVMergeDownloadFormat>(videoFirst ? a : b, videoFirst ? b : a, forceMKV);
 }
 
+int IHVDownloadFormat::LanguagePreference() const {
+    if (auto const* const plain = dynamic_cast<HVDownloadFormat const*>(this))
+        return plain->PreferenceOfLanguage();
+    if (auto const* const merged = dynamic_cast<HVMergeDownloadFormat const*>(this))
+        return merged->Sound() == nullptr ? HVDownloadFormat::kNoLanguagePreference
+                                          : merged->Sound()->LanguagePreference();
+    return HVDownloadFormat::kNoLanguagePreference;
+}
+
 std::string IHVDownloadFormat::Description() const {
     std::string const label = DescriptionLabel(*this);
     std::string const rate = TBR();

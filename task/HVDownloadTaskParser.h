@@ -91,6 +91,8 @@ public:
     std::vector<FailedEntry> Failures() const;
 
 private:
+    static void TakeAllFormats(IHVDownloadItem& item,
+                               std::vector<std::shared_ptr<IHVDownloadFormat>> formats);
     void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);
     void CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json, std::string const& errorText);
 

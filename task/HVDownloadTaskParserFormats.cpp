@@ -1,6 +1,7 @@
 // From the tool's formats to the list that a user chooses from.
 
 #include "HVDownloadFormat.h"
+#include "HVDownloadItem.h"
 #include "HVDownloadTaskParser.h"
 #include "HVFormatSet.h"
 #include "HVJsonObjectFormat.h"
@@ -49,6 +50,7 @@ void HVDownloadTaskParser::GetPlayItemFormats(std::shared_ptr<IHVDownloadItem>& 
                                               std::shared_ptr<HVJsonObjectPlayItem>& json) {
     HVFormatSet videos;
     HVFormatSet others;
+    Formats all;
     std::map<std::string, HVFormatSet> audiosByLanguage;
     int const count = json->GetFormatsCount();
     int const seconds = json->GetDurationSeconds();
@@ -59,11 +61,13 @@ void HVDownloadTaskParser::GetPlayItemFormats(std::shared_ptr<IHVDownloadItem>& 
             continue;
         if (format->Size() == 0)
             format->SetEstSize(EstimatedSize(source->BestBitrate(), seconds));
+        all.push_back(format);
         auto& list = format->AudioOnly()   ? audiosByLanguage[format->GetAudioLanguage()]
                      : format->VideoOnly() ? videos
                                            : others;
         list.Add(std::move(format));
     }
+    TakeAllFormats(*item, std::move(all));
     bool const live = json->IsLiveStream();
     if (audiosByLanguage.empty())
         audiosByLanguage.emplace();
@@ -71,6 +75,11 @@ void HVDownloadTaskParser::GetPlayItemFormats(std::shared_ptr<IHVDownloadItem>& 
     for (auto& [language, audios] : audiosByLanguage)
         item->AddDownloadFormat(
             MergeDownloadFormats(videos.Formats(), audios.Formats(), others.Formats(), live));
+}
+
+void HVDownloadTaskParser::TakeAllFormats(IHVDownloadItem& item, Formats formats) {
+    if (auto* const own = dynamic_cast<HVDownloadItem*>(&item))
+        own->TakeAllFormats(std::move(formats));
 }
 
 Formats HVDownloadTaskParser::MergeDownloadFormats(Formats& videos, Formats& audios, Formats& others,

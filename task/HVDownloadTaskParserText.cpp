@@ -40,6 +40,7 @@ public:
         }
     }
 
+    std::vector<std::shared_ptr<IHVDownloadFormat>> all;
     HVFormatSet videos;
     HVFormatSet audios;
     HVFormatSet others;
@@ -62,6 +63,7 @@ private:
     void TakeFormat(std::shared_ptr<IHVDownloadFormat> format) {
         if (format == nullptr)
             return;
+        all.push_back(format);
         auto& list = format->VideoOnly() ? videos : format->AudioOnly() ? audios : others;
         list.Add(std::move(format));
     }
@@ -202,6 +204,7 @@ HVDownloadTaskParser::ParseDownloadItemInfo(std::string const& output,
     // Without a line for the duration this is another line; the name is only a proposal.
     item->SetFileName(lines[lines.size() - 2]);
     item->SetThumbnail(FindBestThumbnail(rows.thumbnails));
+    TakeAllFormats(*item, std::move(rows.all));
     item->AddDownloadFormat(MergeDownloadFormats(rows.videos.Formats(), rows.audios.Formats(),
                                                  rows.others.Formats(), item->IsLiveStream()));
     if (item->Valid())

@@ -1,6 +1,9 @@
 #include "HVChoice.h"
 
+#include "HVRequest.h"
+
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace Halvorn {
@@ -29,41 +32,86 @@ std::string NoSuchFormat(IHVDownloadItem const& item, std::string_view wish) {
         if (auto code = item.GetDownloadFormatAtIndex(i)->FormatCode();
             std::find(codes.begin(), codes.end(), code) == codes.end())
             codes.push_back(std::move(code));
+    for (auto const& format : item.AllFormats())
+        if (auto code = format->FormatCode(); std::find(codes.begin(), codes.end(), code) == codes.end())
+            codes.push_back(std::move(code));
     if (codes.empty())
         return "there is no format at all";
     return "there is no format " + Quoted(wish) + "; there are the indices 0 to " +
            std::to_string(item.GetDownloadFormatCount() - 1) + " and the codes " + Listing(codes);
 }
 
-int FormatIndex(IHVDownloadItem const& item, std::string_view wish) {
-    int const count = item.GetDownloadFormatCount();
-    if (wish == "best")
-        return count > 0 ? 0 : -1;
-    if (wish == "audio") {
-        for (int i = 0; i < count; ++i)
-            if (item.GetDownloadFormatAtIndex(i)->AudioOnly())
-                return i;
-        return -1;
-    }
+/// "1080p60": pixels, and perhaps frames a second.
+bool ReadLimits(std::string_view text, HVFormatWish& wish) {
+    auto const letter = text.find('p');
+    auto const height = WholeNumber(text.substr(0, letter));
+    if (letter == std::string_view::npos || !height || *height == 0)
+        return false;
+    auto const rest = text.substr(letter + 1);
+    auto const rate = WholeNumber(rest);
+    if (!rest.empty() && (!rate || *rate == 0))
+        return false;
+    wish.maxHeight = *height;
+    wish.maxFramePerSecond = static_cast<float>(rate.value_or(0));
+    return true;
+}
+
+std::string NothingFor(IHVDownloadItem const& item, HVFormatWish const& wish) {
+    std::vector<std::string> found;
+    auto const add = [&found](std::string text) {
+        if (!text.empty() && std::find(found.begin(), found.end(), text) == found.end())
+            found.push_back(std::move(text));
+    };
+    auto anyLanguage = wish;
+    anyLanguage.language.clear();
+    bool const noLanguage = item.BestFormat(anyLanguage) != nullptr;
+    for (auto const& format : item.AllFormats())
+        add(noLanguage            ? format->GetAudioLanguage()
+            : format->AudioOnly() ? std::string()
+                                  : format->Resolution());
+    if (noLanguage)
+        return "there is no sound in " + Quoted(wish.language) + "; there are " + Listing(found);
+    if (wish.audioOnly)
+        return "there is no format with sound only";
+    return "there is no format within these limits; there are " + Listing(found);
+}
+
+/// An index or a code.
+std::shared_ptr<IHVDownloadFormat> Named(IHVDownloadItem const& item, std::string_view wish) {
     constexpr std::string_view kCode = "code:";
     bool const isCode = wish.starts_with(kCode);
-    if (auto const index = WholeNumber(wish); !isCode && index && *index < count)
-        return *index;
-    std::string_view const code = isCode ? wish.substr(kCode.size()) : wish;
-    for (int i = 0; i < count; ++i)
-        if (item.GetDownloadFormatAtIndex(i)->FormatCode() == code)
-            return i;
-    return -1;
+    if (auto const index = WholeNumber(wish); !isCode && index && *index < item.GetDownloadFormatCount())
+        return item.GetDownloadFormatAtIndex(*index);
+    return item.FormatWithCode(std::string(isCode ? wish.substr(kCode.size()) : wish));
 }
 
 } // namespace
 
-std::string ChooseFormat(IHVDownloadItem& item, std::string_view wish) {
-    int const index = FormatIndex(item, wish);
-    if (index < 0)
-        return wish == "audio" && item.Valid() ? "there is no format with sound only"
-                                               : NoSuchFormat(item, wish);
-    item.SetCurrentFormatIndex(index);
+std::optional<HVFormatWish> WishOf(std::string_view format, HVRequest const& request) {
+    HVFormatWish wish;
+    wish.language = request.language;
+    constexpr std::array<std::string_view, 7> kContainers{"mp4", "mkv", "webm", "m4a", "mp3", "mka", "weba"};
+    bool const isContainer =
+        std::find(kContainers.begin(), kContainers.end(), request.prefer) != kContainers.end();
+    (isContainer ? wish.container : wish.codec) = request.prefer;
+    wish.audioOnly = format == "audio";
+    wish.worst = format == "worst";
+    if (wish.audioOnly || wish.worst || format == "best" || ReadLimits(format, wish))
+        return wish;
+    return std::nullopt;
+}
+
+std::string ChooseFormat(IHVDownloadItem& item, HVRequest const& request) {
+    auto const wish = WishOf(request.format, request);
+    auto const format = wish ? item.BestFormat(*wish) : Named(item, request.format);
+    if (format == nullptr)
+        return wish && item.Valid() ? NothingFor(item, *wish) : NoSuchFormat(item, request.format);
+    // An index says which of several with one code.
+    if (auto const index = WholeNumber(request.format);
+        !wish && index && *index < item.GetDownloadFormatCount())
+        item.SetCurrentFormatIndex(*index);
+    else
+        item.ChooseFormat(format);
     return {};
 }
 

@@ -11,10 +11,17 @@
 
 namespace Halvorn {
 
-/// Chooses the format that `wish` names: "best" (the first), "audio" (the first that is sound only), an
-/// index, or a format code. A number is an index where the item has so many formats, else a code; "code:" in
-/// front makes it a code in any case. Returns the fault, which tells what there is; empty when there is none.
-std::string ChooseFormat(IHVDownloadItem& item, std::string_view wish);
+struct HVRequest;
+
+/// Chooses the format that the request names: "best", "worst", "audio", "720p" or "1080p60" for the best
+/// within these limits, an index, or a format code. A number is an index where the item has so many formats,
+/// else a code; "code:" in front makes it a code in any case. Returns the fault, which tells what there is;
+/// empty when there is none.
+std::string ChooseFormat(IHVDownloadItem& item, HVRequest const& request);
+
+/// What "best", "worst", "audio", "720p" and "1080p60" mean, in the language and with the preference of the
+/// request; nothing for another word.
+std::optional<HVFormatWish> WishOf(std::string_view format, HVRequest const& request);
 
 /// Chooses the subtitle LANG or LANG.EXT. Returns the fault; empty when there is none.
 std::string ChooseSubtitle(IHVDownloadItem& item, std::string_view wish);

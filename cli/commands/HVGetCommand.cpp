@@ -103,7 +103,7 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     int const entry = item->GetEntryIndexOfPlayList() + 1;
     if (entry > 0 && !ranges_.Contains(entry))
         return;
-    std::string fault = ChooseFormat(*item, request_.format);
+    std::string fault = ChooseFormat(*item, request_);
     if (fault.empty() && !request_.subtitle.empty())
         fault = ChooseSubtitle(*item, request_.subtitle);
     // Without ffmpeg the tool fetches both parts and then calls it a success.

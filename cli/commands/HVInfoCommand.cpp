@@ -81,11 +81,11 @@ void InfoCommand::ShowItem(std::shared_ptr<IHVDownloadItem> const& item) {
     bool const entry = item->GetEntryIndexOfPlayList() >= 0;
     if (request_.json) {
         if (!entry)
-            session_.Console().Out(ItemDocument(*item));
+            session_.Console().Out(ItemDocument(*item, request_.allFormats));
         return;
     }
     if (!entry) {
-        Print(ItemLines(*item));
+        Print(ItemLines(*item, request_.allFormats));
         return;
     }
     if (auto const playList = item->GetPlayList())
@@ -118,7 +118,7 @@ void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {
     if (request_.listOnly)
         return;
     if (request_.json)
-        session_.Console().Out(PlayListDocument(*playList));
+        session_.Console().Out(PlayListDocument(*playList, request_.allFormats));
     else if (headShown_ == nullptr) // from tables a playlist comes at its end
         ShowHead(*playList);
 }

@@ -80,8 +80,13 @@ private:
     }
 
     std::map<std::string, Words> const words_{
-        {"--format", {"best", "audio"}},        {"--js-runtime", {"none"}}, {"--xff", {"default", "never"}},
-        {"--cookies-from-browser", Browsers()}, {"--ap-mso", Providers()},  {"BROWSER", Browsers()},
+        {"--format", {"best", "worst", "audio", "2160p", "1080p", "720p", "480p"}},
+        {"--prefer", {"mp4", "mkv", "webm", "h264", "vp9", "av1"}},
+        {"--js-runtime", {"none"}},
+        {"--xff", {"default", "never"}},
+        {"--cookies-from-browser", Browsers()},
+        {"--ap-mso", Providers()},
+        {"BROWSER", Browsers()},
         {"COPIES", {"local", "built-in"}}};
     std::set<std::string> used_;
 };

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <set>
 
 namespace Halvorn {
 
@@ -55,15 +56,35 @@ std::string NumberedLine(int number, std::string const& duration, std::string co
     return line;
 }
 
+HVTableText FormatTable() {
+    // Mirrors, and one stream by two protocols, differ in the last two alone.
+    return HVTableText({{"#", true},
+                        {"Description"},
+                        {"Container"},
+                        {"Resolution"},
+                        {"Size", true},
+                        {"Code"},
+                        {"Protocol"}});
+}
+
+void AddFormat(HVTableText& table, std::string const& number, IHVDownloadFormat const& format) {
+    std::string const size = SizeText(format.Size());
+    table.AddRow({number, format.Description(), format.Extension(), format.Resolution(),
+                  size.empty() ? "unknown" : size, format.FormatCode(), format.Proto()});
+}
+
 HVTableText FormatTable(IHVDownloadItem const& item) {
-    HVTableText table(
-        {{"#", true}, {"Description"}, {"Container"}, {"Resolution"}, {"Size", true}, {"Code"}});
-    for (int i = 0; i < item.GetDownloadFormatCount(); ++i) {
-        auto const format = item.GetDownloadFormatAtIndex(i);
-        std::string const size = SizeText(format->Size());
-        table.AddRow({std::to_string(i), format->Description(), format->Extension(), format->Resolution(),
-                      size.empty() ? "unknown" : size, format->FormatCode()});
-    }
+    auto table = FormatTable();
+    for (int const index : ShownFormats(item))
+        AddFormat(table, std::to_string(index), *item.GetDownloadFormatAtIndex(index));
+    return table;
+}
+
+HVTableText AllFormatsTable(IHVDownloadItem const& item) {
+    auto table = FormatTable();
+    auto const formats = item.AllFormats();
+    for (auto format = formats.rbegin(); format != formats.rend(); ++format)
+        AddFormat(table, "", **format);
     return table;
 }
 
@@ -86,7 +107,16 @@ std::string ClockText(IHVDownloadItem const& item) {
                                           : ClockText(IHVDownloadItem::KnownDurationSeconds(item));
 }
 
-std::vector<std::string> ItemLines(IHVDownloadItem const& item) {
+std::vector<int> ShownFormats(IHVDownloadItem const& item) {
+    std::set<IHVDownloadFormat const*> seen;
+    std::vector<int> indices;
+    for (int i = 0; i < item.GetDownloadFormatCount(); ++i)
+        if (seen.insert(item.GetDownloadFormatAtIndex(i).get()).second)
+            indices.push_back(i);
+    return indices;
+}
+
+std::vector<std::string> ItemLines(IHVDownloadItem const& item, bool allFormats) {
     std::vector<std::string> lines{
         Labelled("Title", item.GetFileName()), Labelled("Address", item.DownloadURL()),
         Labelled("Duration", DurationText(item)), Labelled("Live", item.IsLiveStream() ? "yes" : "no")};
@@ -100,6 +130,8 @@ std::vector<std::string> ItemLines(IHVDownloadItem const& item) {
     if (auto const thumbnail = item.GetThumbnail())
         lines.push_back(Labelled("Thumbnail", ThumbnailText(*thumbnail)));
     AppendTable(lines, "Formats", FormatTable(item));
+    if (allFormats)
+        AppendTable(lines, "All formats, best first", AllFormatsTable(item));
     if (item.GetDownloadSubtitlesCount() > 0)
         AppendTable(lines, "Subtitles", SubtitleTable(item));
     return lines;

@@ -11,8 +11,10 @@
 
 namespace Halvorn {
 
-/// Everything about an item.
-std::vector<std::string> ItemLines(IHVDownloadItem const& item);
+/// Everything about an item; with every format that the tool lists, if wanted.
+std::vector<std::string> ItemLines(IHVDownloadItem const& item, bool allFormats);
+/// The indices of the formats that are shown: one that stands in the block of several languages once.
+std::vector<int> ShownFormats(IHVDownloadItem const& item);
 /// The duration as "hh:mm:ss", whichever way it was analysed; "00:00:00" when unknown.
 std::string ClockText(IHVDownloadItem const& item);
 /// What stands above the entries of a playlist.

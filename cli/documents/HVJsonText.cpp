@@ -50,7 +50,8 @@ void Rounded(Writer& writer, double number) {
 
 void WriteFormat(Document& writer, IHVDownloadFormat const& format, int index) {
     writer.StartObject();
-    Field(writer, "index", index);
+    if (index >= 0)
+        Field(writer, "index", index);
     Field(writer, "code", format.FormatCode());
     Field(writer, "extension", format.Extension());
     Field(writer, "description", format.Description());
@@ -62,6 +63,7 @@ void WriteFormat(Document& writer, IHVDownloadFormat const& format, int index) {
     writer.Key("size");
     writer.Uint64(format.Size());
     Field(writer, "language", format.GetAudioLanguage());
+    Field(writer, "protocol", format.Proto());
     Flag(writer, "audio_only", format.AudioOnly());
     Flag(writer, "video_only", format.VideoOnly());
     Flag(writer, "merged", format.MergeFormat());
@@ -116,7 +118,7 @@ void WriteDetails(Document& writer, HVItemDetails const& details) {
     writer.EndArray();
 }
 
-void WriteItem(Document& writer, IHVDownloadItem const& item) {
+void WriteItem(Document& writer, IHVDownloadItem const& item, bool allFormats) {
     writer.StartObject();
     Field(writer, "kind", "item");
     Field(writer, "title", item.GetFileName());
@@ -128,9 +130,19 @@ void WriteItem(Document& writer, IHVDownloadItem const& item) {
     WriteDetails(writer, *item.Details());
     writer.Key("formats");
     writer.StartArray();
-    for (int i = 0; i < item.GetDownloadFormatCount(); ++i)
-        WriteFormat(writer, *item.GetDownloadFormatAtIndex(i), i);
+    for (int const index : ShownFormats(item))
+        WriteFormat(writer, *item.GetDownloadFormatAtIndex(index), index);
     writer.EndArray();
+    auto const best = item.BestFormat();
+    Field(writer, "best", best == nullptr ? std::string() : best->FormatCode());
+    if (allFormats) {
+        writer.Key("all_formats");
+        writer.StartArray();
+        auto const formats = item.AllFormats();
+        for (auto format = formats.rbegin(); format != formats.rend(); ++format)
+            WriteFormat(writer, **format, -1);
+        writer.EndArray();
+    }
     writer.Key("subtitles");
     writer.StartArray();
     for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i)
@@ -180,15 +192,15 @@ std::string Finished(rapidjson::StringBuffer const& buffer) {
 
 } // namespace
 
-std::string ItemDocument(IHVDownloadItem const& item) {
+std::string ItemDocument(IHVDownloadItem const& item, bool allFormats) {
     rapidjson::StringBuffer buffer;
     Document writer(buffer);
     writer.SetIndent(' ', 2);
-    WriteItem(writer, item);
+    WriteItem(writer, item, allFormats);
     return Finished(buffer);
 }
 
-std::string PlayListDocument(IHVPlayList const& playList) {
+std::string PlayListDocument(IHVPlayList const& playList, bool allFormats) {
     rapidjson::StringBuffer buffer;
     Document writer(buffer);
     writer.SetIndent(' ', 2);
@@ -202,7 +214,7 @@ std::string PlayListDocument(IHVPlayList const& playList) {
     writer.Key("items");
     writer.StartArray();
     for (int i = 0; i < playList.GetDownloadItemCount(); ++i)
-        WriteItem(writer, *playList.GetDownloadItem(i));
+        WriteItem(writer, *playList.GetDownloadItem(i), allFormats);
     writer.EndArray();
     WriteLists(writer, playList);
     writer.EndObject();

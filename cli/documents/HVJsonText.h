@@ -13,9 +13,10 @@
 
 namespace Halvorn {
 
-/// The document of an item; of an entry without an address of its own the address is empty.
-std::string ItemDocument(IHVDownloadItem const& item);
-std::string PlayListDocument(IHVPlayList const& playList);
+/// The document of an item, with every format that the tool lists, if wanted; of an entry without an address
+/// of its own the address is empty.
+std::string ItemDocument(IHVDownloadItem const& item, bool allFormats);
+std::string PlayListDocument(IHVPlayList const& playList, bool allFormats);
 /// One line for an entry of a list that is not loaded.
 std::string EntryDocument(HVListEntry const& entry);
 

@@ -79,6 +79,7 @@ void HVCommandLine::AddInfo() {
     app.add_flag("--json", request_.json, "Print one JSON document instead of text");
     app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
     app.add_flag("--flat", request_.flat, "Print the entries of a list at once, without loading them");
+    app.add_flag("--all-formats", request_.allFormats, "Print every format that the tool lists as well");
     AddItems(app);
     AddToolPaths(app);
     AddCold(app);
@@ -116,8 +117,17 @@ void HVCommandLine::AddItems(CLI::App& app) {
 
 void HVCommandLine::AddFormatChoice(CLI::App& app) {
     app.add_option("--format", request_.format,
-                   "best, audio, an index of \"reelhaul info\", or a format code; best unless given")
+                   "best, worst, audio, 720p or 1080p60 as the most, an index or a code of \"reelhaul "
+                   "info\"; best unless given")
         ->type_name("F")
+        ->check(NotEmpty, "");
+    app.add_option("--language", request_.language,
+                   "Language of the sound, such as en; the original's unless given")
+        ->type_name("LANG")
+        ->check(NotEmpty, "");
+    app.add_option("--prefer", request_.prefer,
+                   "Container or codec to take before others, such as mp4 or vp9")
+        ->type_name("KIND")
         ->check(NotEmpty, "");
     app.add_option("--subtitle", request_.subtitle, "Subtitles beside the file, such as en or en.vtt")
         ->type_name("LANG[.EXT]")

@@ -16,6 +16,8 @@ struct HVRequest {
     std::vector<std::string> urls;
     std::string folder;          ///< where files go
     std::string format = "best"; ///< see ChooseFormat
+    std::string language;        ///< of the sound; empty for the original's
+    std::string prefer;          ///< container or codec that goes before others
     std::string subtitle;        ///< see ChooseSubtitle; empty for none
     std::string items;           ///< see HVItemRanges; empty for all
     std::string name;            ///< instead of the title; empty for the title
@@ -31,6 +33,7 @@ struct HVRequest {
     bool json = false;
     bool text = false;
     bool flat = false;                           ///< lists inside a list are not gone into
+    bool allFormats = false;                     ///< every format of the tool as well
     bool listOnly = false;                       ///< no entry of a list is loaded
     std::shared_ptr<IHVDownloadOptions> options; ///< empty when none was given
 };

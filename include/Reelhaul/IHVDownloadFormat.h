@@ -140,6 +140,9 @@ public:
     static std::shared_ptr<IHVDownloadFormat> MergeDownloadFormat(std::shared_ptr<IHVDownloadFormat> const& a,
                                                                   std::shared_ptr<IHVDownloadFormat> const& b,
                                                                   bool forceMKV);
+    /// How much the tool wants the language of the sound: 10 for the original, -1 for a dub, -10 for a
+    /// description for the blind; -1 too where nothing tells, and for a format without a document.
+    int LanguagePreference() const;
     /// The line that a user sees for the format.
     std::string Description() const;
 

@@ -10,6 +10,7 @@
 /// subtitles and thumbnail; it only observes its playlist.
 
 #include "HVExport.h"
+#include "HVFormatWish.h"
 #include "HVItemDetails.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadSubtitle.h"
@@ -126,6 +127,21 @@ public:
     /// Extension of the chosen format; empty when there is none.
     std::string CurrentExtension() const;
 
+    /// Every format as the tool lists it, none of them merged, in its order: the best last. Also those that
+    /// the list of the item leaves out, such as a picture that no sound of it can be joined with. Empty for
+    /// an item that no analysis has filled.
+    std::vector<std::shared_ptr<IHVDownloadFormat>> AllFormats() const;
+    /// The format that fulfils the wish best, by the tool's own order. Unlike the first format of the list it
+    /// has the original's sound, is never joined by transcoding (a sound that can be copied is taken where it
+    /// is nearly as large; else the file becomes an mkv), and is silent only where nothing has sound. It may
+    /// be one that the list does not hold: see ChooseFormat. Empty when nothing is within the limits or in
+    /// the language.
+    std::shared_ptr<IHVDownloadFormat> BestFormat(HVFormatWish const& wish = {}) const;
+    /// The format of this code, of the list or of AllFormats, also "VIDEO+AUDIO" of any two of the latter;
+    /// empty when there is none.
+    std::shared_ptr<IHVDownloadFormat> FormatWithCode(std::string const& code) const;
+    /// Chooses that format as SetCurrentFormatIndex does; one that the list does not hold is appended to it.
+    void ChooseFormat(std::shared_ptr<IHVDownloadFormat> const& format);
     /// What else the tool's document says: who it is on its site, uploader, date, chapters. Never empty; its
     /// values stay as they are, but a later SetPlayList makes others.
     std::shared_ptr<HVItemDetails const> Details() const;

@@ -19,6 +19,7 @@
 #include "HVDisplayText.h"
 #include "HVDownloadBrowser.h"
 #include "HVExport.h"
+#include "HVFormatWish.h"
 #include "HVItemDetails.h"
 #include "HVListEntry.h"
 #include "IHVAdobePassAuthentication.h"

@@ -14,10 +14,10 @@ from servers import COMMAND, CommandTest
 TITLE = "A \x7f\x1b[31m\x1b]0;owned\x07\u202e\x9b日本 100%s"
 VIDEO, SOUND = {"ext": "mp4", "vcodec": "avc1.1", "width": 640, "height": 360}, {"vcodec": "none", "acodec": "mp4a.40"}
 ITEM = json.dumps({"id": "i", "title": TITLE, "duration": 65, "formats": [
-    {**VIDEO, "format_id": "v", "acodec": "none", "resolution": "640x360", "fps": 29.97, "filesize": 1000},
-    {**SOUND, "format_id": "a", "ext": "m4a", "resolution": "audio only", "filesize": 500, "abr": 64},
+    {**SOUND, "format_id": "a", "ext": "m4a", "resolution": "audio only", "filesize": 500, "abr": 64, "language": "fr"},
     {**VIDEO, "format_id": "7", "acodec": "mp4a.40", "resolution": "320x180", "width": 320, "height": 180,
-     "filesize": 400}],
+     "filesize": 400, "language": "en"},
+    {**VIDEO, "format_id": "v", "acodec": "none", "resolution": "640x360", "fps": 29.97, "filesize": 1000}],
     "automatic_captions": {"en": [{"ext": "vtt", "url": "http://127.0.0.1/en.vtt", "name": "English"}]}})
 LIST = json.dumps({"_type": "playlist", "title": "L", "id": "l", "entries": [
     {"url": "script:item"}, {"url": "scripted:err ERROR: gone"}, {"url": "script:item"}]})
@@ -122,17 +122,19 @@ class InfoTest(ScriptedTest):
 class GetTest(ScriptedTest):
     def test_the_format_asked_for(self):
         for wish, code in (("best", "v+a"), ("0", "v+a"), ("1", "7"), ("7", "7"), ("v+a", "v+a"), ("audio", "a"),
-                           ("2", "a")):
+                           ("2", "a"), ("360p30", "v+a"), ("200p", "7"), ("worst", "7"), ("best --language en", "7"),
+                           ("best --prefer m4a", "v+a")):
             with self.subTest(wish):
-                run = self.get("script:item", "--format", wish, "--quiet")
+                run = self.get("script:item", "--format", *wish.split(), "--quiet")
                 self.assertEqual((run.returncode, run.stderr), (0, ""))
                 self.assertIn(code, self.starts()[-1])
                 path = Path(run.stdout.removesuffix("\n"))
                 self.assertEqual((path.suffix, path.stat().st_size), (".m4a" if code == "a" else ".mp4", 1000))
-        for wish in ("code:2", "3"):
-            run = self.get("script:item", "--format", wish)
+        for wish, words in (("code:2", "the codes v+a, 7, a"), ("3", "the codes v+a, 7, a"), ("100p", "there are 320x180, 640x360"),
+                            ("best --language de", "no sound in \"de\"; there are fr, en")):
+            run = self.get("script:item", "--format", *wish.split())
             self.assertEqual(run.returncode, 1)
-            self.assertIn("the codes v+a, 7, a", run.stderr)
+            self.assertIn(words, run.stderr)
 
     def test_events_in_order(self):
         run = self.get("script:list", "scripted:err ERROR: [x] gone", "--items", "2-4", "--json")

@@ -52,7 +52,7 @@ page = output('man', '--warnings', '-l', SHARE / 'man/man1/reelhaul.1')
 shown = {name for line in re.findall(r'^ {7}(-.*)', page, re.M) for name in re.findall(r'(?:^|, )(-[\w-]+)', line)}
 assert shown == set.union(*commands.values()), shown ^ set.union(*commands.values())
 
-VALUES = {'get --format ': {'best', 'audio'}, 'info --cookies-from-browser f': {'firefox'}, 'tools use ': {'local', 'built-in'},
+VALUES = {'get --format w': {'worst'}, 'get --prefer vp': {'vp9'}, 'info --cookies-from-browser f': {'firefox'}, 'tools use ': {'local', 'built-in'},
           'tools ': {'update', 'use'}, 'get -o /us': {'usr'}, 'get --ap-mso com130': {'com130 - 01', 'com130 - 02'}}
 for shell, complete in shells():
     for path, options in commands.items():

@@ -60,6 +60,15 @@ class AnalysisTest(ServerTest):
         for page, file in (("thumbnails", "huge.jpg"), ("webp", "large.webp"), ("sizeless", "huge.jpg")):
             self.assertEqual(self.info(f"watch/{page}")["thumbnail"]["url"], f"{self.site.address}/media/{file}")
 
+    def test_the_best_format_is_the_tools_own(self):
+        for page, best in (("dubbed", "video640mp4+audio-de"), ("close-sounds", "video640webm+audio-opus"),
+                           ("no-partner", "video640mp4+audio-opus"), ("silent-best", "combined320-mp4"), ("mirrors", "mirror1")):
+            self.assertEqual(self.info(f"watch/{page}")["best"], best)
+        self.assertEqual([path.name for path in self.get(self.page("no-partner"))], ["No partner.mkv"])
+        formats = self.info("watch/dubbed", "--all-formats")
+        self.assertEqual(len([form for form in formats["formats"] if form["code"] == "combined320-mp4"]), 1)
+        self.assertEqual((len(formats["all_formats"]), formats["all_formats"][0]["code"]), (8, "video640mp4"))
+
     def test_who_it_is_and_what_else_the_page_says(self):
         item = self.info("watch/details")
         self.assertEqual([item[key] for key in ("extractor", "id", "webpage_url", "uploader", "upload_date", "description")],

@@ -121,6 +121,16 @@ WATCH = {
     "details": lambda s: item("Details", [s.combined()], uploader="A person", upload_date="20260131", description="Two\nlines",
                               chapters=[{"start_time": 0, "end_time": 2.5, "title": "Beginning"},
                                         {"start_time": 2.5, "end_time": 8, "title": "End"}]),
+    "dubbed": lambda s: item("Dubbed", [s.video("640", "mp4"), s.video("320", "mp4"), s.combined(language="de"), *(
+        {**s.audio("en"), "format_id": f"audio-{code}", "language": code, "language_preference": 10 if code == "de" else -1}
+        for code in ("ar", "en-US", "fr")), {**s.audio("fr"), "format_id": "audio-de", "language": "de", "language_preference": 10},
+        {**s.audio("fr"), "format_id": "audio-de-described", "language": "de", "language_preference": -10, "filesize": 10**6}]),
+    "close-sounds": lambda s: item("Close sounds", [s.video("640", "webm"), {**s.audio("en"), "filesize": 100000},
+                                                    {**s.opus(), "filesize": 90000}]),
+    "no-partner": lambda s: item("No partner", [s.video("640", "mp4"), s.video("320", "webm"), s.opus()]),
+    "silent-best": lambda s: item("The best is silent", [s.video("640", "mp4"), s.combined()]),
+    "mirrors": lambda s: item("Mirrors", [{**s.combined(), "format_id": f"mirror{i}", "format_note": None, "protocol": protocol}
+                                          for i, protocol in enumerate(("http", "https"))]),
     "empty-formats": lambda s: item("No formats at all", []),
     "big": lambda s: item("2,000 formats", [
         {**s.video("320", "mp4", f"video{i}"), "url": s.url(f"media/video320.mp4?copy={i}")} for i in range(1999)] + [s.audio("en")]),

@@ -1,0 +1,78 @@
+// The operations of an item that choose among all formats of the tool.
+
+#include "HVDownloadItem.h"
+#include "HVFormatChoice.h"
+
+#include <algorithm>
+
+namespace Halvorn {
+
+namespace {
+
+using Format = std::shared_ptr<IHVDownloadFormat>;
+using Formats = std::vector<Format>;
+
+/// All that there is to choose from, the best last; the list itself for an item that no analysis has filled.
+Formats Choices(IHVDownloadItem const& item) {
+    auto formats = item.AllFormats();
+    if (formats.empty())
+        for (int i = item.GetDownloadFormatCount() - 1; i >= 0; --i)
+            formats.push_back(item.GetDownloadFormatAtIndex(i));
+    return formats;
+}
+
+Format WithCode(Formats const& formats, std::string const& code) {
+    auto const found = std::find_if(formats.begin(), formats.end(),
+                                    [&code](Format const& format) { return format->FormatCode() == code; });
+    return found == formats.end() ? nullptr : *found;
+}
+
+bool IsSame(IHVDownloadFormat const& left, IHVDownloadFormat const& right) {
+    return left.FormatCode() == right.FormatCode() && left.Extension() == right.Extension() &&
+           left.GetFormatName() == right.GetFormatName();
+}
+
+} // namespace
+
+Formats IHVDownloadItem::AllFormats() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? Formats() : item->EveryFormat();
+}
+
+Format IHVDownloadItem::BestFormat(HVFormatWish const& wish) const {
+    return HVFormatChoice(Choices(*this), wish, IsLiveStream()).Best();
+}
+
+Format IHVDownloadItem::FormatWithCode(std::string const& code) const {
+    for (int i = 0; i < GetDownloadFormatCount(); ++i)
+        if (auto format = GetDownloadFormatAtIndex(i); format->FormatCode() == code)
+            return format;
+    auto const formats = AllFormats();
+    if (auto format = WithCode(formats, code))
+        return format;
+    // A code may hold a plus itself.
+    for (auto plus = code.find('+'); plus != std::string::npos; plus = code.find('+', plus + 1)) {
+        auto const picture = WithCode(formats, code.substr(0, plus));
+        auto const sound = WithCode(formats, code.substr(plus + 1));
+        if (picture != nullptr && sound != nullptr && picture->VideoOnly() && sound->AudioOnly())
+            return HVFormatChoice::Pair(picture, sound, IsLiveStream());
+    }
+    return nullptr;
+}
+
+void IHVDownloadItem::ChooseFormat(Format const& format) {
+    if (format == nullptr)
+        return;
+    for (int i = 0; i < GetDownloadFormatCount(); ++i)
+        if (IsSame(*GetDownloadFormatAtIndex(i), *format)) {
+            SetCurrentFormatIndex(i);
+            return;
+        }
+    if (auto* const item = dynamic_cast<HVDownloadItem*>(this))
+        item->AppendFormat(format);
+    else
+        AddDownloadFormat(format);
+    SetCurrentFormatIndex(GetDownloadFormatCount() - 1);
+}
+
+} // namespace Halvorn
