@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include <curl/curl.h>
 #include <dlfcn.h>
@@ -18,12 +19,22 @@ namespace {
 std::atomic<Fault> gKind = Fault::None;
 std::atomic<int> gLeft = 0;
 std::atomic<bool> gHappened = false;
+/// Looks at the system's processes are alike, and hundreds: the first ones stand for all.
+constexpr int kProcessLooks = 8;
+std::atomic<int> gProcessLooksLeft = kProcessLooks;
 
 bool Fails(Fault kind) {
     if (gKind != kind || gLeft.fetch_sub(1) != 1)
         return false;
     gHappened = true;
     return true;
+}
+
+bool OpenFails(char const* path) {
+    std::string_view const name(path);
+    bool const isLook = name.size() > 5 && name.substr(name.size() - 5) == "/stat";
+    bool const counts = !isLook || gProcessLooksLeft.fetch_sub(1) > 0;
+    return counts && Fails(Fault::Open);
 }
 
 int Refuse(int error) {
@@ -47,6 +58,7 @@ void FailNth(Fault kind, int nth) {
     gKind = Fault::None;
     gLeft = nth;
     gHappened = false;
+    gProcessLooksLeft = kProcessLooks;
     gKind = kind;
 }
 
@@ -65,7 +77,7 @@ int posix_spawn(pid_t* pid, char const* path, posix_spawn_file_actions_t const* 
 }
 
 int open(char const* path, int flags, ...) {
-    if (Fails(Fault::Open))
+    if (OpenFails(path))
         return Refuse(EMFILE);
     va_list list;
     va_start(list, flags);
@@ -76,7 +88,7 @@ int open(char const* path, int flags, ...) {
 }
 
 int openat(int folder, char const* path, int flags, ...) {
-    if (Fails(Fault::Open))
+    if (OpenFails(path))
         return Refuse(EMFILE);
     va_list list;
     va_start(list, flags);
