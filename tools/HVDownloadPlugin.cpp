@@ -2,6 +2,7 @@
 
 #include "IHVAppSettings.h"
 #include "IHVFileProvider.h"
+#include "IHVTask.h"
 
 namespace Halvorn {
 
@@ -48,6 +49,14 @@ bool HVDownloadPlugin::LocalPluginEnabled() const {
 
 void IHVDownloadPlugin::UseLocalPluginForThisProcess(bool local) {
     HVDownloadPlugin::SharedPlugin()->localPluginOff_ = !local;
+}
+
+void IHVDownloadPlugin::SuspendTools() {
+    IHVTask::SuspendAll(true);
+}
+
+void IHVDownloadPlugin::ResumeTools() {
+    IHVTask::SuspendAll(false);
 }
 
 void HVDownloadPlugin::SetLocalPluginInstallPath(std::string const& path) {

@@ -25,7 +25,7 @@ constexpr unsigned int kWatchMilliseconds = 100;
 
 unsigned int Passed(Clock::time_point since) {
     return static_cast<unsigned int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
+        std::chrono::duration_cast<std::chrono::milliseconds>(IHVTask::RunningTime() - since).count());
 }
 
 /// The system would cut such an argument short, and the tool would load another address.
@@ -41,11 +41,11 @@ struct HVToolRun::State {
     std::string output;
     std::string errors;
     std::size_t bytes = 0;
-    Clock::time_point lastOutput = Clock::now();
+    Clock::time_point lastOutput = IHVTask::RunningTime();
     HVToolResult::By endedBy = HVToolResult::By::Tool;
     std::weak_ptr<IHVToolChild> child; ///< weak, since the child's handlers hold the state
 
-    Clock::time_point const begin = Clock::now();
+    Clock::time_point const begin = IHVTask::RunningTime();
 
     /// Ends the child, unless it has ended. The first one who does so counts.
     void End(HVToolResult::By by) {
@@ -66,7 +66,7 @@ struct HVToolRun::State {
         std::size_t room = chunk.size();
         {
             std::lock_guard const lock(mutex);
-            lastOutput = Clock::now();
+            lastOutput = IHVTask::RunningTime();
             if (limit != 0)
                 room = std::min(room, limit - std::min(limit, bytes));
             bytes += chunk.size();

@@ -59,7 +59,15 @@ HVChildProcess::HVChildProcess(HVChildSetup setup) : setup_(std::move(setup)), b
 void HVChildProcess::Terminate() {
     terminating_ = true;
     SignalGroup(SIGTERM);
+    // A halted process hears of nothing but the kill, and would leave its files as they are.
+    SignalGroup(SIGCONT);
     notifier_.Wake();
+}
+
+void HVChildProcess::Suspend(bool suspend) {
+    // A child that was asked to end has to run for that.
+    if (!suspend || !terminating_)
+        SignalGroup(suspend ? SIGSTOP : SIGCONT);
 }
 
 void HVChildProcess::SignalGroup(int signal) {

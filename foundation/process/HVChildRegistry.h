@@ -26,6 +26,10 @@ public:
     int Start(HVChildSetup setup, std::shared_ptr<HVChildProcess>& child);
     /// A child is gone.
     void Remove(int pid);
+    /// Halts all children, and those that start from now on; or lets them go on.
+    void SuspendAll(bool suspend);
+    /// See IHVTask.
+    std::chrono::steady_clock::time_point RunningTime();
 
 private:
     HVChildRegistry() = default;
@@ -39,6 +43,9 @@ private:
     std::mutex mutex_;                 // guards the children
     std::condition_variable changed_;
     std::map<int, std::shared_ptr<HVChildProcess>> children_;
+    bool suspended_ = false; // this and what follows: guarded as well
+    std::chrono::steady_clock::time_point suspendedAt_;
+    std::chrono::steady_clock::duration suspendedFor_{0};
 };
 
 } // namespace Halvorn

@@ -76,6 +76,8 @@ void HVChildRegistry::Adopt(std::shared_ptr<HVChildProcess> const& child) {
     {
         std::lock_guard const lock(mutex_);
         children_[child->pid_] = child;
+        if (suspended_)
+            child->Suspend(true);
     }
     child->BeginDelivery();
 }
@@ -88,6 +90,23 @@ void HVChildRegistry::Remove(int pid) {
         children_.erase(place);
     }
     changed_.notify_all();
+}
+
+void HVChildRegistry::SuspendAll(bool suspend) {
+    std::lock_guard const lock(mutex_);
+    auto const now = std::chrono::steady_clock::now();
+    if (suspend && !suspended_)
+        suspendedAt_ = now;
+    else if (!suspend && suspended_)
+        suspendedFor_ += now - suspendedAt_;
+    suspended_ = suspend;
+    for (auto const& [pid, child] : children_)
+        child->Suspend(suspend);
+}
+
+std::chrono::steady_clock::time_point HVChildRegistry::RunningTime() {
+    std::lock_guard const lock(mutex_);
+    return (suspended_ ? suspendedAt_ : std::chrono::steady_clock::now()) - suspendedFor_;
 }
 
 void HVChildRegistry::EndAll() {

@@ -29,7 +29,7 @@ while read -r o p; do
   esac
 done
 [ -n "$g" ] || exit 0
-for i in $g; do kill -s TERM -- "-$i"; done
+for i in $g; do kill -s TERM -- "-$i"; kill -s CONT -- "-$i"; done
 sleep 2
 for i in $g; do kill -s KILL -- "-$i"; done)";
 

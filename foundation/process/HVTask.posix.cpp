@@ -113,6 +113,14 @@ std::shared_ptr<IHVTask> IHVTask::MallocTask() {
     return std::make_shared<HVTask>();
 }
 
+void IHVTask::SuspendAll(bool suspend) {
+    HVChildRegistry::Shared().SuspendAll(suspend);
+}
+
+std::chrono::steady_clock::time_point IHVTask::RunningTime() {
+    return HVChildRegistry::Shared().RunningTime();
+}
+
 std::shared_ptr<IHVTask> IHVTask::LaunchTask(std::string const& exe, std::vector<std::string> const& args) {
     auto task = MallocTask();
     return task->Launch(exe, args, true)->Succeed() ? task : nullptr;

@@ -10,6 +10,7 @@
 #include "IHVData.h"
 #include "IHVError.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,6 +35,10 @@ public:
     static std::shared_ptr<IHVTask> MallocTask();
     /// Starts the program at once with no handlers; empty when it could not be started.
     static std::shared_ptr<IHVTask> LaunchTask(std::string const& exe, std::vector<std::string> const& args);
+    /// Halts all running children with their groups, and each that starts from now on; or lets them go on.
+    static void SuspendAll(bool suspend);
+    /// A clock that stands still while all children are halted: for limits of their time.
+    static std::chrono::steady_clock::time_point RunningTime();
 
     /// Starts the child. `args` does not hold the program's name. The flag asks that the child have a group
     /// of its own; it has one in any case. Fails, with words for a user, for an empty name, a missing file, a

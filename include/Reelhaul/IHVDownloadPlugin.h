@@ -99,6 +99,16 @@ public:
     static ProgramVersion AskProgramVersion(std::string const& path, std::string const& argument,
                                             unsigned int milliseconds = 20'000);
 
+    ///@{
+    /// Halts all processes that the library runs, with everything that they have started, and each that it
+    /// starts from now on, until ResumeTools. For an application that is itself about to be halted, as by
+    /// Ctrl-Z in a terminal: its tools have no terminal, hear nothing of that, and would go on. A halted tool
+    /// can be stopped as usual, and its silence counts against no limit. Sites may meanwhile close their
+    /// connections; the tool then connects anew. Returns at once.
+    static void SuspendTools();
+    static void ResumeTools();
+    ///@}
+
     /// What the last update in this process came to. Call it from `done` or later.
     static UpdateOutcome LastUpdate();
     /// Asks a mirror for releases instead of the tool's own release host, in this process: `apiPrefix` stands

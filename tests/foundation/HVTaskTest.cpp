@@ -140,7 +140,7 @@ TEST(HVTask, TerminateEndsTheWholeGroup) {
              {"(sleep 60 & echo $!)", 400ms},     // one whose parent has ended
              // One that ignores the request and holds no pipe.
              {"(trap '' TERM; exec sleep 60 >/dev/null 2>&1) & echo $!; exec sleep 60", 3s},
-             {"echo $$; kill -STOP $$", 3s}}) {
+             {"echo $$; kill -STOP $$", 400ms}}) {
         ShellRun run;
         run.Start(script);
         pid_t const pid = run.PrintedPid();
@@ -151,6 +151,20 @@ TEST(HVTask, TerminateEndsTheWholeGroup) {
         EXPECT_LT(Clock::now() - begin, within) << script;
         EXPECT_TRUE(GoneWithin(pid, 100ms)) << script;
     }
+}
+
+TEST(HVTask, SuspendedChildrenWait) {
+    ShellRun running;
+    ShellRun late;
+    running.Start("echo 1; kill -STOP $$; echo end");
+    ASSERT_TRUE(Eventually([&] { return running.any.load(); }));
+    IHVTask::SuspendAll(true);
+    late.Start("exec sleep 0.1");
+    EXPECT_EQ(late.task->WaitExit(300), HVErrTimeout);
+    IHVTask::SuspendAll(false);
+    EXPECT_EQ(running.task->WaitExit(10'000), HVErrSuccess);
+    EXPECT_EQ(late.task->WaitExit(10'000), HVErrSuccess);
+    EXPECT_EQ(running.out, "1\nend\n");
 }
 
 TEST(HVTask, EndsThoughAStrangerHoldsThePipes) {

@@ -72,6 +72,16 @@ TEST(HVToolRun, TellsWhatItCameTo) {
     EXPECT_TRUE(told);
 }
 
+TEST(HVToolRun, MaySpendNoTimeWhileAllAreSuspended) {
+    IHVTask::SuspendAll(true);
+    auto run = std::async(std::launch::async, [] {
+        return Outcome("sleep 0.1; echo 1", Limits({400, 400, 0}));
+    });
+    EXPECT_EQ(run.wait_for(600ms), std::future_status::timeout);
+    IHVTask::SuspendAll(false);
+    EXPECT_EQ(run.get(), "tool|1|0|0|1\n|");
+}
+
 TEST(HVToolRun, IsEndedAtOnceByItsStop) {
     // The polls are half a second apart, the kill comes after a second and a half.
     struct Case {
