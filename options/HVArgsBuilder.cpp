@@ -95,7 +95,7 @@ Args HVArgsBuilder::BuildSearchItemsArgs(std::string const& url, bool useJson) c
         LogError("Download url is not empty.\n");
         return {};
     }
-    Args args;
+    Args args = BuildConfigurationArgs();
     AppendLiveAndRuntime(args, url);
     Append(args, {"--ffmpeg-location", GetMergeCommandExe(), "--yes-playlist", "--flat-playlist",
                   "--skip-download", "--sleep-interval", "10"});
@@ -121,13 +121,14 @@ void HVArgsBuilder::AppendParseArgs(Args& args, std::string const& url, bool use
 }
 
 Args HVArgsBuilder::BuildParsePlayItemArgs(std::string const& url, bool useJson) const {
-    Args args;
+    Args args = BuildConfigurationArgs();
     AppendParseArgs(args, url, useJson);
     return args;
 }
 
 Args HVArgsBuilder::BuildParseListItemArgs(std::string const& url, int index, bool useJson) const {
-    Args args = {"--playlist-items", EntryNumber(index)};
+    Args args = BuildConfigurationArgs();
+    Append(args, {"--playlist-items", EntryNumber(index)});
     AppendParseArgs(args, url, useJson);
     return args;
 }
@@ -136,7 +137,7 @@ Args HVArgsBuilder::BuildDownloadItemArgs(IHVDownloadItem const* item, std::stri
     if (!item)
         return {};
     std::string const& url = item->DownloadURL();
-    Args args;
+    Args args = BuildConfigurationArgs();
     AppendSubtitle(args, *item);
     AppendLiveAndRuntime(args, url);
     auto const format = item->GetCurrentDownloadFormat();
@@ -168,7 +169,7 @@ Args HVArgsBuilder::BuildDownloadLiveArgs(IHVDownloadItem const* item, std::stri
     if (!item || !item->IsLiveStream())
         return {};
     std::string const& url = item->DownloadURL();
-    Args args;
+    Args args = BuildConfigurationArgs();
     AppendLiveAndRuntime(args, url);
     Append(args, {"-o", output});
     if (url.empty()) {
@@ -180,7 +181,8 @@ Args HVArgsBuilder::BuildDownloadLiveArgs(IHVDownloadItem const* item, std::stri
 }
 
 Args HVArgsBuilder::BuildDownloadThumbArgs(std::string const& url, std::string const& output) const {
-    Args args = BuildOptionsArgs();
+    Args args = BuildConfigurationArgs();
+    Append(args, BuildOptionsArgs());
     Append(args, BuildGeneralOptions());
     AppendLiveAndRuntime(args, url);
     Append(args, BuildCookiesptions());

@@ -197,6 +197,11 @@ Args HVArgsBuilder::BuildGeneralOptions() const {
     return args;
 }
 
+Args HVArgsBuilder::BuildConfigurationArgs() const {
+    auto const general = options_ ? options_->GetGeneralOptions() : nullptr;
+    return general && general->GetIgnoreToolConfiguration() ? Args{"--ignore-config"} : Args();
+}
+
 Args HVArgsBuilder::BuildCookiesptions() const {
     auto const cookies = options_ ? options_->GetDownloadCookies() : nullptr;
     if (!cookies)

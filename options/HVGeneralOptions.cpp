@@ -20,6 +20,7 @@ HVGeneralOptions::HVGeneralOptions(std::shared_ptr<IHVGeneralOptions const> cons
     limitDownloadRate_ = source->GetLimitDownloadRate();
     keepFragments_ = source->GetKeepFragments();
     conCurrentFragments_ = source->GetConCurrentFragments();
+    ignoreToolConfiguration_ = source->GetIgnoreToolConfiguration();
 }
 
 void HVGeneralOptions::SetConCurrentFragments(int count) {
@@ -38,6 +39,16 @@ void HVGeneralOptions::SetRetryCount(int count) {
 
 std::shared_ptr<IHVGeneralOptions> HVGeneralOptions::Clone() const {
     return std::make_shared<HVGeneralOptions>(Borrowed<IHVGeneralOptions>(*this));
+}
+
+void IHVGeneralOptions::SetIgnoreToolConfiguration(bool ignore) {
+    if (auto* const concrete = dynamic_cast<HVGeneralOptions*>(this))
+        concrete->SetIgnoreToolConfiguration(ignore);
+}
+
+bool IHVGeneralOptions::GetIgnoreToolConfiguration() const {
+    auto const* const concrete = dynamic_cast<HVGeneralOptions const*>(this);
+    return concrete != nullptr && concrete->IgnoreToolConfiguration();
 }
 
 std::shared_ptr<IHVGeneralOptions> IHVGeneralOptions::MallocGeneralOptions() {

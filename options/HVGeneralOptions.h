@@ -31,6 +31,9 @@ public:
     void SetUsePartFile(bool use) override { usePartFile_ = use; }
     std::shared_ptr<IHVGeneralOptions> Clone() const override;
 
+    bool IgnoreToolConfiguration() const { return ignoreToolConfiguration_; }
+    void SetIgnoreToolConfiguration(bool ignore) { ignoreToolConfiguration_ = ignore; }
+
 private:
     bool usePartFile_ = true;
     int bufferSize_ = 0;
@@ -41,6 +44,7 @@ private:
     int limitDownloadRate_ = 0;
     bool keepFragments_ = false;
     int conCurrentFragments_ = 1;
+    bool ignoreToolConfiguration_ = false;
 };
 
 } // namespace Halvorn

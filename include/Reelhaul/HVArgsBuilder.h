@@ -104,6 +104,8 @@ public:
 
 private:
     IHVDownloadOptions& Bundle();
+    /// Begins every command.
+    std::vector<std::string> BuildConfigurationArgs() const;
     /// What the two analysis commands have in common.
     void AppendParseArgs(std::vector<std::string>& args, std::string const& url, bool useJson) const;
     /// Where a live stream begins, and the JS runtime.

@@ -67,6 +67,16 @@ public:
     /// A record of its own with the same values.
     virtual std::shared_ptr<IHVGeneralOptions> Clone() const = 0;
 
+    ///@{
+    /// Whether the tool passes over the configuration files of its own that the user may have written, in
+    /// analyses, downloads and thumbnails alike. False: they take part, and options in them such as
+    /// "--extract-audio", "--remux-video", "--download-archive" or "--print" can make every analysis or
+    /// download fail, with an error that does not tell why. A record of another implementation answers false
+    /// and stores nothing.
+    void SetIgnoreToolConfiguration(bool ignore);
+    bool GetIgnoreToolConfiguration() const;
+    ///@}
+
 protected:
     ~IHVGeneralOptions() = default;
 };

@@ -151,6 +151,27 @@ TEST_F(Commands, OfLiveStreamsAndThumbnails) {
     Check({{live(bare_, ItemOf("", true)), ""}}, {"3 Download url is not set."});
 }
 
+TEST_F(Commands, LeaveTheToolsConfigurationOutWhereAsked) {
+    auto const all = [](HVArgsBuilder const& builder) {
+        return std::vector{builder.BuildSearchItemsArgs("u", true),
+                           builder.BuildParsePlayItemArgs("u", true),
+                           builder.BuildParseListItemArgs("u", 0, false),
+                           builder.BuildDownloadItemArgs(ItemOf("u").get(), "/o"),
+                           builder.BuildDownloadItemArgs(EntryOf("p", "").get(), "/o"),
+                           builder.BuildDownloadLiveArgs(ItemOf("u", true).get(), "/o"),
+                           builder.BuildDownloadThumbArgs("u", "/o")};
+    };
+    auto const options = IHVDownloadOptions::MallocDownloadOptions();
+    auto const record = IHVGeneralOptions::MallocGeneralOptions();
+    options->SetGeneralOptions(record);
+    auto const before = all(HVArgsBuilder(options));
+    record->SetIgnoreToolConfiguration(true);
+    auto lists = all(HVArgsBuilder(options->Clone()));
+    for (Args& list : lists)
+        EXPECT_EQ(std::erase(list, "--ignore-config"), 1U);
+    EXPECT_EQ(lists, before);
+}
+
 /// Compares the groups of a bundle that holds this record, and those of a copy of the bundle, with what is
 /// expected; without a network record certificates aren't checked.
 template <typename Record>
