@@ -2,6 +2,10 @@
 /// \class Halvorn::IHVDownloadOptions
 /// The bundle of everything that a run of the tool can be told: five records, any of which may be absent.
 ///
+/// **Without network options, and without a bundle, the certificates of https sites are not checked**, just
+/// as with network options that don't ask for it: see IHVNetworkOptions. Each other record that is absent
+/// leaves its matters to the tool and to the user's own configuration of it.
+///
 /// Thread-safety: none; set the bundle up before it goes to a task or a controller, whose worker threads read
 /// it each time they build a command. Ownership: shared pointers; the bundle shares its records with whoever
 /// set them.
@@ -24,8 +28,8 @@ public:
     static std::shared_ptr<IHVDownloadOptions> MallocDownloadOptions();
 
     ///@{
-    /// One record, shared with the caller. An empty pointer makes it absent, which leaves its matters to the
-    /// tool; the getter answers an empty pointer for an absent one.
+    /// One record, shared with the caller. An empty pointer makes it absent; the getter answers an empty
+    /// pointer for an absent one.
     virtual void SetGeneralOptions(std::shared_ptr<IHVGeneralOptions> options) = 0;
     virtual std::shared_ptr<IHVGeneralOptions const> GetGeneralOptions() const = 0;
     virtual void SetNetworkOptions(std::shared_ptr<IHVNetworkOptions> options) = 0;
@@ -37,8 +41,8 @@ public:
     virtual std::shared_ptr<IHVDownloadCookies const> GetDownloadCookies() const = 0;
     virtual void SetDownloadCookies(std::shared_ptr<IHVDownloadCookies> cookies) = 0;
     ///@}
-    /// A bundle with copies of all records that are there. As with IHVNetworkOptions::Clone, the copy does
-    /// not check certificates until it is told to.
+    /// A bundle with copies of all records that are there. **The copy does not check certificates** until its
+    /// network options are told to, even where this one does: see IHVNetworkOptions::Clone.
     virtual std::shared_ptr<IHVDownloadOptions> Clone() const = 0;
 
 protected:

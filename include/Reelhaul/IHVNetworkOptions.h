@@ -2,6 +2,11 @@
 /// \class Halvorn::IHVNetworkOptions
 /// How the tool reaches the network.
 ///
+/// **The certificates of https sites are not checked** unless the record asks for it by SetCheckCertificates:
+/// anybody on the way can then pose as the site, read passwords and cookies, and change what is downloaded.
+/// That is so as well where there is no record, or no bundle. An application that logs in anywhere should ask
+/// for the check; the command `reelhaul` does so unless told otherwise.
+///
 /// Thread-safety: none; set the record up before it goes to a task or a controller, whose worker threads read
 /// it. Ownership: shared pointers.
 
@@ -49,8 +54,8 @@ public:
     virtual void SetSocketTimeout(int seconds) = 0;
     virtual int GetSocketTimeout() const = 0;
     ///@}
-    /// A record with the same values and a copy of the proxy, but for the certificates flag: that starts as
-    /// false and has to be set again.
+    /// A record with the same values and a copy of the proxy, **but for the certificates flag**: that starts
+    /// as false, whatever it is here, and has to be set again.
     virtual std::shared_ptr<IHVNetworkOptions> Clone() const = 0;
     ///@{
     /// Whether the certificates of https sites are checked. False in a new record.
