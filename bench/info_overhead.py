@@ -33,9 +33,9 @@ def main():
         for page in ("watch/two-languages", "watch/big", "direct/combined320.mp4"):
             url = f"{address}/{page}"
             ours = [os.path.join(build, "bin/reelhaul"), "info", "--json", url]
-            bare = [os.path.join(lib, "yt-dlp"), "--no-live-from-start", "--js-runtimes", "deno:" + os.path.join(lib, "deno"),
+            bare = [os.path.join(lib, "yt-dlp"), "--ignore-config", "--no-live-from-start", "--js-runtimes", "deno:" + os.path.join(lib, "deno"),
                     "--ffmpeg-location", os.path.join(lib, "ffmpeg"), "--yes-playlist", "--flat-playlist",
-                    "--skip-download", "--sleep-interval", "10", "-J", "--no-check-certificates", url]
+                    "--skip-download", "--sleep-interval", "10", "-J", url]
             with_folder = dict(environment, PATH=lib + ":" + environment["PATH"])
             timed(ours, environment), timed(bare, with_folder)
             first, second = [], []

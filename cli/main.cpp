@@ -3,6 +3,7 @@
 #include "HVCommandLine.h"
 #include "HVRequest.h"
 #include "HVSession.h"
+#include "HVStandardStreams.h"
 
 #include <exception>
 #include <string>
@@ -20,13 +21,14 @@ int Run(int count, char const* const* arguments) {
     if (status == HVExitDone)
         session.Console().OutText(text);
     else
-        session.Console().Error(text + " (see reelhaul --help)");
+        session.Console().Error(text);
     return session.FinalStatus(status);
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
+    Halvorn::FillStandardStreams();
     try {
         return Run(count, arguments);
     } catch (std::exception const& fault) {

@@ -1,10 +1,10 @@
 #include "HVFolder.h"
 
+#include "HVFileAccess.h"
 #include "HVNewFolder.h"
 
 #include <filesystem>
 #include <system_error>
-#include <unistd.h>
 
 namespace Halvorn {
 
@@ -30,7 +30,7 @@ std::string MakeFolder(std::string const& folder, HVFolderUse use) {
     fault = MakeNewFolder(folder, ModeFor(use));
     if (fault)
         return "can't make the folder " + folder + ": " + fault.message();
-    if (access(folder.c_str(), W_OK | X_OK) != 0)
+    if (!CanWriteInto(folder))
         return "can't write into the folder " + folder;
     return {};
 }

@@ -3,6 +3,7 @@
 #include "HVAnalysis.h"
 #include "HVChoice.h"
 #include "HVDownloads.h"
+#include "HVFailure.h"
 #include "HVFolder.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
@@ -31,8 +32,11 @@ private:
     void AnalyseNext();
     void ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item);
     void AnalysisDone(std::shared_ptr<IHVError const> const& error);
-    void TellLostEntries();
-    void Fail(std::string const& message);
+    void EntryFailed(IHVDownloadTask::FailedEntry const& entry);
+    /// What is to be said of a playlist besides. Returns whether it or one of its entries has failed.
+    bool TellOfEntries();
+    /// Of the address under way, or of an entry of its playlist.
+    void Fail(std::string const& text, IHVDownloadTask::FailedEntry const* entry = nullptr);
     std::string const& URL() const { return request_.urls[next_ - 1]; }
 
     HVSession& session_;
@@ -47,6 +51,7 @@ private:
     // Of the analysis under way.
     bool isPlayList_ = false;
     int itemCount_ = 0;
+    std::size_t failedEntries_ = 0;
     std::string title_;
 };
 
@@ -72,6 +77,7 @@ void GetCommand::AnalyseNext() {
         ++next_;
         isPlayList_ = false;
         itemCount_ = 0;
+        failedEntries_ = 0;
         title_.clear();
         display_.SetActivity("Analysing " + URL());
         analysis_ = std::make_shared<HVAnalysis>(
@@ -85,11 +91,12 @@ void GetCommand::AnalyseNext() {
                                      isPlayList_ = true;
                                      title_ = playList->GetTitle();
                                  },
+                                 [this](IHVDownloadTask::FailedEntry const& entry) { EntryFailed(entry); },
                                  [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); }});
         auto const error = analysis_->Start(URL(), request_);
         if (error->Succeed())
             return;
-        Fail(error->GetPlainMessage());
+        Fail(FailureText(*error, request_));
     }
     display_.SetActivity({});
     allAnalysed_ = true;
@@ -128,30 +135,42 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
                                                           {"title", title_},
                                                           {"items", itemCount_}}));
         if (isPlayList_)
-            TellLostEntries();
-    } else {
-        Fail(error->GetPlainMessage());
+            TellOfEntries();
+    } else if (!TellOfEntries()) { // of a playlist, the task's own error is that of the last entry
+        Fail(FailureText(*error, request_));
     }
     AnalyseNext();
 }
 
-void GetCommand::TellLostEntries() {
-    std::vector<int> lost;
-    for (int const entry : analysis_->FailedEntries())
-        if (entry == 0 || ranges_.Contains(entry))
-            lost.push_back(entry);
-    if (std::string const text = LostEntriesText(analysis_->EntryCount(), lost); !text.empty())
-        Fail(text);
-    int const count = analysis_->ListedCount() > 0 ? analysis_->ListedCount() : analysis_->EntryCount();
-    if (int const beyond = ranges_.FirstBeyond(count); beyond > 0)
-        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count));
+void GetCommand::EntryFailed(IHVDownloadTask::FailedEntry const& entry) {
+    if (session_.Ending() || (entry.level == 0 && !ranges_.Contains(entry.number)))
+        return;
+    ++failedEntries_;
+    Fail(FailureText(*entry.error, request_), &entry);
 }
 
-void GetCommand::Fail(std::string const& message) {
+bool GetCommand::TellOfEntries() {
+    if (std::string const text = FailedEntriesText(failedEntries_, analysis_->EntryCount()); !text.empty())
+        session_.Console().Note(URL() + ": " + text);
+    int const count = analysis_->ListedCount() > 0 ? analysis_->ListedCount() : analysis_->EntryCount();
+    int const beyond = count > 0 ? ranges_.FirstBeyond(count) : 0;
+    if (beyond > 0)
+        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count));
+    return failedEntries_ > 0 || beyond > 0;
+}
+
+void GetCommand::Fail(std::string const& text, IHVDownloadTask::FailedEntry const* entry) {
     failed_ = true;
-    if (request_.json)
-        session_.Console().Out(EventLine("failed", {{"url", URL()}, {"message", message}}));
-    session_.Console().Error(URL() + ": " + message);
+    std::string const message = session_.WithLoggedErrors(text);
+    if (request_.json) {
+        std::vector<HVJsonField> fields{{"url", URL()}, {"message", message}};
+        if (entry != nullptr) {
+            fields.emplace_back("item", entry->number);
+            fields.emplace_back("item_url", entry->url);
+        }
+        session_.Console().Out(EventLine("failed", fields));
+    }
+    session_.Console().Error(URL() + ": " + (entry != nullptr ? EntryName(*entry) + ": " : "") + message);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "HVAnalysis.h"
 #include "HVChoice.h"
+#include "HVFailure.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
 #include "HVProgressDisplay.h"
@@ -37,8 +38,11 @@ private:
     void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
     void Done(std::shared_ptr<IHVError const> const& error);
     std::string Beginning() const { return "Analysing " + request_.urls.front(); }
-    void Fail(std::string const& message) {
-        session_.Console().Error(request_.urls.front() + ": " + message);
+    void Tell(std::string const& failure) {
+        session_.Console().Error(request_.urls.front() + ": " + session_.WithLoggedErrors(failure));
+    }
+    void Fail(IHVError const& error) {
+        Tell(FailureText(error, request_));
         status_ = HVExitFailed;
     }
 
@@ -64,12 +68,16 @@ int InfoCommand::Run() {
             },
             [this](std::shared_ptr<IHVDownloadItem> item) { ShowItem(item); },
             [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
+            [this](IHVDownloadTask::FailedEntry const& entry) {
+                if (!session_.Ending())
+                    Tell(EntryName(entry) + ": " + FailureText(*entry.error, request_));
+            },
             [this](std::shared_ptr<IHVError const> error) { Done(error); },
             [this](std::shared_ptr<IHVPlayList const> playList, std::vector<HVListEntry> const& entries) {
                 ShowEntries(*playList, entries);
             }});
     if (auto const error = analysis_->Start(url, request_); !error->Succeed()) {
-        Fail(error->GetPlainMessage());
+        Fail(*error);
         return status_;
     }
     int const early = session_.Run(
@@ -118,7 +126,7 @@ void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {
     if (request_.listOnly)
         return;
     if (request_.json)
-        session_.Console().Out(PlayListDocument(*playList, request_.allFormats));
+        session_.Console().Out(PlayListDocument(*playList, analysis_->FailedEntries(), request_.allFormats));
     else if (headShown_ == nullptr) // from tables a playlist comes at its end
         ShowHead(*playList);
 }
@@ -129,11 +137,13 @@ void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
     display_.Refresh();
     if (session_.Ending())
         return;
-    if (!error->Succeed())
-        Fail(error->GetPlainMessage());
-    else if (std::string const lost = LostEntriesText(analysis_->EntryCount(), analysis_->FailedEntries());
-             !lost.empty())
-        session_.Console().Error(request_.urls.front() + ": " + lost);
+    std::size_t const failed = analysis_->FailedEntries().size();
+    if (!error->Succeed() && failed == 0)
+        Fail(*error);
+    else if (!error->Succeed()) // the task's own error is that of the last entry
+        status_ = HVExitFailed;
+    if (std::string const text = FailedEntriesText(failed, analysis_->EntryCount()); !text.empty())
+        session_.Console().Note(request_.urls.front() + ": " + text);
 }
 
 } // namespace

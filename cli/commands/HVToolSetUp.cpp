@@ -1,5 +1,6 @@
 #include "HVToolSetUp.h"
 
+#include "HVFileAccess.h"
 #include "HVRequest.h"
 
 #include <Reelhaul/IHVDownloadPlugin.h>
@@ -8,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <unistd.h>
 
 namespace Halvorn {
 
@@ -34,7 +34,7 @@ std::string ProgramFault(std::string const& path) {
     std::error_code ignored;
     if (path.empty() || !std::filesystem::exists(path, ignored))
         return "there is no file " + path;
-    if (std::filesystem::is_directory(path, ignored) || access(path.c_str(), X_OK) != 0)
+    if (std::filesystem::is_directory(path, ignored) || !CanRun(path))
         return path + " can't be run";
     return {};
 }

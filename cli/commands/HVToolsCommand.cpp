@@ -35,6 +35,8 @@ std::vector<Copy> AllCopies(HVRequest const& request) {
                              {"ffmpeg", "built-in", plugin->FfmpegPathFile(), !local},
                              {"ffmpeg", "local", folder + "/ffmpeg", local},
                              {"deno", "built-in", runtime, request.jsRuntime.empty() && !runtime.empty()}};
+    if (folder.empty()) // there is no home folder
+        std::erase_if(copies, [](Copy const& copy) { return copy.kind == "local"; });
     if (!request.jsRuntime.empty())
         copies.push_back({"deno", "named", request.jsRuntime, true});
     return copies;

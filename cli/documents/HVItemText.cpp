@@ -160,24 +160,6 @@ std::string EntryLine(HVListEntry const& entry) {
     return NumberedLine(entry.number, middle, entry.title.empty() ? entry.id : entry.title, entry.url);
 }
 
-std::string LostEntriesText(int count, std::vector<int> const& lost) {
-    if (lost.empty())
-        return {};
-    constexpr std::size_t kNamed = 20;
-    std::string text = std::to_string(lost.size()) + " of " + std::to_string(count) +
-                       (count == 1 ? " item" : " items") + " could not be loaded";
-    std::string numbers;
-    std::size_t named = 0;
-    for (std::size_t i = 0; i < lost.size() && named < kNamed; ++i) {
-        if (lost[i] == 0)
-            continue; // which one is not known
-        numbers.append(named++ == 0 ? "" : ", ").append(std::to_string(lost[i]));
-    }
-    if (numbers.empty())
-        return text;
-    return text + " (" + numbers + (lost.size() > named ? ", ...)" : ")");
-}
-
 std::string SizeText(std::uint64_t bytes) {
     if (bytes == 0)
         return {};

@@ -23,8 +23,6 @@ std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList);
 std::string EntryLine(IHVDownloadItem const& item);
 /// The same for one that is not loaded; "list" in place of the duration of a list.
 std::string EntryLine(HVListEntry const& entry);
-/// "2 of 10 items could not be loaded (items 3, 7)"; empty when none failed.
-std::string LostEntriesText(int count, std::vector<int> const& lost);
 /// "12.3 MiB"; empty for 0, which stands for unknown.
 std::string SizeText(std::uint64_t bytes);
 

@@ -168,6 +168,14 @@ void WriteLists(Document& writer, IHVPlayList const& playList) {
     writer.EndArray();
 }
 
+void WriteFailure(Document& writer, IHVDownloadTask::FailedEntry const& entry) {
+    writer.StartObject();
+    Field(writer, "number", entry.number);
+    Field(writer, "url", entry.url);
+    Field(writer, "message", entry.error->GetPlainMessage());
+    writer.EndObject();
+}
+
 /// The document, with those control characters written as escapes that JSON allows to stand as they are: a
 /// document may well be read on a terminal. They occur inside of texts only.
 std::string Finished(rapidjson::StringBuffer const& buffer) {
@@ -200,7 +208,8 @@ std::string ItemDocument(IHVDownloadItem const& item, bool allFormats) {
     return Finished(buffer);
 }
 
-std::string PlayListDocument(IHVPlayList const& playList, bool allFormats) {
+std::string PlayListDocument(IHVPlayList const& playList,
+                             std::vector<IHVDownloadTask::FailedEntry> const& failed, bool allFormats) {
     rapidjson::StringBuffer buffer;
     Document writer(buffer);
     writer.SetIndent(' ', 2);
@@ -215,6 +224,11 @@ std::string PlayListDocument(IHVPlayList const& playList, bool allFormats) {
     writer.StartArray();
     for (int i = 0; i < playList.GetDownloadItemCount(); ++i)
         WriteItem(writer, *playList.GetDownloadItem(i), allFormats);
+    writer.EndArray();
+    writer.Key("failed");
+    writer.StartArray();
+    for (auto const& entry : failed)
+        WriteFailure(writer, entry);
     writer.EndArray();
     WriteLists(writer, playList);
     writer.EndObject();

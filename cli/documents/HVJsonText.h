@@ -4,6 +4,7 @@
 
 #include <Reelhaul/HVListEntry.h>
 #include <Reelhaul/IHVDownloadItem.h>
+#include <Reelhaul/IHVDownloadTask.h>
 #include <Reelhaul/IHVPlayList.h>
 
 #include <string>
@@ -16,7 +17,8 @@ namespace Halvorn {
 /// The document of an item, with every format that the tool lists, if wanted; of an entry without an address
 /// of its own the address is empty.
 std::string ItemDocument(IHVDownloadItem const& item, bool allFormats);
-std::string PlayListDocument(IHVPlayList const& playList, bool allFormats);
+std::string PlayListDocument(IHVPlayList const& playList,
+                             std::vector<IHVDownloadTask::FailedEntry> const& failed, bool allFormats);
 /// One line for an entry of a list that is not loaded.
 std::string EntryDocument(HVListEntry const& entry);
 

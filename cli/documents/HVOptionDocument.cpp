@@ -41,8 +41,8 @@ int RunOptionTable(HVSession& session, HVRequest& /*request*/) {
     console.Out(
         "Made by `reelhaul option-table > docs/options.md`; a test compares the two. Every option takes");
     console.Out(
-        "its value as `--name VALUE` or `--name=VALUE`. `--check-certificates` takes an argument away from");
-    console.Out("the tool instead of giving one.");
+        "its value as `--name VALUE` or `--name=VALUE`. `--tool-config` takes an argument away from the");
+    console.Out("tool instead of giving one.");
     std::string_view group;
     for (HVOptionRow const& row : OptionTable()) {
         if (group != row.group) {

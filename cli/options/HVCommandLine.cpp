@@ -27,21 +27,68 @@ constexpr std::size_t kLongestFault = 300;
 constexpr char const* kExamples = R"(Examples:
   reelhaul info https://example.org/watch/1
   reelhaul get https://example.org/watch/1 -o ~/Videos
-  reelhaul get https://example.org/list/7 -o . --items 1,3-5 --format audio --jobs 2
-  reelhaul get https://example.org/watch/1 -o . --subtitle en.vtt --name "My title"
+  reelhaul get https://example.org/list/7 --items 1,3-5 --format audio --jobs 2
+  reelhaul get https://example.org/watch/1 --subtitle en.vtt --name "My title"
 
 Exit status: 0 all done, 1 something failed, 2 wrong usage, 130 interrupted.)";
+
+CLI::Option& AddFlag(CLI::App& app, char const* name, bool& wanted, char const* help) {
+    return *app.add_flag(name, wanted, help)->disable_flag_override();
+}
 
 /// For options whose empty value would read like none.
 std::string NotEmpty(std::string const& value) {
     return value.empty() ? "the value is empty" : "";
 }
 
-/// The parser calls a value of a flag by a name that means nothing to a user.
-std::string ParserFault(std::string fault) {
+/// For paths: "--output --quiet" is meant otherwise. "./--quiet" names such a folder.
+std::string PathLike(std::string const& value) {
+    if (value.starts_with('-'))
+        return "the value \"" + value + "\" begins with \"-\" like an option";
+    if (value.starts_with('='))
+        return "the value \"" + value + "\" begins with \"=\"; write -o DIR or --output=DIR";
+    return NotEmpty(value);
+}
+
+/// The command that the arguments reached, the innermost one.
+CLI::App const& Reached(CLI::App const& app) {
+    auto const inner = app.get_subcommands();
+    return inner.empty() ? app : Reached(*inner.front());
+}
+
+/// The first argument that looks like an option and is none.
+std::string UnknownOption(CLI::App const& app) {
+    for (std::string const& rest : app.remaining(true))
+        if (rest.starts_with('-'))
+            return "there is no option " + rest.substr(0, rest.find('='));
+    return {};
+}
+
+/// The parser takes "--output=" for "--output", and the next argument for its value.
+std::string EmptyValue(CLI::App const& command, int count, char const* const* arguments) {
+    for (int i = 1; i < count && std::string_view(arguments[i]) != "--"; ++i) {
+        std::string const argument = arguments[i];
+        if (!argument.starts_with("--") || argument.find('=') != argument.size() - 1)
+            continue;
+        std::string const name = argument.substr(0, argument.size() - 1);
+        auto const* const option = command.get_option_no_throw(name);
+        if (option != nullptr && option->get_items_expected_max() > 0)
+            return name + ": the value is empty";
+    }
+    return {};
+}
+
+/// What the parser complains about, where its own words mean little to a user.
+std::string ParserFault(CLI::ParseError const& event, CLI::App const& app) {
+    std::string const fault = event.what();
     constexpr std::string_view kOverride = " was given a disallowed flag override";
     if (fault.ends_with(kOverride))
         return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
+    auto const kind = static_cast<CLI::ExitCodes>(event.get_exit_code());
+    if (kind == CLI::ExitCodes::ArgumentMismatch)
+        return fault.substr(0, fault.find(':')) + ": the value is missing";
+    if (auto const rest = app.remaining(true); kind == CLI::ExitCodes::ExtrasError && !rest.empty())
+        return "\"" + rest.front() + "\" is one argument too many";
     return fault;
 }
 
@@ -76,10 +123,10 @@ void HVCommandLine::AddInfo() {
            "URL", [this](std::string const& url) { request_.urls = {url}; }, "The address")
         ->required()
         ->type_name("");
-    app.add_flag("--json", request_.json, "Print one JSON document instead of text");
-    app.add_flag("--text", request_.text, "Read the tool's printed tables instead of its JSON");
-    app.add_flag("--flat", request_.flat, "Print the entries of a list at once, without loading them");
-    app.add_flag("--all-formats", request_.allFormats, "Print every format that the tool lists as well");
+    AddFlag(app, "--json", request_.json, "Print one JSON document instead of text");
+    AddFlag(app, "--text", request_.text, "Read the tool's printed tables instead of its JSON");
+    AddFlag(app, "--flat", request_.flat, "Print the entries of a list at once, without loading them");
+    AddFlag(app, "--all-formats", request_.allFormats, "Print every format that the tool lists as well");
     AddItems(app);
     AddToolPaths(app);
     AddCold(app);
@@ -89,21 +136,21 @@ void HVCommandLine::AddInfo() {
 void HVCommandLine::AddGet() {
     CLI::App& app = Add("get", "Download what addresses hold", RunGet);
     app.add_option("URL", request_.urls, "The addresses")->required()->type_name("");
-    app.add_option("-o,--output", request_.folder, "Folder for the files, made where it is missing")
-        ->required()
+    app.add_option("-o,--output", request_.folder,
+                   "Folder for the files, made where it is missing; the current folder unless given")
         ->type_name("DIR")
-        ->check(NotEmpty, "");
+        ->check(PathLike, "");
     AddFormatChoice(app);
     AddItems(app);
-    app.add_flag("--flat", request_.flat, "Leave out lists inside a list, such as the tabs of a channel");
+    AddFlag(app, "--flat", request_.flat, "Leave out lists inside a list, such as the tabs of a channel");
     app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
     app.add_option("--name", request_.name, "Name of the file instead of the title")
         ->type_name("TEXT")
         ->check(NotEmpty, "");
-    app.add_flag("--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
-    app.add_flag("--json", request_.json, "Print one line of JSON for each event");
+    AddFlag(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
+    AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
     AddCold(app);
     AddRecords(app, true);
@@ -137,18 +184,18 @@ void HVCommandLine::AddFormatChoice(CLI::App& app) {
 void HVCommandLine::AddToolPaths(CLI::App& app) {
     app.add_option("--tool", request_.toolFolder, "Folder with the copies of yt-dlp and ffmpeg to use")
         ->type_name("DIR")
-        ->check(NotEmpty, "")
+        ->check(PathLike, "")
         ->group("Tools");
     app.add_option("--js-runtime", request_.jsRuntime, "JS runtime (deno) for the tool; none for none")
         ->type_name("PATH")
-        ->check(NotEmpty, "")
+        ->check(PathLike, "")
         ->group("Tools");
 }
 
 void HVCommandLine::AddCold(CLI::App& app) {
-    app.add_flag("--cold", request_.cold,
-                 "Start the tool anew for each of its runs, as is done for one alone")
-        ->group("Tools");
+    AddFlag(app, "--cold", request_.cold,
+            "Start the tool anew for each of its runs, as is done for one alone")
+        .group("Tools");
 }
 
 void HVCommandLine::AddRecords(CLI::App& app, bool downloads) {
@@ -181,7 +228,7 @@ void HVCommandLine::AddLesser() {
     cookies.add_option("-o,--output", request_.folder, "Folder for the file")
         ->required()
         ->type_name("DIR")
-        ->check(NotEmpty, "");
+        ->check(PathLike, "");
     AddToolPaths(cookies);
 
     CLI::App& tools = Add("tools", "Show the copies of the tools, and which are in force", RunTools);
@@ -191,7 +238,7 @@ void HVCommandLine::AddLesser() {
     CLI::App& update = *tools.add_subcommand("update", "Bring the local copies up to date");
     update.add_option("--tool", request_.toolFolder, "Folder of the local copies")
         ->type_name("DIR")
-        ->check(NotEmpty, "");
+        ->check(PathLike, "");
     CLI::App& use = *tools.add_subcommand("use", "Choose the copies that serve from now on");
     use.add_option("COPIES", request_.copies, "local or built-in")->required()->type_name("");
     // A callback of the inner command runs before the outer one's and would be overruled by it.
@@ -219,10 +266,22 @@ bool HVCommandLine::Quiet() const {
 }
 
 std::string HVCommandLine::Parse(int count, char const* const* arguments, int& status) {
+    std::string fault = Read(count, arguments, status);
+    if (fault.empty() || status == HVExitDone)
+        return fault;
+    std::string help = "reelhaul";
+    for (auto command = app_->get_subcommands(); !command.empty();
+         command = command.front()->get_subcommands())
+        help += " " + command.front()->get_name();
+    return CutToWidth(fault, kLongestFault) + " (see " + help + " --help)";
+}
+
+std::string HVCommandLine::Read(int count, char const* const* arguments, int& status) {
     try {
         app_->parse(count, arguments);
         status = HVExitUsage;
-        return Complete();
+        std::string fault = EmptyValue(Reached(*app_), count, arguments);
+        return fault.empty() ? Complete() : fault;
     } catch (CLI::ParseError const& event) {
         status = event.get_exit_code() == 0 ? HVExitDone : HVExitUsage;
         if (event.get_name() == "CallForVersion")
@@ -231,7 +290,11 @@ std::string HVCommandLine::Parse(int count, char const* const* arguments, int& s
             return app_->help();
         if (count > 1 && arguments[1][0] != '-' && app_->get_subcommands().empty())
             return "there is no command \"" + std::string(arguments[1]) + "\"";
-        return CutToWidth(ParserFault(event.what()), kLongestFault);
+        // More to the point than what the parser missed because of them.
+        for (std::string fault : {UnknownOption(*app_), EmptyValue(Reached(*app_), count, arguments)})
+            if (!fault.empty())
+                return fault;
+        return ParserFault(event, *app_);
     }
 }
 

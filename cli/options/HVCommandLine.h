@@ -39,6 +39,8 @@ public:
     std::string Footer() const;
 
 private:
+    /// Parse without the hint at the help.
+    std::string Read(int count, char const* const* arguments, int& status);
     using Command = int (*)(HVSession&, HVRequest&);
 
     CLI::App& Add(char const* name, char const* help, Command command);

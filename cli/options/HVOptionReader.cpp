@@ -1,6 +1,7 @@
 #include "HVOptionReader.h"
 
 #include "HVChoice.h"
+#include "HVFileAccess.h"
 #include "HVOptionRecords.h"
 #include "HVOptionTable.h"
 #include "HVProxyText.h"
@@ -15,7 +16,6 @@
 #include <limits>
 #include <string_view>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -130,7 +130,7 @@ std::string AskForPasswords(HVGivenOptions& given) {
          {std::pair{"--username", "--password"}, std::pair{"--ap-username", "--ap-password"}}) {
         if (!given.contains(account) || given.contains(password))
             continue;
-        if (!IsTerminal(STDIN_FILENO))
+        if (!IsTerminal(HVStream::Input))
             return std::string(account) + " needs " + password + "; \"" + password +
                    " -\" reads it from standard input";
         given[password] = "-";
@@ -199,7 +199,7 @@ std::string PathFault(std::string const& name, std::string const& path) {
         return front + "does not exist";
     if (fault)
         return front + "can't be reached: " + fault.message();
-    if (access(path.c_str(), R_OK) != 0)
+    if (!CanRead(path))
         return front + "can't be read";
     return {};
 }

@@ -15,8 +15,7 @@ namespace Halvorn {
 using HVGivenOptions = std::map<std::string, std::string, std::less<>>;
 
 /// Checks everything that can be known before the tool runs, and asks for passwords where "-" was given or an
-/// account has none. Returns the fault, which names the option; empty when all is well. `bundle` stays empty
-/// when nothing was given.
+/// account has none. Returns the fault, which names the option; empty when all is well.
 std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions>& bundle);
 
 /// The browser that the tool knows by this name. Returns the fault, which lists the names; empty when all is

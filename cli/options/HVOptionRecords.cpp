@@ -13,12 +13,9 @@ Record& Made(std::shared_ptr<Record>& record, std::shared_ptr<Record> (*make)())
 
 } // namespace
 
-IHVGeneralOptions& HVOptionRecords::General() {
-    return Made<IHVGeneralOptions>(general_, IHVGeneralOptions::MallocGeneralOptions);
-}
-
-IHVNetworkOptions& HVOptionRecords::Network() {
-    return Made<IHVNetworkOptions>(network_, IHVNetworkOptions::MallocNetworkOptions);
+HVOptionRecords::HVOptionRecords() {
+    general_->SetIgnoreToolConfiguration(true);
+    network_->SetCheckCertificates(true);
 }
 
 IHVGeoRestrictionOptions& HVOptionRecords::Geo() {
@@ -45,8 +42,6 @@ IHVCertificateAuthentication& HVOptionRecords::Certificate() {
 
 std::shared_ptr<IHVDownloadOptions> HVOptionRecords::Bundle() const {
     bool const authentication = login_ || netrc_ || provider_ || certificate_ || !videoPassword_.empty();
-    if (!general_ && !network_ && !geo_ && !cookies_ && !authentication)
-        return {};
     auto bundle = IHVDownloadOptions::MallocDownloadOptions();
     bundle->SetGeneralOptions(general_);
     bundle->SetNetworkOptions(network_);

@@ -1,5 +1,6 @@
 #pragma once
-// The library's option records, made as options ask for them: what nobody asks for stays absent.
+// The library's option records, made as options ask for them: what nobody asks for stays absent. Where no
+// option says otherwise, certificates are checked and the user's configuration of the tool takes no part.
 
 #include <Reelhaul/IHVAdobePassAuthentication.h>
 #include <Reelhaul/IHVAuthenticationOptions.h>
@@ -19,8 +20,10 @@ namespace Halvorn {
 
 class HVOptionRecords {
 public:
-    IHVGeneralOptions& General();
-    IHVNetworkOptions& Network();
+    HVOptionRecords();
+
+    IHVGeneralOptions& General() { return *general_; }
+    IHVNetworkOptions& Network() { return *network_; }
     IHVGeoRestrictionOptions& Geo();
     IHVGeneralAuthentication& Login();
     IHVNetrcAuthentication& Netrc();
@@ -29,12 +32,12 @@ public:
     void SetVideoPassword(std::string const& password) { videoPassword_ = password; }
     void SetCookies(std::shared_ptr<IHVDownloadCookies> cookies) { cookies_ = std::move(cookies); }
 
-    /// All records in a bundle; empty when there is none.
+    /// All records in a bundle. Never empty.
     std::shared_ptr<IHVDownloadOptions> Bundle() const;
 
 private:
-    std::shared_ptr<IHVGeneralOptions> general_;
-    std::shared_ptr<IHVNetworkOptions> network_;
+    std::shared_ptr<IHVGeneralOptions> general_ = IHVGeneralOptions::MallocGeneralOptions();
+    std::shared_ptr<IHVNetworkOptions> network_ = IHVNetworkOptions::MallocNetworkOptions();
     std::shared_ptr<IHVGeoRestrictionOptions> geo_;
     std::shared_ptr<IHVGeneralAuthentication> login_;
     std::shared_ptr<IHVNetrcAuthentication> netrc_;

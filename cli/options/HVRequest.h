@@ -14,7 +14,7 @@ enum HVExitStatus { HVExitDone = 0, HVExitFailed = 1, HVExitUsage = 2, HVExitInt
 
 struct HVRequest {
     std::vector<std::string> urls;
-    std::string folder;          ///< where files go
+    std::string folder = ".";    ///< where files go
     std::string format = "best"; ///< see ChooseFormat
     std::string language;        ///< of the sound; empty for the original's
     std::string prefer;          ///< container or codec that goes before others
@@ -35,7 +35,7 @@ struct HVRequest {
     bool flat = false;                           ///< lists inside a list are not gone into
     bool allFormats = false;                     ///< every format of the tool as well
     bool listOnly = false;                       ///< no entry of a list is loaded
-    std::shared_ptr<IHVDownloadOptions> options; ///< empty when none was given
+    std::shared_ptr<IHVDownloadOptions> options; ///< of "info" and "get"
 };
 
 } // namespace Halvorn

@@ -8,25 +8,50 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <unistd.h>
 #include <utility>
 
 namespace Halvorn {
 
+namespace {
+
+/// A list of a thousand items prints them faster than a terminal can draw.
+constexpr std::chrono::milliseconds kRedrawPause{100};
+
+std::string FaultLine(std::string_view text) {
+    return "reelhaul: " + PlainLine(text);
+}
+
+std::string LogLines(std::string_view text) {
+    std::string lines = FaultLine(text.substr(0, text.find('\n')));
+    for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        text.remove_prefix(end + 1);
+        lines += "\n" + FaultLine(text.substr(0, text.find('\n')));
+    }
+    return lines;
+}
+
+/// One write for one line, so that a line of another thread does not stand inside it.
+void WriteErrorLine(std::string line) {
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+} // namespace
+
 HVConsole::HVConsole(bool quiet)
-    : quiet_(quiet), live_(!quiet && IsLiveTerminal(STDERR_FILENO)),
-      outIsTerminal_(IsTerminal(STDOUT_FILENO)) {}
+    : quiet_(quiet), live_(!quiet && IsLiveTerminal(HVStream::Error)),
+      outIsTerminal_(IsTerminal(HVStream::Output)) {}
 
 HVConsole::~HVConsole() {
     EraseLive();
 }
 
 std::size_t HVConsole::Columns() const {
-    return std::max<std::size_t>(TerminalSize(STDERR_FILENO).columns, 20) - 1;
+    return std::max<std::size_t>(TerminalSize(HVStream::Error).columns, 2) - 1;
 }
 
 std::size_t HVConsole::Rows() const {
-    return std::max<std::size_t>(TerminalSize(STDERR_FILENO).rows, 4) - 2;
+    return std::max<std::size_t>(TerminalSize(HVStream::Error).rows, 4) - 2;
 }
 
 void HVConsole::Out(std::string_view line) {
@@ -38,7 +63,7 @@ void HVConsole::Out(std::string_view line) {
     errno = 0;
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
         outputError_ = errno != 0 ? errno : EIO;
-    DrawLive();
+    DrawLiveAgain();
 }
 
 void HVConsole::OutText(std::string_view text) {
@@ -50,7 +75,15 @@ void HVConsole::OutText(std::string_view text) {
 }
 
 void HVConsole::Error(std::string_view text) {
-    ErrorLine("reelhaul: " + PlainLine(text));
+    ErrorLine(FaultLine(text));
+}
+
+void HVConsole::Log(std::string_view text) {
+    ErrorLine(LogLines(text));
+}
+
+void HVConsole::LogFromAnyThread(std::string_view text) {
+    WriteErrorLine(LogLines(text));
 }
 
 void HVConsole::Always(std::string_view text) {
@@ -63,7 +96,7 @@ void HVConsole::Note(std::string_view text) {
 }
 
 void HVConsole::ShowLive(std::vector<std::string> lines) {
-    if (!live_ || lines == liveLines_)
+    if (!live_ || (lines == liveLines_ && (drawn_ > 0 || lines.empty())))
         return;
     EraseLive();
     liveLines_ = std::move(lines);
@@ -80,18 +113,16 @@ std::string HVConsole::OutputFault() const {
 
 void HVConsole::ErrorLine(std::string const& line) {
     EraseLive();
-    // One write for one line, so that a log line of another thread does not stand inside it.
-    std::string const text = line + "\n";
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    DrawLive();
+    WriteErrorLine(line);
+    DrawLiveAgain();
 }
 
 void HVConsole::EraseLive() {
-    if (drawn_ == 0)
+    std::size_t const lines = drawn_.exchange(0);
+    if (lines == 0)
         return;
-    std::string const text = "\r\x1b[" + std::to_string(drawn_) + "A\x1b[J";
+    std::string const text = "\r\x1b[" + std::to_string(lines) + "A\x1b[J";
     std::fwrite(text.data(), 1, text.size(), stderr);
-    drawn_ = 0;
 }
 
 void HVConsole::DrawLive() {
@@ -102,6 +133,12 @@ void HVConsole::DrawLive() {
         text += CutToWidth(line, Columns()) + "\n";
     std::fwrite(text.data(), 1, text.size(), stderr);
     drawn_ = liveLines_.size();
+    drawnAt_ = std::chrono::steady_clock::now();
+}
+
+void HVConsole::DrawLiveAgain() {
+    if (std::chrono::steady_clock::now() - drawnAt_ >= kRedrawPause)
+        DrawLive();
 }
 
 } // namespace Halvorn

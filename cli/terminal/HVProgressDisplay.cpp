@@ -12,7 +12,13 @@ namespace Halvorn {
 
 namespace {
 
-constexpr int kBarCells = 20;
+// Columns of a live line.
+constexpr std::size_t kMostCells = 20;
+constexpr std::size_t kFewestCells = 4;
+constexpr std::size_t kShortestName = 12;
+constexpr std::size_t kPercentRoom = 6;
+constexpr std::size_t kTextRoom = 29; ///< speed and remaining time
+constexpr std::size_t kGap = 2;
 constexpr float kAll = 100;
 
 std::string Percent(float percent) {
@@ -21,12 +27,9 @@ std::string Percent(float percent) {
     return text.data();
 }
 
-std::string Bar(float percent) {
-    int const full = static_cast<int>(percent / kAll * static_cast<float>(kBarCells));
-    std::string bar = "[";
-    for (int i = 0; i < kBarCells; ++i)
-        bar += i < full ? '#' : '-';
-    return bar + "]";
+std::string Bar(float percent, std::size_t cells) {
+    auto const full = static_cast<std::size_t>(percent / kAll * static_cast<float>(cells));
+    return "[" + std::string(full, '#') + std::string(cells - full, '-') + "] ";
 }
 
 } // namespace
@@ -85,12 +88,23 @@ void HVProgressDisplay::Refresh() {
 std::string HVProgressDisplay::Line(Download const& download) const {
     // At the end the tool merges and says nothing: its last words on the time would be untrue.
     std::string const text = download.percent >= kAll ? "finishing" : download.text;
-    std::string const rest = "  " + Bar(download.percent) + " " + Percent(download.percent) + "  " + text;
     std::size_t const columns = console_.Columns();
-    constexpr std::size_t kShortestName = 12;
-    constexpr std::size_t kRestRoom = 62;
-    std::size_t const name = columns > kRestRoom + kShortestName ? columns - kRestRoom : kShortestName;
-    return FitToWidth(download.name, name) + rest;
+    // As a terminal gets narrower, first the bar shrinks and goes, then the text, and the name; never the
+    // percentage.
+    std::string bar;
+    if (constexpr std::size_t kRest = kShortestName + kGap + 3 + kPercentRoom + kGap + kTextRoom;
+        columns >= kRest + kFewestCells)
+        bar = Bar(download.percent, std::min(columns - kRest, kMostCells));
+    std::size_t name = kShortestName;
+    if (std::size_t const rest = kGap + bar.size() + kPercentRoom + kGap + kTextRoom; columns > rest + name)
+        name = columns - rest;
+    else if (columns < kShortestName + kGap + kPercentRoom)
+        name = columns > kGap + kPercentRoom ? columns - kGap - kPercentRoom : 0;
+    std::string line = FitToWidth(download.name, name) + "  " + bar + Percent(download.percent);
+    constexpr std::size_t kShortestText = 4;
+    if (std::size_t const used = DisplayWidth(line) + kGap; columns >= used + kShortestText)
+        line += "  " + CutToWidth(text, columns - used);
+    return line;
 }
 
 } // namespace Halvorn

@@ -59,15 +59,17 @@ class CertificateTest(ServerTest):
         certificate, key = self.certificate("site")
         both = self.write("both.pem", certificate.read_text() + key.read_text())
         site = self.start(SITE / "site.py", "--tls", both)
-        self.fails("CERTIFICATE_VERIFY_FAILED", "info", "--check-certificates", self.page("combined", site))
+        self.fails("CERTIFICATE_VERIFY_FAILED", "info", "--username", "me", "--password", "-", self.page("combined", site),
+                   stdin="secret")
         self.assertEqual(site.lines(), [])
-        self.succeeds("info", "--check-certificates", self.page("combined", site), SSL_CERT_FILE=certificate)
-        self.assertEqual(len(self.get(self.page("combined", site), "--format", "combined320-mp4")), 1)
+        self.succeeds("info", self.page("combined", site), SSL_CERT_FILE=certificate)
+        self.assertEqual(len(self.get(self.page("combined", site), "--no-check-certificates", "--format",
+                                      "combined320-mp4")), 1)
 
         mine, my_key = self.certificate("client", "-passout", "pass:s3cr3t")
         site = self.start(SITE / "site.py", "--tls", both, "--clients", mine)
-        given = ["--client-certificate", mine, "--client-certificate-key", my_key]
-        self.fails("", "info", self.page("combined", site))
+        given = ["--no-check-certificates", "--client-certificate", mine, "--client-certificate-key", my_key]
+        self.fails("", "info", "--no-check-certificates", self.page("combined", site))
         run = self.fails("", "info", *given, "--client-certificate-password", "wr0ng", self.page("combined", site))
         self.assertNotIn("wr0ng", run.stdout + run.stderr)
         self.assertEqual(site.lines(), [])

@@ -81,7 +81,7 @@ class ValuesTest(FakeTool, ServerTest):
                                  *self.beside(name), f"{name}={sample}" if sample else name)
                 started = self.started()
                 for argument in re.findall("`(.*?)`", arguments):
-                    if name == "--check-certificates":
+                    if name == "--tool-config":
                         self.assertNotIn(argument, started)
                     elif sample:  # of a provider's id without the blanks, which the tool does not know; a rate in bytes
                         wanted = {"ID": "com130-02", "RATE": "2097152"}.get(value, sample)
@@ -119,6 +119,17 @@ class ValuesTest(FakeTool, ServerTest):
                 self.assertNotIn("s3cr3t", run.stdout + run.stderr)
                 if run.returncode == 1:
                     self.assertRegex(run.stderr, "Starting .*yt-dlp .*\\*\\*\\*")
+
+
+class ConfigurationTest(ServerTest):
+    def test_the_users_files_take_part_only_when_asked(self):
+        for line in ("--extract-audio", "--print title"):
+            self.write("home/yt-dlp/config", line)
+            arguments = ("get", "--quiet", self.page("combined"), "--format", "combined320-mp4")
+            with self.subTest(line):
+                self.succeeds(*arguments, XDG_CONFIG_HOME=self.folder / "home")
+                self.fails("your configuration files of the tool may be the cause", *arguments, "--tool-config",
+                           XDG_CONFIG_HOME=self.folder / "home")
 
 
 class WordsTest(FakeTool, CommandTest):

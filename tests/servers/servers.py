@@ -58,23 +58,26 @@ class CommandTest(unittest.TestCase):
 
     def processes(self):
         """Command lines of the processes that have been started in the folder's name and are left."""
-        found = []
+        return list(self.numbered_processes().values())
+
+    def numbered_processes(self):
+        found = {}
         for process in Path("/proc").glob("[0-9]*"):
             try:
                 if f"TMPDIR={self.temporary}".encode() in (process / "environ").read_bytes():
-                    found.append((process / "cmdline").read_bytes().replace(b"\0", b" ").decode())
+                    found[process.name] = (process / "cmdline").read_bytes().replace(b"\0", b" ").decode()
             except OSError:
                 pass  # it has ended
         return found
 
-    def assert_no_process_left(self):
+    def wait_until(self, condition):
         until = time.monotonic() + 10
-        while (left := self.processes()) and time.monotonic() < until:
+        while not condition() and time.monotonic() < until:
             time.sleep(0.02)
-        self.assertEqual(left, [])
+        self.assertTrue(condition())
 
     def assert_nothing_left(self):
-        self.assert_no_process_left()
+        self.wait_until(lambda: not self.processes())
         self.assertEqual(list(self.temporary.iterdir()), [])
 
     def environment_of_command(self, **environment):
@@ -83,8 +86,10 @@ class CommandTest(unittest.TestCase):
                 **{name: str(value) for name, value in environment.items()}}
 
     def run_command(self, *arguments, stdin="", **environment):
+        """In the folder "here", which it may fill."""
+        (self.folder / "here").mkdir(exist_ok=True)
         return subprocess.run([COMMAND, *map(str, arguments)], text=True, input=stdin, capture_output=True, timeout=120,
-                              env=self.environment_of_command(**environment))
+                              cwd=self.folder / "here", env=self.environment_of_command(**environment))
 
     def write(self, name, text, mode=0o600):
         path = self.folder / name

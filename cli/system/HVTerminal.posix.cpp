@@ -71,24 +71,24 @@ std::optional<std::string> ReadLine() {
 
 } // namespace
 
-bool IsTerminal(int descriptor) {
-    return isatty(descriptor) == 1;
+bool IsTerminal(HVStream stream) {
+    return isatty(static_cast<int>(stream)) == 1;
 }
 
-bool IsLiveTerminal(int descriptor) {
+bool IsLiveTerminal(HVStream stream) {
     char const* const kind = std::getenv("TERM");
-    return IsTerminal(descriptor) && kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0;
+    return IsTerminal(stream) && kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0;
 }
 
-HVTerminalSize TerminalSize(int descriptor) {
+HVTerminalSize TerminalSize(HVStream stream) {
     winsize size{};
-    if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0)
+    if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0)
         return {80, 24};
     return {size.ws_col, size.ws_row};
 }
 
 std::optional<std::string> ReadSecret(std::string const& prompt) {
-    if (!IsTerminal(STDIN_FILENO))
+    if (!IsTerminal(HVStream::Input))
         return ReadLine();
     std::optional<std::string> line;
     {

@@ -11,16 +11,17 @@ namespace Halvorn {
 
 namespace {
 
-constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGTSTP};
 constexpr char kQuit = 'q';
 constexpr char kInterrupt = 'i';
+constexpr char kSuspend = 's';
 
 // What the handler reaches: a pipe's two ends, open as long as the process runs so that a late signal can
 // never write into a file that took the number.
 std::array<int, 2> gPipe{-1, -1};
 
 void Tell(char what) {
-    // Errno belongs to whatever the signal interrupted.
+    // The interrupted code still needs its errno.
     int const before = errno;
     [[maybe_unused]] auto const written = write(gPipe[1], &what, 1);
     errno = before;
@@ -28,7 +29,20 @@ void Tell(char what) {
 
 extern "C" void HVInterruptHandler(int signal) {
     if (signal != SIGPIPE)
-        Tell(kInterrupt);
+        Tell(signal == SIGTSTP ? kSuspend : kInterrupt);
+}
+
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+bool IsHandled(int signal) {
+    struct sigaction now {};
+    return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == HVInterruptHandler;
 }
 
 bool OpenPipe() {
@@ -45,19 +59,15 @@ bool OpenPipe() {
 
 } // namespace
 
-HVInterrupt::HVInterrupt(std::function<void()> function) : function_(std::move(function)) {
+HVInterrupt::HVInterrupt(Functions functions) : functions_(std::move(functions)) {
     if (!OpenPipe())
         return;
-    struct sigaction action {};
-    action.sa_handler = HVInterruptHandler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
     for (int const signal : kSignals) {
         struct sigaction before {};
         sigaction(signal, nullptr, &before);
-        // Whoever started us with a signal ignored (nohup, a shell's background) wants it ignored.
+        // A signal that our parent has ignored (nohup, a shell's background) stays ignored.
         if (before.sa_handler != SIG_IGN)
-            sigaction(signal, &action, nullptr);
+            Handle(signal, HVInterruptHandler);
     }
     watcher_ = std::thread([this] { Watch(); });
 }
@@ -67,6 +77,8 @@ HVInterrupt::~HVInterrupt() {
         return;
     Tell(kQuit);
     watcher_.join();
+    if (IsHandled(SIGTSTP))
+        Handle(SIGTSTP, SIG_DFL);
 }
 
 void HVInterrupt::Watch() const {
@@ -77,8 +89,21 @@ void HVInterrupt::Watch() const {
             continue;
         if (count != 1 || what == kQuit)
             return;
-        function_();
+        if (what == kSuspend)
+            Suspend();
+        else
+            functions_.interrupted();
     }
+}
+
+void HVInterrupt::Suspend() const {
+    functions_.suspending();
+    Handle(SIGTSTP, SIG_DFL);
+    // Sent to this thread, the signal stops the whole process before the call returns; sent to the process,
+    // this thread could run on for a moment.
+    std::raise(SIGTSTP);
+    Handle(SIGTSTP, HVInterruptHandler);
+    functions_.resumed();
 }
 
 } // namespace Halvorn

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Halvorn {
 
@@ -36,15 +37,20 @@ public:
     /// Runs `work` on a thread of its own while the main thread shows `activity` and minds the user. Returns
     /// as Run; after an early end `work` may still run, so it shares what it uses.
     int RunAside(std::string const& activity, std::function<void()> work);
+    /// The words of a failure, completed by what the library has logged as its hard faults meanwhile: one
+    /// failure is told in one line. (Where REELHAUL_LOG asks for the log, that has its own lines.)
+    std::string WithLoggedErrors(std::string text);
     /// `status`, or that of a fault of the output, which is told here.
     int FinalStatus(int status);
 
 private:
+    void ShowLog();
     int EarlyStatus();
 
     HVConsole console_;
     std::shared_ptr<HVMainQueue> queue_ = std::make_shared<HVMainQueue>();
     bool interrupted_ = false;
+    std::vector<std::string> loggedErrors_;
     HVInterrupt interrupt_;
 };
 

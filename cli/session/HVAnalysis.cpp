@@ -3,15 +3,12 @@
 #include "HVChoice.h"
 #include "HVRequest.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace Halvorn {
 
 namespace {
 
-/// What a task may still take after it reported its end.
-constexpr unsigned int kLastSteps = 2000;
 /// Levels of lists inside a list that are gone into: a site, its channels, their tabs.
 constexpr int kListDepth = 3;
 
@@ -20,22 +17,21 @@ constexpr int kListDepth = 3;
 HVAnalysis::HVAnalysis(std::shared_ptr<HVMainQueue> queue, Listener listener)
     : queue_(std::move(queue)), listener_(std::move(listener)) {}
 
+HVAnalysis::~HVAnalysis() {
+    if (task_)
+        task_->SetDelegate(nullptr);
+}
+
 std::shared_ptr<IHVError const> HVAnalysis::Start(std::string const& url, HVRequest const& request) {
     task_ = request.text ? IHVDownloadTask::MallocTextDownloadTask(url)
                          : IHVDownloadTask::MallocDownloadTask(url);
     task_->SetDelegate(this);
     task_->SetJSRuntimePath(request.jsRuntime);
-    if (request.options)
-        task_->SetOptions(request.options);
+    task_->SetOptions(request.options);
     Ask(request);
-    self_ = shared_from_this();
-    auto error = task_->StartTask();
-    if (!error->Succeed())
-        self_.reset();
-    return error;
+    return task_->StartTask();
 }
 
-/// The task keeps the functions, and this object keeps itself until the task's work is over.
 void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetFullAnalysis(true);
     task_->SetTablesWhereNoJson(true);
@@ -45,15 +41,19 @@ void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
     if (request.listOnly)
         task_->SetEntryFilter([](HVListEntry const&) { return false; });
-    task_->SetListFunc(
-        [this](std::shared_ptr<IHVPlayList const> const& playList, std::vector<HVListEntry> const& entries) {
-            Post([playList, entries](HVAnalysis& self) {
-                if (entries.empty() || entries.front().level == 0)
-                    self.listedCount_ = playList->EntryCount();
-                if (self.listener_.listed)
-                    self.listener_.listed(playList, entries);
-            });
+    // The task keeps the function longer than this object lives.
+    task_->SetListFunc([weak = weak_from_this()](std::shared_ptr<IHVPlayList const> const& playList,
+                                                 std::vector<HVListEntry> const& entries) {
+        auto const living = weak.lock();
+        if (!living)
+            return;
+        living->Post([playList, entries](HVAnalysis& self) {
+            if (entries.empty() || entries.front().level == 0)
+                self.listedCount_ = playList->EntryCount();
+            if (self.listener_.listed)
+                self.listener_.listed(playList, entries);
         });
+    });
 }
 
 void HVAnalysis::Stop() {
@@ -61,8 +61,12 @@ void HVAnalysis::Stop() {
 }
 
 void HVAnalysis::Post(std::function<void(HVAnalysis&)> work) {
+    // The task may still report while this object is being destroyed.
+    auto const self = weak_from_this().lock();
+    if (!self)
+        return;
     // A stopped analysis may report its end twice; the first one counts.
-    queue_->Post([self = shared_from_this(), work = std::move(work)] {
+    queue_->Post([self, work = std::move(work)] {
         if (!self->done_)
             work(*self);
     });
@@ -72,10 +76,13 @@ void HVAnalysis::DownloadTaskStarted(std::string message, IHVDownloadTask const*
     Post([message = std::move(message)](HVAnalysis& self) { self.listener_.progress(message); });
 }
 
-void HVAnalysis::DownloadTaskProgress(std::string message, float /*percent*/,
-                                      IHVDownloadTask const* /*task*/) {
-    Post([message = std::move(message)](HVAnalysis& self) {
+void HVAnalysis::DownloadTaskProgress(std::string message, float /*percent*/, IHVDownloadTask const* task) {
+    Post([message = std::move(message), failed = task->FailedEntries()](HVAnalysis& self) {
         ++self.entryCount_;
+        auto const told = self.failedEntries_.size();
+        self.failedEntries_ = failed;
+        for (std::size_t i = told; i < failed.size(); ++i)
+            self.listener_.failedEntry(failed[i]);
         self.listener_.progress(message);
     });
 }
@@ -105,31 +112,20 @@ void HVAnalysis::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
 
 /// From tables the items come without their place in the list: those that failed have the other places.
 void HVAnalysis::TakeItemsOf(std::shared_ptr<IHVPlayList> const& playList) {
-    auto const failed = FailedEntries();
-    int number = 0;
+    int place = 0;
+    auto failed = failedEntries_.begin();
     for (auto const& item : playList->GetDownloadItems()) {
-        do
-            ++number;
-        while (std::find(failed.begin(), failed.end(), number) != failed.end());
-        item->SetPlayList(playList, number - 1);
+        for (; failed != failedEntries_.end() && failed->number == place + 1; ++failed)
+            ++place;
+        item->SetPlayList(playList, place++);
         listener_.item(item);
     }
 }
 
-std::vector<int> HVAnalysis::FailedEntries() const {
-    std::vector<int> numbers;
-    for (auto const& entry : task_->FailedEntries())
-        numbers.push_back(entry.level == 0 ? entry.number : 0);
-    return numbers;
-}
-
 void HVAnalysis::Finish(std::shared_ptr<IHVError const> const& error) {
     done_ = true;
-    bool const over = task_->WaitFinish(kLastSteps) == HVErrSuccess;
+    task_->SetDelegate(nullptr);
     listener_.done(error);
-    // A task that still works keeps its delegate until the end of the process.
-    if (over)
-        self_.reset();
 }
 
 } // namespace Halvorn

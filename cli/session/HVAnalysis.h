@@ -24,22 +24,26 @@ public:
         std::function<void(std::string const& message)> progress;
         std::function<void(std::shared_ptr<IHVDownloadItem>)> item;
         std::function<void(std::shared_ptr<IHVPlayList>)> playList;
+        /// An entry of a playlist that did not load, before the progress that counts it.
+        std::function<void(IHVDownloadTask::FailedEntry const&)> failedEntry;
         std::function<void(std::shared_ptr<IHVError const>)> done;
         /// A list before its entries are loaded; for each list inside it, too. May be empty.
         std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> listed = {};
     };
 
     HVAnalysis(std::shared_ptr<HVMainQueue> queue, Listener listener);
+    ~HVAnalysis();
+    HVAnalysis(HVAnalysis const&) = delete;
+    HVAnalysis& operator=(HVAnalysis const&) = delete;
 
     /// Returns the failure of a start; then nothing is called.
     std::shared_ptr<IHVError const> Start(std::string const& url, HVRequest const& request);
     void Stop();
-    /// Number of entries of a playlist that were tried so far, and which of them, from 1, did not load; a 0
-    /// for one of a list inside the list.
+    /// Number of entries of a playlist that were tried so far, and those of them that did not load.
     int EntryCount() const { return entryCount_; }
+    std::vector<IHVDownloadTask::FailedEntry> const& FailedEntries() const { return failedEntries_; }
     /// Number of entries that the list has; 0 where it is not known.
     int ListedCount() const { return listedCount_; }
-    std::vector<int> FailedEntries() const;
 
     void DownloadTaskStarted(std::string message, IHVDownloadTask const* task) override;
     void DownloadTaskProgress(std::string message, float percent, IHVDownloadTask const* task) override;
@@ -56,12 +60,11 @@ private:
     std::shared_ptr<HVMainQueue> queue_;
     Listener listener_;
     std::shared_ptr<IHVDownloadTask> task_;
-    /// The task doesn't own its delegate: this object keeps itself until the task's work is over.
-    std::shared_ptr<HVAnalysis> self_;
     bool done_ = false;
     bool itemsCame_ = false;
     int entryCount_ = 0;
     int listedCount_ = 0;
+    std::vector<IHVDownloadTask::FailedEntry> failedEntries_;
 };
 
 } // namespace Halvorn

@@ -1,5 +1,6 @@
 #include "HVDownloads.h"
 
+#include "HVFailure.h"
 #include "HVJsonText.h"
 #include "HVRequest.h"
 #include "HVSession.h"
@@ -35,8 +36,7 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
     if (!request_.name.empty())
         row.controller->SetDownloadOutputName(request_.name);
-    if (request_.options)
-        row.controller->SetOptions(request_.options);
+    row.controller->SetOptions(request_.options);
     row.controller->SetJSRuntimePath(request_.jsRuntime);
     Listen(*row.controller, id);
     queue_->AddController(row.controller);
@@ -91,7 +91,7 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
         return;
     }
     failed_ = true;
-    std::string const fault = error->GetPlainMessage();
+    std::string const fault = session_.WithLoggedErrors(FailureText(*error, request_));
     if (request_.json)
         session_.Console().Out(
             EventLine("failed", {{"id", row + 1}, {"url", completed.url}, {"message", fault}}));
