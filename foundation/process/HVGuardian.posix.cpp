@@ -34,6 +34,8 @@ sleep 2
 for i in $g; do kill -s KILL -- "-$i"; done)";
 
 std::atomic<HVGuardian*> gGuardian = nullptr;
+/// In a forked copy: what it must neither use nor destroy, held so that no leak checker reports it.
+std::atomic<HVGuardian const*> gGuardianOfParent = nullptr;
 
 void LogFailure(int error) {
     if (error != 0)
@@ -133,9 +135,12 @@ void HVGuardian::Dismiss() {
 
 void HVGuardian::ForgetInCopy() {
     // What was there stays in memory: another thread of the parent may have been about to change it.
-    if (HVGuardian const* const parents = gGuardian.exchange(nullptr))
-        if (int const pipe = parents->state_->pipe.Get(); pipe >= 0)
-            close(pipe);
+    HVGuardian const* const parents = gGuardian.exchange(nullptr);
+    if (parents == nullptr)
+        return;
+    gGuardianOfParent = parents;
+    if (int const pipe = parents->state_->pipe.Get(); pipe >= 0)
+        close(pipe);
 }
 
 } // namespace Halvorn

@@ -207,7 +207,8 @@ TEST(HVTask, NeedsNoMoreThanItsDescriptors) {
             EXPECT_EQ(run.task->WaitExit(5000), HVErrSuccess) << left;
             EXPECT_TRUE(GoneWithin(pid, 100ms));
         } else {
-            EXPECT_THAT(start->GetErrorMessage(), testing::HasSubstr("Too many open files"));
+            // No matcher: the sanitizer's look at one would need a descriptor.
+            EXPECT_NE(start->GetErrorMessage().find("Too many open files"), std::string::npos);
         }
         close(taken.back());
         taken.pop_back();

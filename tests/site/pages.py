@@ -151,7 +151,7 @@ LISTS = {
     "empty": lambda s: [],
     "all-fail": lambda s: [s.link(MISSING_PAGE, f"Failing {i}") for i in range(1, 4)],
     "files": lambda s: [s.file("combined320.mp4", "First file"), s.file("audio-fr.m4a", "Second file")],
-    "parts": lambda s: [{"id": f"part{i}", **WATCH["combined"](s), "title": f"Part {i}"} for i in (1, 2)],
+    "parts": lambda s: [{"id": f"part{i}", **WATCH["combined"](s), "title": f"Piece {i}"} for i in (1, 2)],
     "tabs": lambda s: [s.inner("feed"), s.inner("whole"), s.inner("parts", _type="multi_video")],
     "addresses": lambda s: [s.link("combined", "Combined"), *({"_type": "url", "url": s.url(f"list/{name}"), "title": f"By address: {name}"}
                                                           for name in ("parts", "files", "addresses"))],
