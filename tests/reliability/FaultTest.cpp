@@ -91,8 +91,19 @@ protected:
     std::string const tools_ = Path("tools");
 };
 
-// Started by the next test: REELHAUL_FAULT says what is to fail; what is kept goes to REELHAUL_KEPT.
-TEST_F(FaultedProcess, DISABLED_DoesItsWork) {
+/// A test in the processes that the next one starts, and nowhere else: REELHAUL_FAULT says what is to fail,
+/// what is kept goes to REELHAUL_KEPT.
+class DoesItsWork : public FaultedProcess {
+    void TestBody() override;
+};
+
+auto const* const gOfThisProcess =
+    std::getenv("REELHAUL_FAULT") == nullptr
+        ? nullptr
+        : testing::RegisterTest("FaultedProcess", "DoesItsWork", nullptr, nullptr, __FILE__, __LINE__,
+                                []() -> FaultedProcess* { return new DoesItsWork; });
+
+void DoesItsWork::TestBody() {
     std::istringstream fault(std::getenv("REELHAUL_FAULT"));
     int kind = 0;
     int nth = 0;
@@ -148,8 +159,8 @@ TEST_P(FailTheNth, HarmsNothing) {
         if (process == 0) {
             setenv("TMPDIR", temporary.c_str(), 1);
             setenv("REELHAUL_FAULT", fault.c_str(), 1);
-            execl("/proc/self/exe", "test", "--gtest_also_run_disabled_tests", "--gtest_brief=1",
-                  "--gtest_filter=FaultedProcess.DISABLED_DoesItsWork", nullptr);
+            execl("/proc/self/exe", "test", "--gtest_brief=1", "--gtest_filter=FaultedProcess.DoesItsWork",
+                  nullptr);
             _exit(127);
         }
         waitpid(process, &status, 0);
