@@ -42,7 +42,7 @@ public:
                     Describe(*inner, path + (path.empty() ? "" : " ") + inner->get_name()));
         return command;
     }
-    /// Known values whose option has gone would be missed by nobody.
+    /// Else the known values of an option that was removed would stay here unnoticed.
     void CheckAllUsed() const {
         for (auto const& [name, words] : words_)
             if (!used_.contains(name))

@@ -124,7 +124,7 @@ std::string CombinationFault(HVGivenOptions const& given) {
     return {};
 }
 
-/// The tool would ask for a missing password on the terminal, where nobody can answer a child process.
+/// The tool would ask for a missing password on the terminal, which a child process does not have.
 std::string AskForPasswords(HVGivenOptions& given) {
     for (auto const& [account, password] :
          {std::pair{"--username", "--password"}, std::pair{"--ap-username", "--ap-password"}}) {
@@ -154,7 +154,7 @@ std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions
     if (std::string fault = AskForPasswords(given); !fault.empty())
         return fault;
     HVOptionRecords records;
-    // Secrets last: nobody is to type a password for a command line that is wrong.
+    // Secrets last, so that a wrong command line is told before a password is typed.
     for (bool const secrets : {false, true}) {
         for (HVOptionRow const& row : OptionTable()) {
             auto const found = given.find(row.name);

@@ -1,5 +1,5 @@
 #pragma once
-// The library's option records, made as options ask for them: what nobody asks for stays absent. Where no
+// The library's option records, made as options ask for them: what is not asked for stays absent. Where no
 // option says otherwise, certificates are checked and the user's configuration of the tool takes no part.
 
 #include <Reelhaul/IHVAdobePassAuthentication.h>

@@ -135,7 +135,7 @@ void HVDownloads::Cancel(Row& row, int id) {
 
 void HVDownloads::StopAll() {
     stopping_ = true;
-    queue_->StopDownload({});
+    queue_->StopAll();
     for (std::size_t i = 0; i < rows_.size(); ++i)
         if (!rows_[i].over && rows_[i].controller->State() == HVDownloadStateIdle)
             Cancel(rows_[i], static_cast<int>(i));
@@ -155,11 +155,11 @@ void HVDownloads::Tick() {
     display_.SetWaiting(waiting);
     CollectFailedStarts();
     if (waiting > 0 && !queue_->AnyControllerIsDownloading())
-        queue_->StartDownload({});
+        queue_->StartAll();
 }
 
 void HVDownloads::CollectFailedStarts() {
-    // A start by the queue itself that fails is told to nobody: the controller is then done without a run.
+    // The queue reports no failure of a start of its own: the controller is then done without a run.
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         Row const& row = rows_[i];
         if (row.over || row.started || row.controller->State() != HVDownloadStateDone)

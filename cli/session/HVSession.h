@@ -22,7 +22,7 @@ public:
     HVConsole& Console() { return console_; }
     /// Shared with the library's threads, which may outlive the run.
     std::shared_ptr<HVMainQueue> const& Queue() const { return queue_; }
-    /// True once the user asked for an end or nobody reads the results.
+    /// True once the user asked for an end, or results can't be written any more.
     bool Ending() const { return interrupted_ || console_.OutputFailed(); }
 
     struct Steps {
