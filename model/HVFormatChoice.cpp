@@ -142,7 +142,7 @@ HVFormatChoice::Format HVFormatChoice::BestPicture(Preference preference) const 
         if (HasSound(*format)) {
             if (InLanguage(*format) && Preferred(*format, preference))
                 return format;
-        } else if (auto const pair = WithSound(format, preference)) {
+        } else if (auto pair = WithSound(format, preference)) {
             return pair;
         } else if (silent == nullptr && sounds_.empty() && Preferred(*format, preference)) {
             silent = format;

@@ -101,7 +101,7 @@ bool HVFullAnalysis::ReadsTables(HVJsonNode const& root, std::string const& erro
 
 void HVFullAnalysis::CompleteItem(HVJsonNode const& document) {
     auto item = IHVDownloadItem::MallocDownloadItem(task_.TaskURL());
-    auto const result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    auto result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
     if (task_.UserCancel()) {
         task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "CompleteItem"));
         return;
@@ -159,6 +159,7 @@ void HVFullAnalysis::Complete(Result const& lastFailure) {
 void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVPlayList> const& list,
                              int level) {
     std::vector<HVListEntry> entries;
+    entries.reserve(static_cast<std::size_t>(document.Count()));
     for (int i = 0; i < document.Count(); ++i)
         entries.push_back(document.Entry(i, level));
     if (settings_.list)
@@ -225,7 +226,7 @@ HVFullAnalysis::Result HVFullAnalysis::TakeItem(Entry const& entry, HVJsonNode c
     if (entry.told.url.empty() && entry.list->GetPlaylistURL().empty())
         return ToolFailure(__LINE__, "TakeItem", {}, "The entry has no address, and neither has its list.");
     auto item = IHVDownloadItem::MallocDownloadItem(entry.told.url);
-    auto const result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    auto result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
     if (!result->Succeed())
         return result;
     if (ReadString(entry.node, "_type") == "url_transparent")

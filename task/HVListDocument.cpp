@@ -37,7 +37,7 @@ std::string ThumbnailOf(HVJsonNode const& entry) {
 
 /// "YYYYMMDD" of seconds since 1970; empty for none, and for a year that is no year.
 std::string DateOfSeconds(std::uint64_t seconds) {
-    constexpr std::uint64_t kSecondsOfDay = 24 * 60 * 60;
+    constexpr std::uint64_t kSecondsOfDay = 86'400;
     constexpr std::uint64_t kLatest = 253'402'300'799; // the end of 9999
     if (seconds == 0 || seconds > kLatest)
         return {};

@@ -8,7 +8,7 @@ namespace Halvorn {
 
 namespace {
 
-constexpr std::size_t kVersionBytes = 64 * 1024;
+constexpr std::size_t kVersionBytes = 65'536;
 
 HVToolResult Ask(std::string const& exe, std::string const& argument, unsigned int time) {
     HVToolRun run(exe, {argument});

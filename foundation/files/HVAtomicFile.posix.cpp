@@ -21,9 +21,9 @@ constexpr std::string_view kPrefix = ".reelhaul-";
 constexpr std::string_view kExtension = "part";
 constexpr int kRandomLength = 12;
 /// A younger file may have been made in this moment and have no lock yet.
-constexpr std::time_t kLeftoverSeconds = 10 * 60;
+constexpr std::time_t kLeftoverSeconds = 600;
 /// On a file system without locks: longer than any copy takes after its last write.
-constexpr std::time_t kUnlockedSeconds = 24 * 60 * 60;
+constexpr std::time_t kUnlockedSeconds = 86'400;
 
 /// Some file systems can't flush, which is no reason to refuse them.
 int Flush(int fd) {

@@ -95,7 +95,7 @@ std::size_t NameBudget(std::string const& extension, std::string const& director
 
 std::string LegalSideExtension(std::string const& side) {
     std::size_t const point = side.rfind('.');
-    std::string const extension = LegalExtension(point == std::string::npos ? side : side.substr(point + 1));
+    std::string extension = LegalExtension(point == std::string::npos ? side : side.substr(point + 1));
     std::u32string language = LegalCharacters(side.substr(0, point == std::string::npos ? 0 : point));
     Trim(language);
     CutToBytes(language, kMaxSideBytes - extension.size() - 1);

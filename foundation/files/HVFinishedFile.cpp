@@ -38,7 +38,7 @@ std::string PlaceSide(HVFinishedFile const& file, std::string const& stem) {
     std::string const front = two ? stem + "." + file.sideExtension.substr(0, point) : stem;
     std::string const extension = two ? file.sideExtension.substr(point + 1) : file.sideExtension;
     for (int number = 0; number < kMaxNumber; ++number) {
-        std::string const target = WithExtension(Numbered(front, number), extension);
+        std::string target = WithExtension(Numbered(front, number), extension);
         HVFileFailure const failure = move.To(target, false);
         if (failure.error == EEXIST)
             continue;

@@ -17,8 +17,11 @@ namespace {
 /// Whether a call failed because this file system has no such call. EPERM is what some answer to a link, and
 /// some sandboxes to a call that they don't know.
 bool IsMissing(int error) {
-    return error == EINVAL || error == ENOSYS || error == ENOTSUP || error == EOPNOTSUPP || error == EPERM ||
-           error == EMLINK;
+    // ENOTSUP and EOPNOTSUPP are one number on some systems and two on others.
+    for (int const missing : {EINVAL, ENOSYS, ENOTSUP, EOPNOTSUPP, EPERM, EMLINK})
+        if (error == missing)
+            return true;
+    return false;
 }
 
 std::string NameOf(std::string const& path) {

@@ -17,7 +17,7 @@ std::string CookiesGuardFolder(IHVDownloadOptions const* options) {
     auto const cookies = options == nullptr ? nullptr : options->GetDownloadCookies();
     if (cookies == nullptr || cookies->GetCookiesPathFile().empty())
         return {};
-    std::string const folder = ExtensionFolder(kFolder);
+    std::string folder = ExtensionFolder(kFolder);
     if (folder.empty())
         return {};
     if (std::string const reason = WriteExtension(kFolder, {{"reelhaul_cookies.py", HVCookiesGuardText}});
