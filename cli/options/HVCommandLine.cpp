@@ -80,7 +80,7 @@ std::string EmptyValue(CLI::App const& command, int count, char const* const* ar
 
 /// What the parser complains about, where its own words mean little to a user.
 std::string ParserFault(CLI::ParseError const& event, CLI::App const& app) {
-    std::string const fault = event.what();
+    std::string fault = event.what();
     constexpr std::string_view kOverride = " was given a disallowed flag override";
     if (fault.ends_with(kOverride))
         return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
