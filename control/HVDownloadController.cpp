@@ -222,8 +222,8 @@ void HVDownloadController::WaitIf(Decision const& mayWait) {
     ChangeState(HVDownloadStatePending, [&](HVDownloadState state) {
         if (!mayWait(state))
             return false;
-        // After a reset the old run may still be about to end: its end is no news of the run that is now
-        // waited for.
+        // After a reset the old run may still be about to end: that end says nothing of the run that is
+        // waited for now.
         if (state == HVDownloadStateIdle)
             InstallRun(former, nullptr);
         choice_.swap(choice);

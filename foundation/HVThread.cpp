@@ -32,8 +32,8 @@ public:
             return IHVError::MallocError("HVThread", __LINE__, "Start", -1, "Error",
                                          "The thread was started.");
         try {
-            // What the function captured is released before the end is known, so that whoever waits for the
-            // end finds nothing of it alive.
+            // What the function captured is released before the end is known, so that a thread that waits
+            // for the end finds nothing of it alive.
             std::thread([ended = ended_, function = std::exchange(function_, nullptr)]() mutable {
                 RunGuarded(function);
                 function = nullptr;

@@ -6,7 +6,7 @@ namespace Halvorn {
 
 const int IHVNetworkOptions::HVConnectionTimeOutUndefined = -1;
 
-// The certificates flag is left out on purpose: whoever wants them checked says so on the copy.
+// The certificates flag is left out on purpose: a caller that wants them checked says so on the copy.
 HVNetworkOptions::HVNetworkOptions(IHVNetworkOptions const* source) {
     if (!source)
         return;

@@ -57,7 +57,7 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
         // The function holds the task: its owner may drop it while it runs.
         thread = taskThread_ = IHVThread::MallocThread([self = shared_from_this()] { self->RunWorker(); });
     }
-    // Without a thread there is no run, but whoever waits for its end must hear of it.
+    // Without a thread there is no run, but the delegate and a waiting caller must hear of its end.
     if (auto const error = thread->Start(); !error->Succeed())
         notifyTaskComplete(error);
     return IHVError::MallocSucceed("HVDownloadTask", __LINE__, "StartTask");

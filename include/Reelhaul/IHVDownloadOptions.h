@@ -7,8 +7,8 @@
 /// leaves its matters to the tool and to the user's own configuration of it.
 ///
 /// Thread-safety: none; set the bundle up before it goes to a task or a controller, whose worker threads read
-/// it each time they build a command. Ownership: shared pointers; the bundle shares its records with whoever
-/// set them.
+/// it each time they build a command. Ownership: shared pointers; the bundle shares its records with the
+/// application that set them.
 
 #include "HVExport.h"
 
