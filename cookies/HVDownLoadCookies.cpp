@@ -1,10 +1,10 @@
 #include "HVDownLoadCookies.h"
 
-#include "HVArgsBuilder.h"
 #include "HVAtomicFile.h"
 #include "HVCallback.h"
 #include "HVFileReservation.h"
 #include "HVPrivateFile.h"
+#include "HVToolInForce.h"
 #include "HVToolRun.h"
 #include "IHVBase64Codec.h"
 #include "IHVCookieMessage.h"
@@ -85,7 +85,7 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
         std::lock_guard const lock(mutex_);
         cookiesPathFile_ = file;
     }
-    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(),
+    HVToolRun run(ToolInForce(),
                   {"--cookies-from-browser", IHVBrowserState::BrowserParamName(browser), "--cookies", file});
     run.SetLimits({kBrowserTime, 0, 0});
     auto const result = run.Run();

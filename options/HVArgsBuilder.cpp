@@ -1,10 +1,10 @@
 #include "HVArgsBuilder.h"
 
+#include "HVToolInForce.h"
 #include "HVToolWords.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
-#include "IHVDownloadPlugin.h"
 #include "IHVDownloadSubtitle.h"
 #include "IHVLogConfig.h"
 
@@ -63,13 +63,11 @@ void AppendFormat(Args& args, IHVDownloadFormat const& format) {
 HVArgsBuilder::HVArgsBuilder(std::shared_ptr<IHVDownloadOptions> options) : options_(std::move(options)) {}
 
 std::string HVArgsBuilder::GetDownloadCommadExe() {
-    auto const plugin = IHVDownloadPlugin::SharedDownloadPlugin();
-    return plugin->LocalPluginEnabled() ? plugin->LocalPluginPathFile() : plugin->PluginPathFile();
+    return ToolInForce();
 }
 
 std::string HVArgsBuilder::GetMergeCommandExe() {
-    auto const plugin = IHVDownloadPlugin::SharedDownloadPlugin();
-    return plugin->LocalPluginEnabled() ? plugin->LocalFfmpegPathFile() : plugin->FfmpegPathFile();
+    return MergerInForce();
 }
 
 void HVArgsBuilder::SetJsRuntimePath(std::string const& path) {

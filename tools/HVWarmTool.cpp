@@ -4,7 +4,7 @@
 #include "HVFileSystem.h"
 #include "HVOwnProcess.h"
 #include "HVProcessEnd.h"
-#include "IHVDownloadPlugin.h"
+#include "HVToolInForce.h"
 #include "IHVLogConfig.h"
 
 #include <fstream>
@@ -95,11 +95,7 @@ void HVWarmTool::ForgetInCopy() {
 }
 
 HVWarmTool::Version HVWarmTool::VersionInForce() {
-    auto const plugin = IHVDownloadPlugin::SharedDownloadPlugin();
-    bool const local = plugin->LocalPluginEnabled();
-    Version version{local ? plugin->LocalPluginPathFile() : plugin->PluginPathFile(),
-                    local ? plugin->LocalFfmpegPathFile() : plugin->FfmpegPathFile(),
-                    {}};
+    Version version{ToolInForce(), MergerInForce(), {}};
     version.identity =
         version.tool + '\n' + FileIdentity(version.tool) + '\n' + version.merger + '\n' + UserIdentity();
     return version;
