@@ -1,7 +1,7 @@
 #include "HVDownloadRun.h"
 
 #include "HVDownloadControllers.h"
-#include "IHVDownloadItem.h"
+#include "HVDownloadItem.h"
 
 #include <utility>
 
@@ -35,8 +35,11 @@ void HVDownloadRun::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
         }
     } const atEnd{controller.get(), over_};
     // The item that the application knows learns the path, also when the controller is gone.
-    if (item_ != choice_ && item_ != nullptr && !choice_->GetDownloadFile().empty())
+    if (item_ != choice_ && item_ != nullptr && !choice_->GetDownloadFile().empty()) {
+        if (auto* const item = dynamic_cast<HVDownloadItem*>(item_.get()))
+            item->SetSideFiles(choice_->DownloadedSubtitles());
         item_->SetDownloadedFile(choice_->GetDownloadFile());
+    }
     if (controller != nullptr)
         controller->DownloadTaskCompleted(std::move(error), task);
     End();

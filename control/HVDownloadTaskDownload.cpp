@@ -1,6 +1,7 @@
 #include "HVDownloadTaskDownload.h"
 
 #include "HVArgsBuilder.h"
+#include "HVDownloadItem.h"
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
 #include "HVTmpFolder.h"
@@ -123,9 +124,11 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     }
     if (outputPath_.empty())
         IHVLogConfig::Printf("CreateUniquePathFile Failed");
-    TakeSubtitle(finished);
+    TakeSubtitles(finished);
     HVPlacement const placement = PlaceFinishedFile(finished);
     if (placement.failure.empty()) {
+        if (auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get()))
+            item->SetSideFiles(placement.sides);
         downloadItem_->SetDownloadedFile(placement.target);
         return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
     }
@@ -133,24 +136,37 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
                                  placement.failure.c_str());
 }
 
-void HVDownloadTaskDownload::TakeSubtitle(HVFinishedFile& finished) const {
-    auto const subtitle = std::as_const(*downloadItem_).CurrentDownloadSubtitle();
-    if (subtitle == nullptr)
-        return;
-    std::string const side = subtitle->CurrentSubtitleExtension();
-    // The site names the language, which may not lead to a file of another folder.
-    if (side.find('/') != std::string::npos)
-        return;
-    std::string const wanted =
-        IHVFileProvider::AppendPathExtension(IHVFileProvider::RemovePathExtension(finished.path), side);
-    // The tool keeps the asked-for extension in the name when the format's own is another one.
-    for (auto const& path : {wanted, IHVFileProvider::AppendPathExtension(finished.path, side)})
-        if (finished.side.empty() && IHVFileProvider::PathFileExist(path))
-            finished.side = path;
-    finished.sideExtension = LegalSideExtension(side);
-    if (finished.side.empty())
-        IHVLogConfig::Printf("Failed to move %s to %s: the tool did not make it", wanted.c_str(),
-                             outputPath_.c_str());
+void HVDownloadTaskDownload::TakeSubtitles(HVFinishedFile& finished) const {
+    auto const chosen = downloadItem_->ChosenSubtitles();
+    for (auto const& subtitle : chosen) {
+        std::vector<std::string> formats{subtitle->GetCurrentSubtitleFormat()};
+        // Of several wishes the tool may have fulfilled another one.
+        for (auto& format : subtitle->GetSubtitleFormats())
+            formats.push_back(std::move(format));
+        TakeSubtitle(finished, subtitle->GetLanguageCode(), formats);
+    }
+    if (auto const subtitle = downloadItem_->CurrentDownloadSubtitle(); chosen.empty() && subtitle != nullptr)
+        TakeSubtitle(finished, subtitle->GetLanguageCode(), {subtitle->GetCurrentSubtitleFormat()});
+}
+
+void HVDownloadTaskDownload::TakeSubtitle(HVFinishedFile& finished, std::string const& language,
+                                          std::vector<std::string> const& formats) const {
+    std::string const stem = IHVFileProvider::RemovePathExtension(finished.path);
+    for (auto const& format : formats) {
+        std::string const side = language + "." + format;
+        // The site names the language, which may not lead to a file of another folder.
+        if (side.find('/') != std::string::npos)
+            continue;
+        // The tool keeps the asked-for extension in the name when the format's own is another one.
+        for (auto const& front : {stem, finished.path})
+            if (auto const path = IHVFileProvider::AppendPathExtension(front, side);
+                IHVFileProvider::PathFileExist(path)) {
+                finished.sides.push_back({path, LegalSideExtension(side)});
+                return;
+            }
+    }
+    IHVLogConfig::Printf("Failed to move %s.%s to %s: the tool did not make it", stem.c_str(),
+                         language.c_str(), outputPath_.c_str());
 }
 
 } // namespace Halvorn

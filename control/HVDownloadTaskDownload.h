@@ -9,6 +9,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Halvorn {
 
@@ -45,8 +46,11 @@ private:
     std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
-    /// Finds the subtitle that the tool made beside the file.
-    void TakeSubtitle(HVFinishedFile& finished) const;
+    /// Finds the subtitles that the tool made beside the file.
+    void TakeSubtitles(HVFinishedFile& finished) const;
+    /// The same for one language, in the first of these formats.
+    void TakeSubtitle(HVFinishedFile& finished, std::string const& language,
+                      std::vector<std::string> const& formats) const;
 
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;

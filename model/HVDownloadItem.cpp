@@ -45,6 +45,16 @@ void HVDownloadItem::TakeAllFormats(std::vector<std::shared_ptr<IHVDownloadForma
     allFormats_ = std::move(formats);
 }
 
+void HVDownloadItem::SetSideFiles(std::vector<std::string> paths) {
+    std::lock_guard const lock(sideFilesMutex_);
+    sideFiles_.swap(paths);
+}
+
+std::vector<std::string> HVDownloadItem::SideFiles() const {
+    std::lock_guard const lock(sideFilesMutex_);
+    return sideFiles_;
+}
+
 void HVDownloadItem::AppendFormat(std::shared_ptr<IHVDownloadFormat> format) {
     formats_.push_back(std::move(format));
 }
@@ -166,9 +176,12 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->currentSubtitleIndex_ = currentSubtitleIndex_;
     copy->subtitles_ = subtitles_;
     // The chosen file format is kept in the subtitle itself.
-    for (auto& subtitle : copy->subtitles_)
-        if (auto const* const own = dynamic_cast<HVDownloadSubtitle const*>(subtitle.get()))
-            subtitle = std::make_shared<HVDownloadSubtitle>(*own);
+    copy->chosen_ = chosen_;
+    for (auto* const subtitles : {&copy->subtitles_, &copy->chosen_})
+        for (auto& subtitle : *subtitles)
+            if (auto const* const own = dynamic_cast<HVDownloadSubtitle const*>(subtitle.get()))
+                subtitle = std::make_shared<HVDownloadSubtitle>(*own);
+    copy->authored_ = authored_;
     copy->fileName_.Set(GetFileName());
     copy->durationText_ = durationText_;
     copy->durationString_ = durationString_;

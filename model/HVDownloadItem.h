@@ -5,6 +5,8 @@
 #include "IHVDownloadItem.h"
 
 #include <cstdint>
+#include <mutex>
+#include <utility>
 
 namespace Halvorn {
 
@@ -58,6 +60,14 @@ public:
     std::vector<std::shared_ptr<IHVDownloadFormat>> const& EveryFormat() const { return allFormats_; }
     /// Appends a format and leaves the choice as it is.
     void AppendFormat(std::shared_ptr<IHVDownloadFormat> format);
+    /// Subtitles made by people, and what a download fetches in place of the current one.
+    using Subtitles = std::vector<std::shared_ptr<IHVDownloadSubtitle>>;
+    void TakeAuthored(Subtitles subtitles) { authored_ = std::move(subtitles); }
+    Subtitles const& Authored() const { return authored_; }
+    void TakeChosen(Subtitles subtitles) { chosen_ = std::move(subtitles); }
+    Subtitles const& Chosen() const { return chosen_; }
+    void SetSideFiles(std::vector<std::string> paths);
+    std::vector<std::string> SideFiles() const;
     /// What the tool's document says besides; `text` is the document itself, empty where it is not kept.
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
@@ -71,6 +81,10 @@ private:
     std::int32_t currentSubtitleIndex_ = -1;
     std::vector<std::shared_ptr<IHVDownloadFormat>> formats_;
     std::vector<std::shared_ptr<IHVDownloadFormat>> allFormats_;
+    Subtitles authored_;
+    Subtitles chosen_;
+    mutable std::mutex sideFilesMutex_;
+    std::vector<std::string> sideFiles_;
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
     std::string downloadURL_;
     HVStableText fileName_{"unknown"};

@@ -1,7 +1,8 @@
-// The operations of an item that choose among all formats of the tool.
+// The operations of an item that choose among all formats of the tool, and among all subtitles.
 
 #include "HVDownloadItem.h"
 #include "HVFormatChoice.h"
+#include "HVModelList.h"
 
 #include <algorithm>
 
@@ -73,6 +74,32 @@ void IHVDownloadItem::ChooseFormat(Format const& format) {
     else
         AddDownloadFormat(format);
     SetCurrentFormatIndex(GetDownloadFormatCount() - 1);
+}
+
+int IHVDownloadItem::GetAuthoredSubtitlesCount() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? 0 : static_cast<int>(item->Authored().size());
+}
+
+std::shared_ptr<IHVDownloadSubtitle> IHVDownloadItem::GetAuthoredSubtitleAtIndex(int index) const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? nullptr : ElementAt(item->Authored(), index);
+}
+
+void IHVDownloadItem::SetChosenSubtitles(std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles) {
+    std::erase(subtitles, nullptr);
+    if (auto* const item = dynamic_cast<HVDownloadItem*>(this))
+        item->TakeChosen(std::move(subtitles));
+}
+
+std::vector<std::string> IHVDownloadItem::DownloadedSubtitles() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? std::vector<std::string>() : item->SideFiles();
+}
+
+std::vector<std::shared_ptr<IHVDownloadSubtitle>> IHVDownloadItem::ChosenSubtitles() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? std::vector<std::shared_ptr<IHVDownloadSubtitle>>() : item->Chosen();
 }
 
 } // namespace Halvorn

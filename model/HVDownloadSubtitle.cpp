@@ -12,6 +12,11 @@ HVDownloadSubtitle::HVDownloadSubtitle(IHVDownloadSubtitle const* other) {
 
 HVDownloadSubtitle::HVDownloadSubtitle(std::shared_ptr<IHVDownloadSubtitle> const& /*other*/) {}
 
+bool IHVDownloadSubtitle::MadeByPeople() const {
+    auto const* const own = dynamic_cast<HVDownloadSubtitle const*>(this);
+    return own != nullptr && own->IsAuthored();
+}
+
 std::vector<std::string> HVDownloadSubtitle::GetSubtitleFormats() const {
     std::vector<std::string> formats;
     formats.reserve(subtitleFormats_.size());

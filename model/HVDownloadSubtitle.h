@@ -29,7 +29,11 @@ public:
     bool LoadFromJsonObject(std::string const& languageCode,
                             std::shared_ptr<HVJsonObjectSubtitle> const& json);
 
+    bool IsAuthored() const { return authored_; }
+    void SetAuthored() { authored_ = true; }
+
 private:
+    bool authored_ = false;
     std::string currentSubtitleFormat_;
     std::string languageCode_;
     std::string languageName_;

@@ -73,6 +73,17 @@ std::string HVJsonObjectPlayItem::GetFileName() const {
     return {};
 }
 
+std::vector<std::string> HVJsonObjectPlayItem::GetAuthoredNameVector() const {
+    auto const subtitles = ReadMember(node_, "subtitles");
+    auto names = subtitles == nullptr ? std::vector<std::string>() : subtitles->GetMemberNames();
+    std::erase(names, "live_chat");
+    return names;
+}
+
+std::shared_ptr<HVJsonObjectSubtitle> HVJsonObjectPlayItem::GetAuthoredJsonObject() const {
+    return std::make_shared<HVJsonObjectSubtitle>(ReadMember(node_, "subtitles"));
+}
+
 HVItemDetails HVJsonObjectPlayItem::GetDetails() const {
     HVItemDetails details;
     details.extractor = ReadString(node_, "extractor");

@@ -45,6 +45,9 @@ public:
     /// All languages, whatever the name.
     std::shared_ptr<HVJsonObjectSubtitle> GetSubtitleJsonObject(std::string const& name) const;
 
+    /// The same for the subtitles that people made. A recorded chat is none.
+    std::vector<std::string> GetAuthoredNameVector() const;
+    std::shared_ptr<HVJsonObjectSubtitle> GetAuthoredJsonObject() const;
     HVItemDetails GetDetails() const;
     /// The document itself as JSON.
     std::string GetText() const;

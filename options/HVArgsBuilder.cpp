@@ -41,7 +41,41 @@ void LogError(char const* text) {
     IHVLogConfig::Printf(IHVLogConfig::LogLevelError, text);
 }
 
+using Subtitles = std::vector<std::shared_ptr<IHVDownloadSubtitle>>;
+
+/// Appends `more` to a list of the tool's unless it holds it.
+void AppendToList(std::string& list, char separator, std::string const& more) {
+    std::string const parts = separator + list + separator;
+    if (parts.find(separator + more + separator) == std::string::npos)
+        list += (list.empty() ? std::string() : std::string(1, separator)) + more;
+}
+
+/// The tool takes one wish for all languages: of their formats the first that is on offer.
+void AppendSubtitles(Args& args, Subtitles const& subtitles) {
+    bool people = false;
+    bool machine = false;
+    std::string languages;
+    std::string formats;
+    for (auto const& subtitle : subtitles) {
+        (subtitle->MadeByPeople() ? people : machine) = true;
+        AppendToList(languages, ',', ExactLanguage(subtitle->GetLanguageCode()));
+        if (auto const format = subtitle->GetCurrentSubtitleFormat(); !format.empty())
+            AppendToList(formats, '/', format);
+    }
+    if (people)
+        args.emplace_back("--write-sub");
+    if (machine)
+        args.emplace_back("--write-auto-sub");
+    Append(args, {"--sub-lang", languages});
+    if (!formats.empty())
+        Append(args, {"--sub-format", formats});
+}
+
 void AppendSubtitle(Args& args, IHVDownloadItem const& item) {
+    if (auto const chosen = item.ChosenSubtitles(); !chosen.empty()) {
+        AppendSubtitles(args, chosen);
+        return;
+    }
     auto const subtitle = item.CurrentDownloadSubtitle();
     if (!subtitle || subtitle->GetCurrentSubtitleFormat().empty())
         return;

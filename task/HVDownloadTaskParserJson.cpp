@@ -47,6 +47,21 @@ std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source
     return thumbnails;
 }
 
+/// The subtitles that people made, by name.
+std::vector<std::shared_ptr<IHVDownloadSubtitle>> AuthoredSubtitles(HVJsonObjectPlayItem const& json) {
+    std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles;
+    auto const source = json.GetAuthoredJsonObject();
+    for (auto const& code : json.GetAuthoredNameVector()) {
+        auto subtitle = std::make_shared<HVDownloadSubtitle>();
+        if (!subtitle->LoadFromJsonObject(code, source) || subtitle->GetSubtitleFormats().empty())
+            continue;
+        subtitle->SetAuthored();
+        subtitles.push_back(std::move(subtitle));
+    }
+    HVStableSort(subtitles, [](auto& left, auto& right) { return CompareByName(left, right); });
+    return subtitles;
+}
+
 bool IsLarger(IHVDownloadThumbnail const& left, IHVDownloadThumbnail const& right) {
     return left.GetWidth() != right.GetWidth() ? left.GetWidth() > right.GetWidth()
                                                : left.GetHeight() > right.GetHeight();
@@ -182,8 +197,10 @@ HVDownloadTaskParser::GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
     GetPlayItemFormats(item, json);
     IHVLogConfig::Printf("get subtitle\n");
     GetPlayItemSubtitles(item, json);
-    if (auto* const concrete = dynamic_cast<HVDownloadItem*>(item.get()))
+    if (auto* const concrete = dynamic_cast<HVDownloadItem*>(item.get())) {
         concrete->TakeDetails(json->GetDetails(), settings_.documents ? json->GetText() : std::string());
+        concrete->TakeAuthored(AuthoredSubtitles(*json));
+    }
     if (item->Valid())
         return IHVError::MallocSucceed(kFile, __LINE__, "GetPlayItem");
     return IHVError::MallocError(kFile, __LINE__, "GetPlayItem", -1, "Error",

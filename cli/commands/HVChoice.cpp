@@ -115,30 +115,78 @@ std::string ChooseFormat(IHVDownloadItem& item, HVRequest const& request) {
     return {};
 }
 
-std::string ChooseSubtitle(IHVDownloadItem& item, std::string_view wish) {
+namespace {
+
+using Subtitles = std::vector<std::shared_ptr<IHVDownloadSubtitle>>;
+
+/// Those of the wished kind, people's first.
+Subtitles Offered(IHVDownloadItem& item, std::string_view kind) {
+    Subtitles offered;
+    for (int i = 0; kind != "machine" && i < item.GetAuthoredSubtitlesCount(); ++i)
+        offered.push_back(item.GetAuthoredSubtitleAtIndex(i));
+    for (int i = 0; kind != "people" && i < item.GetDownloadSubtitlesCount(); ++i)
+        offered.push_back(item.GetDownloadSubtitleAtIndex(i));
+    return offered;
+}
+
+bool Offers(IHVDownloadSubtitle const& subtitle, std::string const& format) {
+    auto const formats = subtitle.GetSubtitleFormats();
+    return std::find(formats.begin(), formats.end(), format) != formats.end();
+}
+
+/// Appends the one that the wish LANG or LANG.EXT names, and keeps the format. Returns the fault.
+std::string Take(Subtitles& chosen, std::string& extension, Subtitles const& offered, std::string_view wish) {
     std::vector<std::string> languages;
     auto const point = wish.rfind('.');
-    for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i) {
-        auto const subtitle = item.GetDownloadSubtitleAtIndex(i);
+    for (auto const& subtitle : offered) {
         std::string const code = subtitle->GetLanguageCode();
         languages.push_back(code);
-        auto const formats = subtitle->GetSubtitleFormats();
         if (code != wish && (point == std::string_view::npos || code != wish.substr(0, point)))
             continue;
         if (code != wish) {
             std::string const format(wish.substr(point + 1));
-            if (std::find(formats.begin(), formats.end(), format) == formats.end())
+            if (!Offers(*subtitle, format))
                 return "there are no subtitles " + Quoted(wish) + "; " + code + " comes as " +
-                       Listing(formats);
-            subtitle->SetCurrentSubtitleFormat(format);
+                       Listing(subtitle->GetSubtitleFormats());
+            if (!extension.empty() && extension != format)
+                return "one format goes for all subtitles: " + extension + " or " + format;
+            extension = format;
         }
-        item.SetCurrentSubtitleIndex(i);
+        chosen.push_back(subtitle);
         return {};
     }
     if (languages.empty())
         return "there are no subtitles";
     std::sort(languages.begin(), languages.end());
+    languages.erase(std::unique(languages.begin(), languages.end()), languages.end());
     return "there are no subtitles " + Quoted(wish) + "; there are " + Listing(languages);
+}
+
+} // namespace
+
+std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request) {
+    auto const offered = Offered(item, request.subtitleKind);
+    Subtitles chosen;
+    std::string extension;
+    std::string_view rest = request.subtitle;
+    // A site may call a language by a name with a comma.
+    if (Take(chosen, extension, offered, rest).empty())
+        rest = {};
+    for (std::size_t comma = 0; !rest.empty() && comma != std::string_view::npos;) {
+        comma = rest.find(',');
+        if (std::string fault = Take(chosen, extension, offered, rest.substr(0, comma)); !fault.empty())
+            return fault;
+        rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
+    }
+    for (auto const& subtitle : chosen)
+        if (Offers(*subtitle, extension))
+            subtitle->SetCurrentSubtitleFormat(extension);
+    // Of the formats the tool takes for each language the first that is on offer.
+    std::stable_partition(chosen.begin(), chosen.end(), [&extension](auto const& subtitle) {
+        return subtitle->GetCurrentSubtitleFormat() == extension;
+    });
+    item.SetChosenSubtitles(std::move(chosen));
+    return {};
 }
 
 std::optional<int> WholeNumber(std::string_view text) {

@@ -23,8 +23,9 @@ std::string ChooseFormat(IHVDownloadItem& item, HVRequest const& request);
 /// request; nothing for another word.
 std::optional<HVFormatWish> WishOf(std::string_view format, HVRequest const& request);
 
-/// Chooses the subtitle LANG or LANG.EXT. Returns the fault; empty when there is none.
-std::string ChooseSubtitle(IHVDownloadItem& item, std::string_view wish);
+/// Chooses the subtitles that the request names, "LANG[.EXT],...", of the kind that it names; where both
+/// kinds have a language, the people's. Returns the fault; empty when there is none.
+std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request);
 
 /// Items of a playlist, counted from 1: "1,3-5"; "7-" goes to the end.
 class HVItemRanges {

@@ -112,7 +112,7 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
         return;
     std::string fault = ChooseFormat(*item, request_);
     if (fault.empty() && !request_.subtitle.empty())
-        fault = ChooseSubtitle(*item, request_.subtitle);
+        fault = ChooseSubtitles(*item, request_);
     // Without ffmpeg the tool fetches both parts and then calls it a success.
     if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat())
         fault = FfmpegFault(request_);

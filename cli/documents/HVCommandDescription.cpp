@@ -81,6 +81,7 @@ private:
 
     std::map<std::string, Words> const words_{
         {"--format", {"best", "worst", "audio", "2160p", "1080p", "720p", "480p"}},
+        {"--subtitle-kind", {"people", "machine", "any"}},
         {"--prefer", {"mp4", "mkv", "webm", "h264", "vp9", "av1"}},
         {"--js-runtime", {"none"}},
         {"--xff", {"default", "never"}},

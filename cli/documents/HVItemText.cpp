@@ -88,15 +88,20 @@ HVTableText AllFormatsTable(IHVDownloadItem const& item) {
     return table;
 }
 
+void AddSubtitle(HVTableText& table, IHVDownloadSubtitle const& subtitle) {
+    std::string formats;
+    for (std::string const& format : subtitle.GetSubtitleFormats())
+        formats.append(formats.empty() ? "" : " ").append(format);
+    table.AddRow({subtitle.GetLanguageCode(), subtitle.GetLanguageName(),
+                  subtitle.MadeByPeople() ? "people" : "machine", formats});
+}
+
 HVTableText SubtitleTable(IHVDownloadItem const& item) {
-    HVTableText table({{"Code"}, {"Language"}, {"Formats"}});
-    for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i) {
-        auto const subtitle = item.GetDownloadSubtitleAtIndex(i);
-        std::string formats;
-        for (std::string const& format : subtitle->GetSubtitleFormats())
-            formats.append(formats.empty() ? "" : " ").append(format);
-        table.AddRow({subtitle->GetLanguageCode(), subtitle->GetLanguageName(), formats});
-    }
+    HVTableText table({{"Code"}, {"Language"}, {"Made by"}, {"Formats"}});
+    for (int i = 0; i < item.GetAuthoredSubtitlesCount(); ++i)
+        AddSubtitle(table, *item.GetAuthoredSubtitleAtIndex(i));
+    for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i)
+        AddSubtitle(table, *item.GetDownloadSubtitleAtIndex(i));
     return table;
 }
 
@@ -132,7 +137,7 @@ std::vector<std::string> ItemLines(IHVDownloadItem const& item, bool allFormats)
     AppendTable(lines, "Formats", FormatTable(item));
     if (allFormats)
         AppendTable(lines, "All formats, best first", AllFormatsTable(item));
-    if (item.GetDownloadSubtitlesCount() > 0)
+    if (item.GetDownloadSubtitlesCount() > 0 || item.GetAuthoredSubtitlesCount() > 0)
         AppendTable(lines, "Subtitles", SubtitleTable(item));
     return lines;
 }

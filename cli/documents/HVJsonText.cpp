@@ -26,6 +26,14 @@ void Text(Writer& writer, std::string const& text) {
 }
 
 template <typename Writer>
+void Texts(Writer& writer, std::vector<std::string> const& texts) {
+    writer.StartArray();
+    for (std::string const& text : texts)
+        Text(writer, text);
+    writer.EndArray();
+}
+
+template <typename Writer>
 void Field(Writer& writer, char const* key, std::string const& text) {
     writer.Key(key);
     Text(writer, text);
@@ -75,10 +83,7 @@ void WriteSubtitle(Document& writer, IHVDownloadSubtitle const& subtitle) {
     Field(writer, "code", subtitle.GetLanguageCode());
     Field(writer, "name", subtitle.GetLanguageName());
     writer.Key("formats");
-    writer.StartArray();
-    for (std::string const& format : subtitle.GetSubtitleFormats())
-        Text(writer, format);
-    writer.EndArray();
+    Texts(writer, subtitle.GetSubtitleFormats());
     writer.EndObject();
 }
 
@@ -147,6 +152,11 @@ void WriteItem(Document& writer, IHVDownloadItem const& item, bool allFormats) {
     writer.StartArray();
     for (int i = 0; i < item.GetDownloadSubtitlesCount(); ++i)
         WriteSubtitle(writer, *item.GetDownloadSubtitleAtIndex(i));
+    writer.EndArray();
+    writer.Key("authored_subtitles");
+    writer.StartArray();
+    for (int i = 0; i < item.GetAuthoredSubtitlesCount(); ++i)
+        WriteSubtitle(writer, *item.GetAuthoredSubtitleAtIndex(i));
     writer.EndArray();
     WriteThumbnail(writer, item.GetThumbnail().get());
     writer.EndObject();
@@ -268,6 +278,8 @@ std::string EventLine(char const* name, std::vector<HVJsonField> const& fields) 
                     Text(writer, content);
                 else if constexpr (std::is_same_v<Content, int>)
                     writer.Int(content);
+                else if constexpr (std::is_same_v<Content, std::vector<std::string>>)
+                    Texts(writer, content);
                 else
                     Rounded(writer, content);
             },

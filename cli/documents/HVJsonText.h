@@ -23,7 +23,7 @@ std::string PlayListDocument(IHVPlayList const& playList,
 std::string EntryDocument(HVListEntry const& entry);
 
 /// One line: {"event": name, ...fields}.
-using HVJsonField = std::pair<char const*, std::variant<std::string, int, double>>;
+using HVJsonField = std::pair<char const*, std::variant<std::string, int, double, std::vector<std::string>>>;
 std::string EventLine(char const* name, std::vector<HVJsonField> const& fields);
 
 } // namespace Halvorn

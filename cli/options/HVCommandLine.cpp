@@ -176,8 +176,12 @@ void HVCommandLine::AddFormatChoice(CLI::App& app) {
                    "Container or codec to take before others, such as mp4 or vp9")
         ->type_name("KIND")
         ->check(NotEmpty, "");
-    app.add_option("--subtitle", request_.subtitle, "Subtitles beside the file, such as en or en.vtt")
+    app.add_option("--subtitle", request_.subtitle, "Subtitles beside the file, such as en.vtt or en,de")
         ->type_name("LANG[.EXT]")
+        ->check(NotEmpty, "");
+    app.add_option("--subtitle-kind", request_.subtitleKind,
+                   "Who made the subtitles: people, machine or any; any unless given")
+        ->type_name("WHO")
         ->check(NotEmpty, "");
 }
 
@@ -302,6 +306,9 @@ std::string HVCommandLine::Complete() {
     for (std::string const& url : request_.urls)
         if (url.empty())
             return "an address is empty";
+    if (request_.subtitleKind != "people" && request_.subtitleKind != "machine" &&
+        request_.subtitleKind != "any")
+        return "--subtitle-kind must be people, machine or any, not \"" + request_.subtitleKind + "\"";
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7-, not \"" + request_.items + "\"";
     if (auto const jobs = WholeNumber(jobs_); !jobs_.empty()) {

@@ -14,19 +14,20 @@ enum HVExitStatus { HVExitDone = 0, HVExitFailed = 1, HVExitUsage = 2, HVExitInt
 
 struct HVRequest {
     std::vector<std::string> urls;
-    std::string folder = ".";    ///< where files go
-    std::string format = "best"; ///< see ChooseFormat
-    std::string language;        ///< of the sound; empty for the original's
-    std::string prefer;          ///< container or codec that goes before others
-    std::string subtitle;        ///< see ChooseSubtitle; empty for none
-    std::string items;           ///< see HVItemRanges; empty for all
-    std::string name;            ///< instead of the title; empty for the title
-    std::string browser;         ///< of "cookies"
-    std::string search;          ///< of "providers"
-    std::string copies;          ///< of "tools use"
-    std::string document;        ///< of "generate"
-    std::string toolFolder;      ///< folder of the local copies; empty for the built-in ones
-    std::string jsRuntime;       ///< empty for the built-in one
+    std::string folder = ".";         ///< where files go
+    std::string format = "best";      ///< see ChooseFormat
+    std::string language;             ///< of the sound; empty for the original's
+    std::string prefer;               ///< container or codec that goes before others
+    std::string subtitle;             ///< see ChooseSubtitle; empty for none
+    std::string subtitleKind = "any"; ///< people, machine or any
+    std::string items;                ///< see HVItemRanges; empty for all
+    std::string name;                 ///< instead of the title; empty for the title
+    std::string browser;              ///< of "cookies"
+    std::string search;               ///< of "providers"
+    std::string copies;               ///< of "tools use"
+    std::string document;             ///< of "generate"
+    std::string toolFolder;           ///< folder of the local copies; empty for the built-in ones
+    std::string jsRuntime;            ///< empty for the built-in one
     int jobs = 6;
     bool cold = false; ///< the tool is started anew for each run
     bool quiet = false;

@@ -5,16 +5,21 @@
 #include "HVRequest.h"
 #include "HVSession.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace Halvorn {
 
 namespace {
 
-std::string SubtitlePath(std::string const& file, std::string const& ending) {
-    return std::filesystem::path(file).replace_extension(ending).string();
+/// Whether one of the files is the subtitle in this language: its name ends in ".LANG.EXT", perhaps with a
+/// number behind the language.
+bool HoldsLanguage(std::vector<std::string> const& files, std::string const& language) {
+    return std::any_of(files.begin(), files.end(), [&language](std::string const& file) {
+        std::string const stem = std::filesystem::path(file).stem().string();
+        return stem.ends_with("." + language) || stem.find("." + language + " (") != std::string::npos;
+    });
 }
 
 } // namespace
@@ -31,8 +36,8 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     row.title = item->GetFileName();
     row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
     row.format = item->GetCurrentDownloadFormat()->FormatCode();
-    if (auto const subtitle = item->CurrentDownloadSubtitle())
-        row.subtitle = subtitle->CurrentSubtitleExtension();
+    for (auto const& subtitle : item->ChosenSubtitles())
+        row.subtitles.push_back(subtitle->GetLanguageCode());
     row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
     if (!request_.name.empty())
         row.controller->SetDownloadOutputName(request_.name);
@@ -100,23 +105,23 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
 
 void HVDownloads::Finished(Row const& row, int id) {
     std::string const path = row.controller->DownloadOutputPathFile();
-    std::string subtitle = row.subtitle.empty() ? std::string() : SubtitlePath(path, row.subtitle);
-    std::error_code ignored;
-    if (!subtitle.empty() && !std::filesystem::exists(subtitle, ignored)) {
+    auto const subtitles = std::as_const(*row.controller).DownloadItem()->DownloadedSubtitles();
+    for (std::string const& language : row.subtitles) {
+        if (HoldsLanguage(subtitles, language))
+            continue;
         // The tool may well succeed without the subtitles that it offered.
-        session_.Console().Error(row.title + ": the tool delivered no subtitles " + row.subtitle);
+        session_.Console().Error(row.title + ": the tool delivered no subtitles " + language);
         failed_ = true;
-        subtitle.clear();
     }
     if (request_.json) {
         std::vector<HVJsonField> fields{{"id", id + 1}, {"path", path}};
-        if (!subtitle.empty())
-            fields.emplace_back("subtitle", subtitle);
+        if (!subtitles.empty())
+            fields.emplace_back("subtitles", subtitles);
         session_.Console().Out(EventLine("finished", fields));
         return;
     }
     session_.Console().Out(path);
-    if (!subtitle.empty())
+    for (std::string const& subtitle : subtitles)
         session_.Console().Out(subtitle);
 }
 

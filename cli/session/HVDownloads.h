@@ -37,7 +37,7 @@ private:
         std::string title;
         std::string url;
         std::string format;
-        std::string subtitle; ///< ending of the subtitle file's name; empty for none
+        std::vector<std::string> subtitles; ///< languages
         bool started = false;
         bool over = false;
     };

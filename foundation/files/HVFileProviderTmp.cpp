@@ -127,7 +127,10 @@ void KeepFinishedFile(HVFinishedFile const& file) {
     auto& shared = TmpFolder::Shared();
     std::lock_guard const lock(shared.mutex);
     auto const& folder = shared.folder.Path();
-    shared.folder.Keep(NameIn(folder, file.path), NameIn(folder, file.side), file.Record());
+    std::vector<std::string> sides;
+    for (auto const& side : file.sides)
+        sides.push_back(NameIn(folder, side.path));
+    shared.folder.Keep(NameIn(folder, file.path), sides, file.Record());
 }
 
 void ForgetKeptFile(std::string const& path) {

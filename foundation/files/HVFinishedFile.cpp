@@ -7,10 +7,9 @@
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 
-#include <array>
 #include <cerrno>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace Halvorn {
 
@@ -31,12 +30,12 @@ std::string WithExtension(std::string const& stem, std::string const& extension)
 
 /// Beside a media file that has its name already. That both names were free was looked at before; where
 /// another process has taken this one since, the number stands behind the language.
-std::string PlaceSide(HVFinishedFile const& file, std::string const& stem) {
-    HVFileMove move(file.side);
-    auto const point = file.sideExtension.rfind('.');
+std::string PlaceSide(HVSideFile const& side, std::string const& stem) {
+    HVFileMove move(side.path);
+    auto const point = side.extension.rfind('.');
     bool const two = point != std::string::npos;
-    std::string const front = two ? stem + "." + file.sideExtension.substr(0, point) : stem;
-    std::string const extension = two ? file.sideExtension.substr(point + 1) : file.sideExtension;
+    std::string const front = two ? stem + "." + side.extension.substr(0, point) : stem;
+    std::string const extension = two ? side.extension.substr(point + 1) : side.extension;
     for (int number = 0; number < kMaxNumber; ++number) {
         std::string target = WithExtension(Numbered(front, number), extension);
         HVFileFailure const failure = move.To(target, false);
@@ -44,7 +43,7 @@ std::string PlaceSide(HVFinishedFile const& file, std::string const& stem) {
             continue;
         if (!failure.Happened())
             return target;
-        IHVLogConfig::Printf("Failed to move %s to %s: %s", file.side.c_str(), target.c_str(),
+        IHVLogConfig::Printf("Failed to move %s to %s: %s", side.path.c_str(), target.c_str(),
                              failure.reason.c_str());
         break;
     }
@@ -63,27 +62,37 @@ HVPlacement NotPlaced(HVFinishedFile const& file, std::string const& target, HVF
 
 std::string HVFinishedFile::Record() const {
     std::string record;
-    for (std::string_view const part :
-         {std::string_view(folder), std::string_view(name), std::string_view(extension),
-          std::string_view(side).substr(side.rfind('/') + 1), std::string_view(sideExtension)}) {
+    auto const add = [&record](std::string_view part) {
         record += part;
         record += kSeparator;
+    };
+    for (std::string const& part : {folder, name, extension})
+        add(part);
+    for (auto const& side : sides) {
+        add(std::string_view(side.path).substr(side.path.rfind('/') + 1));
+        add(side.extension);
     }
     return record;
 }
 
 bool HVFinishedFile::Load(std::string const& record, std::string const& from) {
-    std::array<std::string*, 5> const parts = {&folder, &name, &extension, &side, &sideExtension};
-    std::size_t begin = 0;
-    for (auto* const part : parts) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0; begin < record.size();) {
         std::size_t const end = record.find(kSeparator, begin);
         if (end == std::string::npos)
             return false;
-        *part = record.substr(begin, end - begin);
+        parts.push_back(record.substr(begin, end - begin));
         begin = end + 1;
     }
-    if (!side.empty())
-        side = IHVFileProvider::AppendPathComponent(from, side);
+    constexpr std::size_t kOwnParts = 3;
+    if (parts.size() < kOwnParts)
+        return false;
+    folder = parts[0];
+    name = parts[1];
+    extension = parts[2];
+    for (std::size_t i = kOwnParts; i + 1 < parts.size(); i += 2)
+        if (!parts[i].empty())
+            sides.push_back({IHVFileProvider::AppendPathComponent(from, parts[i]), parts[i + 1]});
     return !folder.empty() && !name.empty();
 }
 
@@ -98,8 +107,8 @@ HVPlacement PutIntoFolder(HVFinishedFile const& file) {
         std::string const numbered = Numbered(stem, number);
         std::string const target = WithExtension(numbered, extension);
         std::vector<std::string> paths = {target};
-        if (!file.side.empty())
-            paths.push_back(WithExtension(numbered, file.sideExtension));
+        for (auto const& side : file.sides)
+            paths.push_back(WithExtension(numbered, side.extension));
         HVReservedPaths names;
         if (!names.Take(paths))
             continue;
@@ -111,8 +120,10 @@ HVPlacement PutIntoFolder(HVFinishedFile const& file) {
             placement = NotPlaced(file, target, failure);
         else
             placement.target = target;
-        if (!file.side.empty() && !placement.ended)
-            placement.side = PlaceSide(file, numbered);
+        for (auto const& side : file.sides)
+            if (std::string placed = placement.ended ? std::string() : PlaceSide(side, numbered);
+                !placed.empty())
+                placement.sides.push_back(std::move(placed));
         return placement;
     }
     return NotPlaced(file, stem, {EEXIST, FileErrorReason(EEXIST)});

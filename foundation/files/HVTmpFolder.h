@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Halvorn {
 
@@ -26,8 +27,8 @@ public:
 
     /// Keeps an entry beyond End, and beyond a later start.
     void Keep(std::string const& name) { Keep(name, {}, {}); }
-    /// The same for an entry that a later start takes home, and for the file that goes with it.
-    void Keep(std::string const& name, std::string const& side, std::string const& record);
+    /// The same for an entry that a later start takes home, and for the files that go with it.
+    void Keep(std::string const& name, std::vector<std::string> const& sides, std::string const& record);
     /// The entry has left the folder.
     void Forget(std::string const& name);
     /// Names that are kept, those of files that go with others among them.
@@ -49,8 +50,8 @@ private:
 
     std::string path_;
     HVDescriptor lock_;
-    std::atomic<int> owner_ = 0;              ///< process id; 0 without a folder
-    std::map<std::string, std::string> kept_; ///< name of an entry, name of what goes with it
+    std::atomic<int> owner_ = 0;                           ///< process id; 0 without a folder
+    std::map<std::string, std::vector<std::string>> kept_; ///< name of an entry, name of what goes with it
 };
 
 /// Removes the folders in `parent` that are this user's and whose process has ended. Finished downloads in

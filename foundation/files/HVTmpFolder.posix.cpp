@@ -76,8 +76,7 @@ bool TakeHome(int folder, std::string const& path, std::string const& name) {
                          record) ||
         !file.Load(record, path))
         return false;
-    if (!file.side.empty() && !AnyEntryExists(file.side))
-        file.side.clear();
+    std::erase_if(file.sides, [](auto const& side) { return !AnyEntryExists(side.path); });
     HVPlacement const placement = PutIntoFolder(file);
     if (placement.failure.empty()) {
         IHVLogConfig::Printf("A download that an earlier run had finished is now \"%s\"",
@@ -108,7 +107,8 @@ std::set<std::string> EntriesToKeep(int folder, std::string const& path,
         std::string record;
         if (ReadRegularFile(IHVFileProvider::AppendPathComponent(path, entry), kMaxRecordBytes, record) &&
             file.Load(record, {}))
-            keep.insert(file.side);
+            for (auto const& side : file.sides)
+                keep.insert(side.path);
     }
     return keep;
 }
@@ -188,10 +188,11 @@ bool HVTmpFolder::Usable() const {
     return IsOwn() && lstat(path_.c_str(), &info) == 0 && IsPrivateFolder(info);
 }
 
-void HVTmpFolder::Keep(std::string const& name, std::string const& side, std::string const& record) {
+void HVTmpFolder::Keep(std::string const& name, std::vector<std::string> const& sides,
+                       std::string const& record) {
     if (name.empty())
         return;
-    kept_[name] = side;
+    kept_[name] = sides;
     HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
     if (folder.Valid())
         WriteRecord(folder.Get(), name, record);
@@ -205,10 +206,9 @@ void HVTmpFolder::Forget(std::string const& name) {
 
 std::set<std::string> HVTmpFolder::Kept() const {
     std::set<std::string> names;
-    for (auto const& [name, side] : kept_) {
+    for (auto const& [name, sides] : kept_) {
         names.insert(name);
-        if (!side.empty())
-            names.insert(side);
+        names.insert(sides.begin(), sides.end());
     }
     return names;
 }
@@ -236,10 +236,11 @@ void HVTmpFolder::End() {
     if (!folder.Valid())
         return;
     std::set<std::string> keep;
-    for (auto const& [name, side] : kept_) {
+    for (auto const& [name, sides] : kept_) {
         if (!AnyEntryExists(IHVFileProvider::AppendPathComponent(path_, name)))
             continue;
-        keep.insert({name, side, RecordName(name)});
+        keep.insert({name, RecordName(name)});
+        keep.insert(sides.begin(), sides.end());
         // There may have been no descriptor for it then.
         if (!AnyEntryExists(IHVFileProvider::AppendPathComponent(path_, RecordName(name))))
             WriteRecord(folder.Get(), name, {});

@@ -142,6 +142,23 @@ public:
     std::shared_ptr<IHVDownloadFormat> FormatWithCode(std::string const& code) const;
     /// Chooses that format as SetCurrentFormatIndex does; one that the list does not hold is appended to it.
     void ChooseFormat(std::shared_ptr<IHVDownloadFormat> const& format);
+    ///@{
+    /// The subtitles that people made, by name; those of the list are the machine's.
+    int GetAuthoredSubtitlesCount() const;
+    /// Empty when out of range.
+    std::shared_ptr<IHVDownloadSubtitle> GetAuthoredSubtitleAtIndex(int index) const;
+    ///@}
+    ///@{
+    /// The subtitles that a download fetches, each in its current file format, in place of the one that
+    /// SetCurrentSubtitleIndex chooses; empty for that one again. Several formats of them are a wish: the
+    /// tool takes for each language the first on offer. Where people and the machine made one in the same
+    /// language, and subtitles of both kinds are chosen, the people's is fetched.
+    void SetChosenSubtitles(std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles);
+    std::vector<std::shared_ptr<IHVDownloadSubtitle>> ChosenSubtitles() const;
+    ///@}
+    /// Paths of the subtitle files that the last finished download placed beside its file. From any thread at
+    /// any time.
+    std::vector<std::string> DownloadedSubtitles() const;
     /// What else the tool's document says: who it is on its site, uploader, date, chapters. Never empty; its
     /// values stay as they are, but a later SetPlayList makes others.
     std::shared_ptr<HVItemDetails const> Details() const;

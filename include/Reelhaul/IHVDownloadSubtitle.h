@@ -36,6 +36,9 @@ public:
     /// Ending of the subtitle file's name: language code, ".", chosen format.
     virtual std::string CurrentSubtitleExtension() const = 0;
 
+    /// Whether people made it; else the site's machine did.
+    bool MadeByPeople() const;
+
 protected:
     ~IHVDownloadSubtitle() = default;
 };

@@ -113,7 +113,7 @@ class InfoTest(ScriptedTest):
     def test_an_item(self):
         run = self.run_with_tool("info", "script:item")
         self.assertEqual((run.returncode, run.stderr), (0, ""))
-        for text in ("Title:      A 日本 100%s\n", "00:01:05", "1.5 KiB  v+a\n", "  en    English   vtt\n"):
+        for text in ("Title:      A 日本 100%s\n", "00:01:05", "1.5 KiB  v+a\n", "  en    English   machine  vtt\n"):
             self.assertIn(text, run.stdout)
         self.assertNotIn("\x1b", run.stdout)
         run = self.run_with_tool("info", "--json", "script:item")
@@ -168,6 +168,7 @@ class GetTest(ScriptedTest):
     def test_subtitles_are_checked_before_and_after(self):
         self.assertIn("there are en", self.get("script:item", "--subtitle", "fr").stderr)
         self.assertIn("en comes as vtt", self.get("script:item", "--subtitle", "en.srt").stderr)
+        self.assertIn("there are no subtitles", self.get("script:item", "--subtitle", "en", "--subtitle-kind", "people").stderr)
         run = self.get("script:item", "--subtitle", "en")
         self.assertEqual(run.returncode, 1)
         self.assertIn("delivered no subtitles", run.stderr)

@@ -50,9 +50,10 @@ HVFinishedFile Finished(std::string const& folder, std::string const& text = "fi
 }
 
 HVFinishedFile WithSide(HVFinishedFile file) {
-    file.side = IHVFileProvider::RemovePathExtension(file.path) + ".en.srt";
-    std::ofstream(file.side) << "words";
-    file.sideExtension = "en.srt";
+    for (std::string const extension : {"en.srt", "fr.vtt"}) {
+        file.sides.push_back({IHVFileProvider::RemovePathExtension(file.path) + "." + extension, extension});
+        std::ofstream(file.sides.back().path) << "words";
+    }
     return file;
 }
 
@@ -63,8 +64,10 @@ TEST(HVFinishedFile, GetsANameThatIsFreeForAllThatGoesWithIt) {
         EXPECT_EQ(PlaceFinishedFile(WithSide(Finished(folder.Path()))).target, folder / "Film (1).mp4");
         EXPECT_EQ(PlaceFinishedFile(Finished(folder.Path())).target, folder / "Film.mp4");
         folder.Put("Film (2).mp4", "the user's own");
-        EXPECT_EQ(PlaceFinishedFile(WithSide(Finished(folder.Path()))).side, folder / "Film (3).en.srt");
-        EXPECT_EQ(Names(folder), "Film (1).en.srt|Film (1).mp4|Film (2).mp4|Film (3).en.srt|Film (3).mp4|"
+        EXPECT_EQ(PlaceFinishedFile(WithSide(Finished(folder.Path()))).sides.at(1),
+                  folder / "Film (3).fr.vtt");
+        EXPECT_EQ(Names(folder), "Film (1).en.srt|Film (1).fr.vtt|Film (1).mp4|Film (2).mp4|Film "
+                                 "(3).en.srt|Film (3).fr.vtt|Film (3).mp4|"
                                  "Film.en.srt|Film.mp4|");
         EXPECT_EQ(folder.Get("Film.en.srt") + folder.Get("Film (2).mp4"), "the user's ownthe user's own");
         EXPECT_EQ(folder.Get("Film (1).mp4") + folder.Get("Film (3).en.srt"), "filmwords");
@@ -128,7 +131,7 @@ TEST_F(FileOnItsWay, IsTakenHomeByALaterStartAfterAKill) {
     part.pop_back();
 
     RemoveDeadTmpFolders(from_.Path());
-    EXPECT_EQ(Names(to_), part + "|Film.en.srt|Film.mp4|");
+    EXPECT_EQ(Names(to_), part + "|Film.en.srt|Film.fr.vtt|Film.mp4|");
     EXPECT_EQ(fs::file_size(to_ / "Film.mp4"), kSize);
     EXPECT_EQ(from_.Count(), 0);
 
@@ -146,7 +149,7 @@ TEST_F(FileOnItsWay, IsTakenHomeByALaterStartAfterAKill) {
     EXPECT_TRUE(PutIntoFolder(Finished(to_.Path())).failure.empty());
     EXPECT_EQ(used.Commit(true), 0) << "it was removed while it was written";
     EXPECT_EQ(Names(to_), ".reelhaul-0123456789ab.part|.reelhaul-ba9876543210.part|.reelhaul-mine.part|"
-                          "Film (1).mp4|Film.en.srt|Film.mp4|used|");
+                          "Film (1).mp4|Film.en.srt|Film.fr.vtt|Film.mp4|used|");
 }
 
 TEST_F(FileOnItsWay, IsWaitedForByANormalEnd) {
@@ -156,7 +159,7 @@ TEST_F(FileOnItsWay, IsWaitedForByANormalEnd) {
         while (Names(to_).empty())
             std::this_thread::yield();
     });
-    EXPECT_EQ(Names(to_), "Film.en.srt|Film.mp4|");
+    EXPECT_EQ(Names(to_), "Film.en.srt|Film.fr.vtt|Film.mp4|");
     EXPECT_EQ(fs::file_size(to_ / "Film.mp4"), kSize);
     EXPECT_EQ(from_.Count(), 0);
 }
@@ -169,7 +172,7 @@ TEST_F(FileOnItsWay, IsSparedWhenTheEndCanWaitNoLonger) {
     EXPECT_EQ(Names(to_), "") << "half a copy is left";
     ASSERT_EQ(from_.Count(), 1);
     RemoveDeadTmpFolders(from_.Path());
-    EXPECT_EQ(Names(to_), "Film.en.srt|Film.mp4|");
+    EXPECT_EQ(Names(to_), "Film.en.srt|Film.fr.vtt|Film.mp4|");
     EXPECT_EQ(from_.Count(), 0);
 }
 

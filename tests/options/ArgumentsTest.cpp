@@ -70,6 +70,21 @@ protected:
         return item;
     }
 
+    static Item Chosen(std::vector<std::pair<std::string, bool>> const& languages) {
+        auto item = Subtitled("srt");
+        std::vector<std::shared_ptr<IHVDownloadSubtitle>> chosen;
+        for (auto const& [code, people] : languages) {
+            auto const subtitle = std::make_shared<HVDownloadSubtitle>();
+            subtitle->LoadFromJsonObject(code, std::make_shared<HVJsonObjectSubtitle>(nullptr));
+            subtitle->SetCurrentSubtitleFormat("vtt");
+            if (people)
+                subtitle->SetAuthored();
+            chosen.push_back(subtitle);
+        }
+        item->SetChosenSubtitles(chosen);
+        return item;
+    }
+
     std::string const js_ = "--js-runtimes 'deno:/js run/deno' ";
     HVArgsBuilder bare_;
     HVArgsBuilder builder_;
@@ -122,6 +137,10 @@ TEST_F(Commands, OfADownload) {
         {download(Subtitled("vtt")),
          "--write-auto-sub --sub-lang fr --sub-format vtt --sleep-interval 10 " + tube},
         {download(Subtitled("")), tube},
+        // In place of the current one; what stands twice is named once.
+        {download(Chosen({{"fr", true}, {"en", false}, {"all", false}})),
+         "--write-sub --write-auto-sub --sub-lang fr,en,\\x61\\x6c\\x6c --sub-format vtt " + tube},
+        {download(Chosen({{"fr", true}})), "--write-sub --sub-lang fr --sub-format vtt " + tube},
         {download(EntryOf(Tube, "h")), plain + "h"},
         {download(EntryOf(Tube, "")), "--playlist-items 5 " + plain + Tube},
         {download(EntryOf("-U", "")), "--playlist-items 5 " + plain + "-- -U"},

@@ -16,8 +16,9 @@ class DownloadTest(ServerTest):
 
     def test_playable_files_of_every_kind(self):
         rows = (
-            # The tool waits ten seconds before a download with a subtitle. It names the subtitle in one way when the
-            # format's own extension is mp4, in another when it is not.
+            ("watch/subtitles", "worst", ["Subtitles.de.vtt", "Subtitles.en.vtt", "Subtitles.fr.srt", "Subtitles.mp4"],
+             "--subtitle", "de,en,fr.srt"),
+            # The tool names the subtitle in one way when the format's own extension is mp4, in another when it is not.
             ("watch/subtitles", "combined320-mp4", ["Subtitles.fr.srt", "Subtitles.mp4"], "--subtitle", "fr.srt"),
             ("watch/subtitles", "audio-en", ["Subtitles.m4a", "Subtitles.pt-BR.vtt"], "--subtitle", "pt-BR.vtt"),
             ("watch/merged-mp4", "video640mp4+audio-en", ["Merged mp4.mp4"]),

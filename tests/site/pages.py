@@ -103,7 +103,9 @@ WATCH = {
     "everything": everything,
     "subtitles": lambda s: item("Subtitles", [s.combined(), s.video("640", "mp4"), s.audio("en")],
                                 automatic_captions=s.captions(),
-                                subtitles={"de": [{"ext": "vtt", "name": "Deutsch", "url": s.url("caption/de.vtt")}]}),
+                                subtitles={"de": [{"ext": "vtt", "name": "Deutsch", "url": s.url("caption/de.vtt")}],
+                                           "en": [{"ext": "vtt", "url": s.url("caption/en-people.vtt")}],
+                                           "live_chat": [{"ext": "json", "url": s.url("caption/chat.json3")}]}),
     "thumbnails": lambda s: item("Thumbnails", [s.combined()], thumbnails=s.thumbnails()),
     "webp": lambda s: item("The largest thumbnail is webp", [s.combined()], thumbnails=s.thumbnails()[:3]),
     "sizeless": lambda s: item("Thumbnails without sizes, the best last", [s.combined()], thumbnails=[
