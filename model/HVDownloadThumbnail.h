@@ -6,6 +6,7 @@
 #include "IHVDownloadThumbnail.h"
 
 #include <cstdint>
+#include <functional>
 
 namespace Halvorn {
 
@@ -24,9 +25,10 @@ public:
     /// How long a fetch may take, in milliseconds.
     static constexpr unsigned int kFetchTime = 30'000;
     /// As DownLoadThumbnailData, with the JS runtime's path, which may be empty; it is ended at once when
-    /// `stop`, which may be null, is requested, and after `time` milliseconds.
+    /// `stop`, which may be null, is requested, after `time` milliseconds, and when `mayGoOn`, which may be
+    /// empty, says false.
     bool FetchData(std::shared_ptr<IHVDownloadOptions> options, std::string const& jsRuntimePath,
-                   HVToolStop* stop, unsigned int time);
+                   HVToolStop* stop, unsigned int time, std::function<bool()> const& mayGoOn = {});
 
     /// False for a picture that is not offered: no identifier, no address, WebP, an empty pointer.
     bool LoadFromJson(std::shared_ptr<HVJsonObjectThumbnail const> const& json);

@@ -1,6 +1,7 @@
 // The part of HVDownloadThumbnail that fetches the bytes, by a run of the tool.
 #include "HVDownloadThumbnail.h"
 
+#include "HVApplicationCall.h"
 #include "HVArgsBuilder.h"
 #include "HVToolRun.h"
 #include "IHVFileProvider.h"
@@ -71,6 +72,14 @@ private:
     std::atomic<bool> isList_ = false;
 };
 
+/// What the application says; no, where its function throws.
+bool Asked(std::function<bool()> const& mayGoOn) {
+    bool answer = !mayGoOn;
+    if (mayGoOn)
+        CallApplication([&] { answer = mayGoOn(); });
+    return answer;
+}
+
 } // namespace
 
 bool HVDownloadThumbnail::DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptions> options) {
@@ -78,7 +87,8 @@ bool HVDownloadThumbnail::DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptio
 }
 
 bool HVDownloadThumbnail::FetchData(std::shared_ptr<IHVDownloadOptions> options,
-                                    std::string const& jsRuntimePath, HVToolStop* stop, unsigned int time) {
+                                    std::string const& jsRuntimePath, HVToolStop* stop, unsigned int time,
+                                    std::function<bool()> const& mayGoOn) {
     if (data_ != nullptr && dataSize_ != 0) {
         IHVLogConfig::Printf("The thumbnail %s was downloaded.", downloadURL_.c_str());
         return true;
@@ -98,8 +108,10 @@ bool HVDownloadThumbnail::FetchData(std::shared_ptr<IHVDownloadOptions> options,
     // at while it comes: a film is no picture, nor is the first entry of a list.
     auto const detector = std::make_shared<ListDetector>();
     run.SetOutputHandler([detector](std::string const& chunk) { detector->Take(chunk); });
-    run.SetWatch(
-        [&] { return !detector->IsList() && !IsTooLarge(path) && !IsTooLarge(path + kPartExtension); });
+    run.SetWatch([&] {
+        return !detector->IsList() && !IsTooLarge(path) && !IsTooLarge(path + kPartExtension) &&
+               Asked(mayGoOn);
+    });
     auto const result = run.Run();
     if (result.startError != nullptr) {
         IHVLogConfig::Printf("creat LaunchTask err!");
@@ -116,6 +128,16 @@ bool HVDownloadThumbnail::FetchData(std::shared_ptr<IHVDownloadOptions> options,
     data_ = std::move(bytes.data);
     dataSize_ = bytes.size;
     return true;
+}
+
+bool IHVDownloadThumbnail::Fetch(std::shared_ptr<IHVDownloadOptions> options,
+                                 std::string const& jsRuntimePath, unsigned int milliseconds,
+                                 std::function<bool()> const& mayGoOn) {
+    auto* const own = dynamic_cast<HVDownloadThumbnail*>(this);
+    if (own == nullptr)
+        return DownLoadThumbnailData(std::move(options));
+    unsigned int const time = milliseconds == 0 ? HVDownloadThumbnail::kFetchTime : milliseconds;
+    return own->FetchData(std::move(options), jsRuntimePath, nullptr, time, mayGoOn);
 }
 
 void IHVDownloadThumbnail::SetSizeLimit(std::int64_t bytes) {

@@ -8,6 +8,7 @@
 #include "HVExport.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -55,6 +56,13 @@ public:
     /// left no file, or left one that could not be read or is too large (see SetSizeLimit), and for the
     /// address of a list.
     virtual bool DownLoadThumbnailData(std::shared_ptr<IHVDownloadOptions> options) = 0;
+
+    /// The same for a thumbnail whose bytes an analysis has left out (see
+    /// IHVDownloadTask::SetThumbnailBytes), with the path of the JS runtime, which may be empty, and for at
+    /// most so many milliseconds, half a minute for 0. `mayGoOn`, which may be empty, is asked about ten
+    /// times a second on this thread, and ends the fetch when it says false or throws.
+    bool Fetch(std::shared_ptr<IHVDownloadOptions> options, std::string const& jsRuntimePath,
+               unsigned int milliseconds, std::function<bool()> const& mayGoOn = {});
 
     /// How many bytes a picture may have, in this process, for fetches that begin afterwards: 20,000,000
     /// unless set. A larger one is given up while it comes.

@@ -129,10 +129,22 @@ WATCH = {
         {**s.audio("fr"), "format_id": "audio-de-described", "language": "de", "language_preference": -10, "filesize": 10**6}]),
     "close-sounds": lambda s: item("Close sounds", [s.video("640", "webm"), {**s.audio("en"), "filesize": 100000},
                                                     {**s.opus(), "filesize": 90000}]),
+    "copied-sound": lambda s: item("Copied sound", [s.video("640", "mp4"), {**s.audio("en"), "filesize": 100000},
+                                                    {**s.opus(), "filesize": 110000}]),
     "no-partner": lambda s: item("No partner", [s.video("640", "mp4"), s.video("320", "webm"), s.opus()]),
     "silent-best": lambda s: item("The best is silent", [s.video("640", "mp4"), s.combined()]),
     "mirrors": lambda s: item("Mirrors", [{**s.combined(), "format_id": f"mirror{i}", "format_note": None, "protocol": protocol}
                                           for i, protocol in enumerate(("http", "https"))]),
+    # What decides the tool's order besides the size of the picture.
+    "preferred-source": lambda s: item("Preferred source", [{**s.combined("combined640.mp4"), "source_preference": -5, "format_id": "far"},
+                                                            {**s.combined("combined640.mp4"), "format_id": "near"}]),
+    "quality": lambda s: item("Quality", [{**s.combined("combined640.mp4"), "quality": 1}, {**s.combined(), "quality": 5}]),
+    "portrait": lambda s: item("Portrait", [{**s.combined("combined640.mp4"), "width": 360, "height": 640}, s.combined()]),
+    "half-known": lambda s: item("Half known", [{**s.video("640", "mp4"), "height": None}, {**s.video("320", "mp4"), "width": None}, s.audio("en")]),
+    "odd-codes": lambda s: item("Odd codes", [{**s.combined(), "format_id": code} for code in ("best", "1 2", "a/b", "137", "日本")]),
+    "sound-alone": lambda s: item("Sound alone", [s.audio("en"), s.opus(), s.audio("fr")]),
+    "silent": lambda s: item("Silent", [s.video("320", "mp4"), s.video("640", "webm")]),
+    "fast": lambda s: item("Fast", [{**s.video("640", "mp4", f"fps{rate}"), "fps": rate} for rate in (60, 25, 50)] + [s.audio("en")]),
     "empty-formats": lambda s: item("No formats at all", []),
     "big": lambda s: item("2,000 formats", [
         {**s.video("320", "mp4", f"video{i}"), "url": s.url(f"media/video320.mp4?copy={i}")} for i in range(1999)] + [s.audio("en")]),
@@ -157,6 +169,8 @@ LISTS = {
     "tabs": lambda s: [s.inner("feed"), s.inner("whole"), s.inner("parts", _type="multi_video")],
     "addresses": lambda s: [s.link("combined", "Combined"), *({"_type": "url", "url": s.url(f"list/{name}"), "title": f"By address: {name}"}
                                                           for name in ("parts", "files", "addresses"))],
+    "deep": lambda s: [{**s.inner("feed"), "entries": [{**s.inner("parts"), "webpage_url": s.url("list/files"), "entries": LISTS["files"](s)}]}],
+    "to-lists": lambda s: [{"_type": "url_transparent", "url": s.url("list/parts"), "title": "Transparent"}, s.link("details")],
     "feed": lambda s: [{"_type": "url_transparent", "url": s.url(f"watch/{name}"), "title": f"Feed: {name}"}
                        for name in ("combined", "merged-mp4")],
 }
@@ -166,6 +180,9 @@ LISTS = {
 HTML = {
     "og-video": lambda s: f'''<html><head><title>One video in the head</title>
 <meta property="og:video" content="{s.url("media/combined320.mp4")}"></head></html>''',
+    "twitter-card": lambda s: f'''<html><head><title>A card</title>
+<meta name="twitter:player:stream" content="{s.url("media/combined320.mp4")}"></head></html>''',
+    "sound": lambda s: f'''<html><head><title>A sound</title></head><body><audio src="{s.url("media/audio-en.m4a")}"></audio></body></html>''',
     "several-videos": lambda s: f'''<html><head><title>Several videos</title></head><body>
 <video src="{s.url("media/combined320.mp4")}"></video><video src="{s.url("media/combined640.mp4")}"></video></body></html>''',
 }

@@ -4,6 +4,8 @@
 
 #include "HVDownloadTaskParser.h"
 
+#include <stdexcept>
+
 using namespace Halvorn;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -193,8 +195,23 @@ TEST_F(FullAnalysis, KeepsWhatElseTheDocumentSays) {
         task.SetWebPThumbnails(true);
     });
     EXPECT_EQ(thumbnail(), "l.webp");
-    EXPECT_EQ(Starts().size(), 2U); // no run for a thumbnail
+    auto const runs = Starts().size();
+    EXPECT_EQ(runs, 2U); // no run for a thumbnail
     EXPECT_EQ(recorder_->items[0]->DocumentText(), "");
+
+    // Afterwards, as long as the application likes.
+    Put("hang", "touch up\nhang");
+    Put("fetch", "write . 7");
+    Put("row", "line " + Whole("A", R"(,"thumbnails":[{"id":"0","url":"script:hang"}])"));
+    Run("script:row", [](auto& task) { task.SetThumbnailBytes(false); });
+    auto const picture = recorder_->items[0]->GetThumbnail();
+    EXPECT_FALSE(picture->Fetch(nullptr, "", 0, [this] { return !std::filesystem::exists(Path("up")); }));
+    EXPECT_FALSE(
+        picture->Fetch(nullptr, "", 0, []() -> bool { throw std::runtime_error("odd application"); }));
+    EXPECT_FALSE(picture->Fetch(nullptr, "", 100));
+    Put("hang", "run fetch");
+    EXPECT_TRUE(picture->Fetch(nullptr, "", 0, [] { return true; }));
+    EXPECT_EQ(picture->GetDataSize(), 7);
 
     Put("row", "line " + List("L", Link("one")));
     Run("script:row");
