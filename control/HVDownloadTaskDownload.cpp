@@ -153,7 +153,7 @@ void HVDownloadTaskDownload::TakeSubtitle(HVFinishedFile& finished, std::string 
                                           std::vector<std::string> const& formats) const {
     std::string const stem = IHVFileProvider::RemovePathExtension(finished.path);
     for (auto const& format : formats) {
-        std::string const side = language + "." + format;
+        std::string const side = std::string(language).append(".").append(format);
         // The site names the language, which may not lead to a file of another folder.
         if (side.find('/') != std::string::npos)
             continue;

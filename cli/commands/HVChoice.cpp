@@ -146,8 +146,12 @@ std::string Take(Subtitles& chosen, std::string& extension, Subtitles const& off
         if (code != wish) {
             std::string const format(wish.substr(point + 1));
             if (!Offers(*subtitle, format))
-                return "there are no subtitles " + Quoted(wish) + "; " + code + " comes as " +
-                       Listing(subtitle->GetSubtitleFormats());
+                return std::string("there are no subtitles ")
+                    .append(Quoted(wish))
+                    .append("; ")
+                    .append(code)
+                    .append(" comes as ")
+                    .append(Listing(subtitle->GetSubtitleFormats()));
             if (!extension.empty() && extension != format)
                 return "one format goes for all subtitles: " + extension + " or " + format;
             extension = format;

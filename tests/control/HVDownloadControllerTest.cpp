@@ -227,7 +227,7 @@ TEST_F(Controller, ReportsByWayOfTheDispatcher) {
     for (auto const& work : works)
         work();
     EXPECT_EQ(TakeEvents(), "1>3 50% 3>5 Error");
-    EXPECT_EQ(starts_, 2);
+    EXPECT_TRUE(starts_ == 1 || starts_ == 2); // the caller may be slower than the whole run
 }
 
 TEST_F(Controller, MayBeDroppedWhileItRuns) {
