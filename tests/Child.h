@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,8 +21,14 @@ inline std::ptrdiff_t CountThreads() {
     return none ? 0 : std::distance(threads, std::filesystem::directory_iterator());
 }
 
-/// A sanitizer may have one of its own.
-inline std::ptrdiff_t const kThreadsAtStart = CountThreads();
+/// A sanitizer may have one of its own, which ThreadSanitizer starts with the first thread of the program.
+inline std::ptrdiff_t const kThreadsAtStart = [] {
+#ifdef __SANITIZE_THREAD__
+    std::thread([] {}).join();
+    Eventually([] { return CountThreads() == 2; });
+#endif
+    return CountThreads();
+}();
 
 /// fork(), once no thread of the library's runs: a lock of the allocator's that it held would stay locked in
 /// the copy.
