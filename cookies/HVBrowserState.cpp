@@ -1,4 +1,4 @@
-#include "IHVBrowserState.h"
+#include "HVBrowserState.h"
 
 #include "IHVCookieStock.h"
 
@@ -44,6 +44,18 @@ std::string IHVBrowserState::BrowserParamName(HVDownloadBrowser browser) {
 
 bool IHVBrowserState::BrowserWasStarted(HVDownloadBrowser browser) {
     return IHVCookieStock::SharedCookieStock()->BrowserWasStarted(browser);
+}
+
+std::string IHVBrowserState::GetStateText() const {
+    if (auto const* const own = dynamic_cast<HVBrowserState const*>(this))
+        return own->text;
+    if (!IsReachable())
+        return "The browser can't be asked for cookies.";
+    if (IsRequestBlocked())
+        return "The browser takes no request for cookies.";
+    if (!IsResponding())
+        return "The browser has stopped answering.";
+    return HasCookieData() ? "The browser has given cookies." : "The browser has not answered yet.";
 }
 
 } // namespace Halvorn

@@ -1,6 +1,6 @@
 #include "IHVCookieStock.h"
 
-#include "IHVBrowserState.h"
+#include "HVBrowserState.h"
 
 #include <mutex>
 #include <utility>
@@ -8,15 +8,6 @@
 namespace Halvorn {
 
 namespace {
-
-class AbsentBrowser final : public IHVBrowserState {
-public:
-    bool HasCookieData() const override { return false; }
-    long long GetStateTime() const override { return 0; }
-    bool IsResponding() const override { return false; }
-    bool IsRequestBlocked() const override { return false; }
-    bool IsReachable() const override { return false; }
-};
 
 /// The stock while there is no other source of cookies.
 class HVCookieStock final : public IHVCookieStock {
@@ -26,7 +17,9 @@ public:
                                      "No browser can be asked for cookies.");
     }
     std::shared_ptr<IHVBrowserState const> GetBrowserState(HVDownloadBrowser) override {
-        return std::make_shared<AbsentBrowser>();
+        auto state = std::make_shared<HVBrowserState>();
+        state->text = "No browser can be asked for cookies.";
+        return state;
     }
     std::string GetCookieData() override { return {}; }
     bool BrowserWasStarted(HVDownloadBrowser) override { return false; }

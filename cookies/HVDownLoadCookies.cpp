@@ -34,11 +34,6 @@ std::shared_ptr<IHVError const> Failure(int line, char const* text) {
     return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile", -1, "Error", text);
 }
 
-std::shared_ptr<IHVError const> Busy(int line) {
-    return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile2", HVErrorCodeIO, "IO Error",
-                                 "IO error, try again later");
-}
-
 /// In milliseconds; as much as the type holds where that is less.
 long long PollLimit(long long seconds) {
     return std::clamp(seconds, 0LL, std::numeric_limits<long long>::max() / 1000 - 1) * 1000;
@@ -101,25 +96,43 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
     return Failure(__LINE__, ("failed to creater cookies file. " + errorText).c_str());
 }
 
+std::shared_ptr<IHVError const> HVDownloadCookies::StartWorker(char const* operation,
+                                                               std::function<void()> work,
+                                                               std::function<void()> const& taken) {
+    auto const busy = [operation](int line) {
+        return IHVError::MallocError("HVDownLoadCookies", line, operation, HVErrorCodeIO, "IO Error",
+                                     "IO error, try again later");
+    };
+    auto worker = IHVThread::MallocThread(std::move(work));
+    {
+        std::lock_guard const lock(mutex_);
+        if (worker_ && !worker_->HasEnded())
+            return busy(__LINE__);
+        taken();
+        worker_ = worker;
+    }
+    // In the field before its start: from here on a second call is refused.
+    if (worker->Start()->Succeed())
+        return IHVError::MallocSucceed("HVDownLoadCookies", __LINE__, operation);
+    return busy(__LINE__);
+}
+
 std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile2(std::string const& path,
                                                                         Callback callback,
                                                                         HVDownloadBrowser browser,
                                                                         long long timeout) {
     // The thread holds the record, so that an owner may drop it while the worker runs.
-    auto worker = IHVThread::MallocThread(
-        [self = shared_from_this(), browser, path, timeout] { self->Work(browser, path, timeout); });
-    {
-        std::lock_guard const lock(mutex_);
-        if (worker_ && !worker_->HasEnded())
-            return Busy(__LINE__);
-        std::swap(callback_, callback);
-        worker_ = worker;
-    }
-    // In the field before its start: from here on a second call is refused.
-    if (worker->Start()->Succeed())
-        return IHVError::MallocSucceed("HVDownLoadCookies", __LINE__, "GenerateCookiesFile2");
-    TakeCallback();
-    return Busy(__LINE__);
+    bool taken = false;
+    auto result = StartWorker(
+        "GenerateCookiesFile2",
+        [self = shared_from_this(), browser, path, timeout] { self->Work(browser, path, timeout); },
+        [&] {
+            std::swap(callback_, callback);
+            taken = true;
+        });
+    if (taken && !result->Succeed())
+        TakeCallback();
+    return result;
 }
 
 void HVDownloadCookies::Work(HVDownloadBrowser browser, std::string const& folder, long long timeout) {
@@ -152,23 +165,29 @@ void HVDownloadCookies::AskBrowser(HVDownloadBrowser browser, std::string const&
     answer.state = stock->GetBrowserState(browser);
     if (!answer.state->IsReachable() || answer.state->IsRequestBlocked())
         return;
-    auto const message = IHVCookieMessage::MallocCookieMessage(0, browser);
+    std::shared_ptr<IHVCookieMessage const> const message = IHVCookieMessage::MallocCookieMessage(0, browser);
     stock->SendCookieMessage(message);
-    ListeningGetHandle(*stock, browser, folder, timeout, message->GetMessageTime(), answer);
+    ListeningGetHandle(*stock, browser, folder, timeout, message, answer);
+    if (auto* const requests = dynamic_cast<IHVCookieRequests*>(stock.get()))
+        requests->EndRequest(message);
 }
 
 void HVDownloadCookies::ListeningGetHandle(IHVCookieStock& stock, HVDownloadBrowser browser,
                                            std::string const& folder, long long timeout,
-                                           long long messageTime, Answer& answer) {
+                                           std::shared_ptr<IHVCookieMessage const> const& message,
+                                           Answer& answer) {
     auto const limit = PollLimit(timeout);
+    auto* const requests = dynamic_cast<IHVCookieRequests*>(&stock);
     for (long long elapsed = 0;; elapsed += PollMilliseconds) {
-        answer.state = stock.GetBrowserState(browser);
+        answer.state =
+            requests != nullptr ? requests->GetRequestState(message) : stock.GetBrowserState(browser);
         if (!answer.state->IsResponding())
             return;
         // A state older than the request is no answer to it, whatever data there are.
         auto const time = answer.state->GetStateTime();
-        if (time >= messageTime && answer.state->HasCookieData()) {
-            auto const data = IHVBase64Codec::Decode(stock.GetCookieData());
+        if (time >= message->GetMessageTime() && answer.state->HasCookieData()) {
+            auto const data = IHVBase64Codec::Decode(requests != nullptr ? requests->TakeCookieData(message)
+                                                                         : stock.GetCookieData());
             answer.path = CreateCookiePath(folder, browser, time);
             SaveStringToFile(data, answer.path);
             return;

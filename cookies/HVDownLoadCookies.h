@@ -3,10 +3,13 @@
 
 #include "IHVDownloadCookies.h"
 
+#include <functional>
 #include <mutex>
 
 namespace Halvorn {
 
+class HVLatch;
+class IHVCookieMessage;
 class IHVCookieStock;
 class IHVThread;
 
@@ -26,6 +29,9 @@ public:
                                                          long long timeout) override;
     std::string CookiesPluginInstallerURL(HVDownloadBrowser browser) override;
 
+    std::shared_ptr<IHVError const> StartAsking(HVBrowserQuestion const& question, AnswerFunc answer);
+    void EndAsking();
+
 private:
     /// What the callback is told.
     struct Answer {
@@ -33,6 +39,9 @@ private:
         std::shared_ptr<IHVBrowserState const> state;
     };
 
+    /// Starts a worker with this function unless one runs; `taken` then happens under the lock.
+    std::shared_ptr<IHVError const> StartWorker(char const* operation, std::function<void()> work,
+                                                std::function<void()> const& taken);
     /// The worker's function.
     void Work(HVDownloadBrowser browser, std::string const& folder, long long timeout);
     Callback TakeCallback();
@@ -41,8 +50,8 @@ private:
     /// Looks at the browser's state each half second until it answers the request, stops responding, or
     /// `timeout` seconds of sleep are over.
     static void ListeningGetHandle(IHVCookieStock& stock, HVDownloadBrowser browser,
-                                   std::string const& folder, long long timeout, long long messageTime,
-                                   Answer& answer);
+                                   std::string const& folder, long long timeout,
+                                   std::shared_ptr<IHVCookieMessage const> const& message, Answer& answer);
     static std::string CreateCookiePath(std::string const& folder, HVDownloadBrowser browser, long long time);
     static bool SaveStringToFile(std::string const& data, std::string const& path);
 
@@ -51,6 +60,7 @@ private:
     HVDownloadBrowser cookiesFromBrowser_;
     std::shared_ptr<IHVThread> worker_;
     Callback callback_;
+    std::shared_ptr<HVLatch> stopAsking_; ///< of the last AskRunningBrowser
 };
 
 } // namespace Halvorn

@@ -33,6 +33,9 @@ public:
     /// False when the browser can't be asked at all.
     virtual bool IsReachable() const = 0;
 
+    /// The state in words for a person, and what to do next where something stands in the way.
+    std::string GetStateText() const;
+
 protected:
     ~IHVBrowserState() = default;
 };

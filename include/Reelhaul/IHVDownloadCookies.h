@@ -14,6 +14,7 @@
 /// Thread-safety: any operation from any thread. Ownership: shared pointers. A record whose worker runs keeps
 /// itself alive.
 
+#include "HVBrowserQuestion.h"
 #include "HVDownloadBrowser.h"
 #include "HVExport.h"
 #include "IHVBrowserState.h"
@@ -30,6 +31,9 @@ public:
     /// Gets the path of the new file, empty when none was made, and the browser's last state, which tells
     /// why. The state is empty when there was no browser to ask.
     using Callback = std::function<void(std::string const&, std::shared_ptr<IHVBrowserState const>)>;
+
+    /// Gets the outcome of AskRunningBrowser, and the path of the cookies file, empty after a failure.
+    using AnswerFunc = std::function<void(std::shared_ptr<IHVError const>, std::string const&)>;
 
     /// A record without path and browser.
     static std::shared_ptr<IHVDownloadCookies> MallocDownloadCookies();
@@ -65,6 +69,15 @@ public:
                                                                  long long timeout) = 0;
     /// Address of a browser's add-on for cookies. None is known: always empty.
     virtual std::string CookiesPluginInstallerURL(HVDownloadBrowser browser) = 0;
+
+    /// Asks a running browser for the cookies of certain sites, or for all, and writes them to a new file
+    /// that is the user's alone (0600). Returns at once; `answer` is called exactly once on a worker thread:
+    /// with a success and the path, with the cancel after StopAsking, or with a failure whose message says in
+    /// words for a user what stands in the way. The record's path stays as it is. Fails with HVErrorCodeIO,
+    /// and then never calls back, while the record's last worker runs.
+    std::shared_ptr<IHVError const> AskRunningBrowser(HVBrowserQuestion const& question, AnswerFunc answer);
+    /// Ends the wait of AskRunningBrowser; returns at once.
+    void StopAsking();
 
     /// IHVBrowserState::BrowserName of the record's browser.
     std::string CookiesFromBrowserName() const;

@@ -15,6 +15,7 @@
 /// All of the interface but the version of the library.
 
 #include "HVArgsBuilder.h"
+#include "HVBrowserQuestion.h"
 #include "HVConstants.h"
 #include "HVDisplayText.h"
 #include "HVDownloadBrowser.h"
@@ -27,6 +28,8 @@
 #include "IHVBrowserState.h"
 #include "IHVCallbackDispatcher.h"
 #include "IHVCertificateAuthentication.h"
+#include "IHVCookieMessage.h"
+#include "IHVCookieStock.h"
 #include "IHVDownloadController.h"
 #include "IHVDownloadControllers.h"
 #include "IHVDownloadCookies.h"

@@ -42,7 +42,9 @@ struct FakeStock final : IHVCookieStock {
         ++messages;
         if (after.time < 0)
             after.time += sent->GetMessageTime() + 1; // -1: the very time of the request
-        return IHVError::MallocError("FakeStock", 1, "SendCookieMessage", -1, "Error", "not looked at");
+        if (sends)
+            return IHVError::MallocSucceed("FakeStock", 1, "SendCookieMessage");
+        return IHVError::MallocError("FakeStock", 1, "SendCookieMessage", -1, "Error", "not sent");
     }
     std::shared_ptr<IHVBrowserState const> GetBrowserState(HVDownloadBrowser) override {
         if (gate)
@@ -52,13 +54,15 @@ struct FakeStock final : IHVCookieStock {
         looks += messages;
         return std::make_shared<State>(messages > 0 ? after : before);
     }
-    std::string GetCookieData() override { return "AP8KJQ=="; }
+    std::string GetCookieData() override { return data; }
     bool BrowserWasStarted(HVDownloadBrowser browser) override { return browser == started; }
 
     State before;
     State after;
+    std::string data = "AP8KJQ==";
     HVDownloadBrowser started = HVDownloadBrowserUnknown;
     bool throwing = false;
+    bool sends = false; // GenerateCookiesFile2 does not look at it
     std::shared_ptr<HVLatch> gate;
     std::atomic<int> messages = 0;
     std::atomic<int> looks = 0; // after the request
@@ -207,6 +211,50 @@ TEST_F(Cookies, ProbedBrowserStandsIn) {
     Run(HVDownloadBrowserUnknown);
     EXPECT_EQ(ContentOf(path), std::string("\0\xFF\n%", 4));
     EXPECT_EQ(ContentOf(Path("other")), "not ours") << "a link in the file's place was followed";
+}
+
+// As it is asked by a program: every failure is an error in words, and never a path.
+TEST_F(Cookies, AskedWithAnError) {
+    struct {
+        char const* name;
+        void (*set)(FakeStock&);
+        std::string folder;
+        std::string words;
+    } const rows[] = {
+        {"blocked", [](FakeStock& s) { s.before.blocked = true; }, folder_, "takes no request"},
+        {"not sent", [](FakeStock& s) { s.sends = false; }, folder_, "not sent"},
+        {"gone meanwhile", [](FakeStock& s) { s.after.responding = false; }, folder_, "stopped answering"},
+        {"never answers", [](FakeStock& s) { s.after.data = false; }, folder_,
+         "Edge did not answer within 0 s"},
+        {"no base64", [](FakeStock& s) { s.data = "AP8*"; }, folder_, "can't be read"},
+        {"no folder", [](FakeStock&) {}, folder_ + "/none", "the folder does not exist"},
+        {"a fault of the source", [](FakeStock& s) { s.throwing = true; }, folder_, "no state"},
+        {"an answer", [](FakeStock&) {}, folder_, "Operation was succeed"}};
+    for (auto const& row : rows) {
+        SCOPED_TRACE(row.name);
+        stock_ = std::make_shared<FakeStock>();
+        stock_->after = State(true, -1);
+        stock_->sends = true;
+        row.set(*stock_);
+        IHVCookieStock::SetSharedCookieStock(stock_);
+        std::promise<std::pair<std::string, std::string>> told;
+        auto const record = IHVDownloadCookies::MallocDownloadCookies();
+        record->AskRunningBrowser({HVDownloadBrowserEdge, {}, {}, row.folder, 0},
+                                  [&told](auto const& error, auto const& path) {
+                                      told.set_value({error->GetErrorMessage(), path});
+                                  });
+        auto const [words, path] = told.get_future().get();
+        EXPECT_THAT(words, testing::HasSubstr(row.words));
+        EXPECT_EQ(ContentOf(path), row.name == std::string("an answer") ? std::string("\0\xFF\n%", 4) : "");
+    }
+    std::promise<bool> cancelled;
+    stock_->after = State(false, -1);
+    auto const record = IHVDownloadCookies::MallocDownloadCookies();
+    record->AskRunningBrowser(
+        {HVDownloadBrowserEdge, {}, {}, folder_, 3600},
+        [&](auto const& error, auto const&) { cancelled.set_value(error->UserCancel()); });
+    record->StopAsking();
+    EXPECT_TRUE(cancelled.get_future().get());
 }
 
 // An owner may drop the record at once, and a callback may hold it; meanwhile no second run begins.

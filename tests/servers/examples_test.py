@@ -43,6 +43,8 @@ class Examples(ServerTest):
                 ("cookies", [wanted, cookies], 0, ["Combined"], []),
                 ("cookies", [wanted, self.folder / "nothing"], 1, ["403"], []),
                 ("cookies", [wanted, "firefox", out], 1, ["no cookies from firefox: "], []),
+                ("browser_view", [wanted, "member=yes"], 0, ["Combined"], []),
+                ("browser_view", [wanted, "member=no"], 1, ["403"], []),
                 ("options", [page("combined?login=me:secret"), "me"], 0, ["Combined"], []),
                 ("options", [page("combined?login=me:other"), "me"], 1, ["401"], []),
                 ("update", [self.folder / "tools", self.mirror("2001.01.01")], 0, ["is current"], []),
