@@ -134,12 +134,15 @@ IHVWarmTool::Status HVWarmTool::GetStatus() {
     return {server_ == nullptr ? IHVWarmTool::State::Resting : IHVWarmTool::State::Warming, false, {}};
 }
 
+bool HVWarmTool::IsOn() const {
+    std::lock_guard const lock(mutex_);
+    return on_;
+}
+
 int HVWarmTool::Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<HVChildLeader>& leader) {
-    {
-        std::lock_guard const lock(mutex_);
-        if (!on_)
-            return Spawning().Start(request, pid, leader);
-    }
+    // No start waits for another one's: hundreds may come at once.
+    if (!IsOn())
+        return Spawning().Start(request, pid, leader);
     auto version = VersionInForce();
     if (request.exe != version.tool)
         return Spawning().Start(request, pid, leader);

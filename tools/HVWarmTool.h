@@ -46,6 +46,7 @@ private:
     static void LockForFork();
     static void UnlockAfterFork();
     static void ForgetInCopy();
+    bool IsOn() const;
     std::shared_ptr<HVForkServer> ServerFor(Version const& version);
     void HandleFailure(std::shared_ptr<HVForkServer> const& server, HVForkServer::Answer answer,
                        std::string const& reason);
@@ -60,7 +61,7 @@ private:
     void StartIfMissing(Version version);
     void StartServer();
 
-    std::mutex mutex_; // guards what follows
+    mutable std::mutex mutex_; // guards what follows
     bool on_ = false;
     unsigned int idleSeconds_ = 0;
     std::shared_ptr<HVForkServer> server_;  ///< empty when there is none
