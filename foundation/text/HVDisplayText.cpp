@@ -54,28 +54,49 @@ std::size_t Width(char32_t character) {
     return Contains(kNarrow, character) ? 0 : Contains(kWide, character) ? 2 : 1;
 }
 
-/// Length of the control sequence at the front of `text`, which begins with an escape character. The search
-/// for its end is bounded: a text of nothing but beginnings would take for ever.
-std::size_t SequenceLength(std::string_view text) {
-    constexpr std::size_t kLongestSequence = 4096;
-    text = text.substr(0, kLongestSequence);
-    char const kind = text.size() > 1 ? text[1] : '\0';
-    if (kind == '[') {
-        std::size_t end = 2;
-        while (end < text.size() && text[end] >= 0x20 && text[end] <= 0x3F)
-            ++end;
-        return std::min(end + 1, text.size());
+/// Finds where the control sequences of one text end, from its front to its back.
+class SequenceEnds {
+public:
+    explicit SequenceEnds(std::string_view text) : text_(text) {}
+
+    /// Length of the sequence at `begin`, where an escape character stands.
+    std::size_t LengthAt(std::size_t begin) {
+        char const kind = begin + 1 < text_.size() ? text_[begin + 1] : '\0';
+        if (kind == '[') {
+            std::size_t end = begin + 2;
+            while (end < LimitOf(begin) && text_[end] >= 0x20 && text_[end] <= 0x3F)
+                ++end;
+            return std::min(end + 1, LimitOf(begin)) - begin;
+        }
+        if (kind == ']' || kind == 'P' || kind == 'X' || kind == '^' || kind == '_') {
+            std::size_t const end = FindTerminator(begin + 2, LimitOf(begin));
+            // Without an end, what follows is shown rather than hidden.
+            return end == std::string_view::npos ? 2 : end - begin;
+        }
+        return kind >= 0x20 && kind < 0x7F ? 2 : 1;
     }
-    if (kind == ']' || kind == 'P' || kind == 'X' || kind == '^' || kind == '_') {
-        std::size_t const bell = text.find('\a');
-        std::size_t const terminator = text.find("\x1b\\", 2);
-        std::size_t const end = std::min(bell == std::string_view::npos ? bell : bell + 1,
-                                         terminator == std::string_view::npos ? terminator : terminator + 2);
-        // Without an end, what follows is shown rather than hidden.
-        return end == std::string_view::npos ? 2 : end;
+
+private:
+    std::size_t LimitOf(std::size_t begin) const {
+        constexpr std::size_t kLongestSequence = 4096;
+        return std::min(text_.size(), begin + kLongestSequence);
     }
-    return kind >= 0x20 && kind < 0x7F ? 2 : 1;
-}
+    /// Behind the first bell or string terminator. A text of nothing but beginnings has each byte looked at
+    /// once, not once for each beginning.
+    std::size_t FindTerminator(std::size_t from, std::size_t limit) {
+        for (std::size_t at = std::max(from, searched_); at < limit; ++at) {
+            if (text_[at] == '\a')
+                return at + 1;
+            if (text_[at] == '\x1b' && at + 1 < limit && text_[at + 1] == '\\')
+                return at + 2;
+            searched_ = at;
+        }
+        return std::string_view::npos;
+    }
+
+    std::string_view text_;
+    std::size_t searched_ = 0; ///< no terminator begins between the last begin and here
+};
 
 bool TurnsDirection(char32_t c) {
     return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
@@ -98,19 +119,19 @@ std::string ValidText(std::string_view text) {
 std::string PlainLine(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    while (!text.empty()) {
-        HVUtf8Piece const next = ReadUtf8(text);
-        std::size_t length = next.length;
+    SequenceEnds ends(text);
+    for (std::size_t at = 0, length = 0; at < text.size(); at += length) {
+        HVUtf8Piece const next = ReadUtf8(text.substr(at));
+        length = next.length;
         char32_t const c = next.character;
         if (!next.valid)
             result += kReplacementText;
         else if (c == 0x1B)
-            length = SequenceLength(text);
+            length = ends.LengthAt(at);
         else if (c == '\n' || c == '\t' || c == '\r' || c == 0x2028 || c == 0x2029)
             result += ' ';
         else if (c >= 0x20 && (c < 0x7F || c > 0x9F) && !TurnsDirection(c))
-            result += text.substr(0, length);
-        text.remove_prefix(length);
+            result += text.substr(at, length);
     }
     return result;
 }
