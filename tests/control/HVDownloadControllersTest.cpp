@@ -211,10 +211,13 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
     // end.
     for (int const row : queue_->AllControllers())
         queue_->GetController(row)->SetDownloadCompleteFunc(nullptr);
-    EXPECT_TRUE(Eventually([&] {
-        queue_->StopDownload({});
-        return !queue_->AnyControllerIsDownloading() && queue_->CountOfPendingControllers() == 0;
-    }));
+    std::chrono::minutes const patience(2); // they have made hundreds of processes
+    EXPECT_TRUE(Eventually(
+        [&] {
+            queue_->StopDownload({});
+            return !queue_->AnyControllerIsDownloading() && queue_->CountOfPendingControllers() == 0;
+        },
+        patience));
     EXPECT_TRUE(NothingLeft());
     EXPECT_EQ(queue_->GetControllerCount(), count);
     queue_->SetConcurrentDownload(32);
@@ -224,10 +227,12 @@ TEST_F(Queue, StandsManyHandsAtOnce) {
         controller->ResetDownload();
     }
     queue_->StartDownload({});
-    EXPECT_TRUE(Eventually([&] {
-        auto const states = States();
-        return std::count(states.begin(), states.end(), HVDownloadStateDone) == count - count / 4;
-    }));
+    EXPECT_TRUE(Eventually(
+        [&] {
+            auto const states = States();
+            return std::count(states.begin(), states.end(), HVDownloadStateDone) == count - count / 4;
+        },
+        patience));
 }
 
 /// Set on the thread that told of the first row's end; a later worker may get the thread id of an earlier

@@ -71,7 +71,7 @@ class CommandTest(unittest.TestCase):
         return found
 
     def wait_until(self, condition):
-        until = time.monotonic() + 10
+        until = time.monotonic() + 60
         while not condition() and time.monotonic() < until:
             time.sleep(0.02)
         self.assertTrue(condition())

@@ -15,7 +15,6 @@
 using namespace Halvorn;
 using namespace std::chrono_literals;
 using By = HVToolResult::By;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -43,17 +42,22 @@ std::function<void(HVToolRun&)> Limits(HVToolLimits const& limits) {
 
 TEST(HVToolRun, TellsWhatItCameTo) {
     LogLines const log;
+    Folder const folder;
     std::string const flood = "while :; do echo ffffffffffffffffffffffffffffffffffff; done";
     for (auto const& [outcome, expected] : Rows{
              {Outcome("echo out; echo err >&2; exit 3"), "tool|1|3|0|out\n|err\n"},
              {Outcome("kill -9 $$"), "tool|1|0|9||"},
-             {Outcome("echo a; sleep 60", Limits({300, 0, 0})), "time limit|1|0|15|a\n|"},
-             {Outcome("trap '' TERM; sleep 60 & wait; sleep 60", Limits({100, 0, 0})), "time limit|1|0|9||"},
-             {Outcome("for i in 1 2 3 4 5 6; do echo $i; sleep 0.1; done; sleep 60", Limits({0, 400, 0})),
+             {Outcome("sleep 60", Limits({300, 0, 0})), "time limit|1|0|15||"},
+             {Outcome("for i in 1 2 3 4 5 6; do echo $i; sleep 0.4; done; sleep 60", Limits({0, 2000, 0})),
               "silence limit|1|0|15|1\n2\n3\n4\n5\n|"},
              {Outcome(flood, Limits({0, 0, 1000})), "output limit|1|0|15|ffffffffff|"},
              {Outcome(flood + " >&2", Limits({0, 0, 10})), "output limit|1|0|15||ffffffffff"},
              {Outcome("sleep 60", [](auto& run) { run.SetWatch([] { return false; }); }), "watch|1|0|15||"},
+             // It ignores the request, and so does what it has started.
+             {Outcome(
+                  "trap '' TERM; >" + (folder / "up") + "; sleep 60 & wait; sleep 60",
+                  [&](auto& run) { run.SetWatch([&] { return !std::filesystem::exists(folder / "up"); }); }),
+              "watch|1|0|9||"},
              {Outcome("echo; sleep 60",
                       [](auto& run) {
                           run.SetOutputHandler([](auto const&) { throw std::runtime_error("bad line"); });
@@ -75,48 +79,46 @@ TEST(HVToolRun, TellsWhatItCameTo) {
 TEST(HVToolRun, MaySpendNoTimeWhileAllAreSuspended) {
     IHVTask::SuspendAll(true);
     auto run = std::async(std::launch::async, [] {
-        return Outcome("sleep 0.1; echo 1", Limits({400, 400, 0}));
+        return Outcome("sleep 0.1; echo 1", Limits({2000, 2000, 0}));
     });
-    EXPECT_EQ(run.wait_for(600ms), std::future_status::timeout);
+    EXPECT_EQ(run.wait_for(2500ms), std::future_status::timeout);
     IHVTask::SuspendAll(false);
     EXPECT_EQ(run.get(), "tool|1|0|0|1\n|");
 }
 
-TEST(HVToolRun, IsEndedAtOnceByItsStop) {
-    // The polls are half a second apart, the kill comes after a second and a half.
-    struct Case {
-        char const* script;
-        bool leaves;
-        Clock::duration within;
-    };
-    for (auto const& [script, leaves, within] :
-         {Case{"echo; exec sleep 60", false, 300ms}, Case{"sleep 60 & echo; wait", true, 300ms},
-          Case{"trap '' TERM; echo; sleep 60 & wait; sleep 60", true, 1200ms}}) {
-        HVToolStop stop;
-        HVToolRun run("/bin/sh", {"-c", script});
-        std::promise<void> up;
-        run.SetOutputHandler([&](auto const&) { up.set_value(); });
-        run.SetStop(&stop);
-        if (leaves)
-            run.LeaveAfterStop();
-        auto ended = std::async(std::launch::async, [&] { return run.Run().endedBy; });
-        up.get_future().wait();
-        auto const begin = Clock::now();
-        stop.Request();
-        EXPECT_EQ(ended.get(), By::Stop);
-        EXPECT_LT(Clock::now() - begin, within) << script;
-        std::promise<void> gone;
-        run.OnExit([&] { gone.set_value(); });
-        gone.get_future().wait();
-    }
+TEST(HVToolRun, IsEndedByItsStopItself) {
+    HVToolStop stop;
+    HVToolRun run("/bin/sh", {"-c", "sleep 60 & echo; wait"});
+    std::promise<void> up;
+    std::promise<void> looks;
+    std::promise<void> gone;
+    run.SetOutputHandler([&](auto const&) { up.set_value(); });
+    run.SetStop(&stop);
+    // The run itself can look at nothing until its child has ended.
+    run.SetWatch([&, first = true]() mutable {
+        if (std::exchange(first, false)) {
+            looks.set_value();
+            EXPECT_EQ(gone.get_future().wait_for(30s), std::future_status::ready);
+        }
+        return true;
+    });
+    auto ended = std::async(std::launch::async, [&] { return run.Run().endedBy; });
+    up.get_future().wait();
+    looks.get_future().wait();
+    stop.Request();
+    run.OnExit([&] { gone.set_value(); });
+    EXPECT_EQ(ended.get(), By::Stop);
 }
 
 TEST(HVToolRun, AStopFromBeforeCountsAtTheFirstPoll) {
     HVToolStop stop;
     stop.Request();
-    for (auto const& [script, expected] :
-         Rows{{"echo whole", "tool|1|0|0|whole\n|"}, {"echo part; sleep 60", "stop|1|0|15|part\n|"}})
-        EXPECT_EQ(Outcome(script, [&](auto& run) { run.SetStop(&stop); }), expected);
+    auto const outcome = [&](char const* script) {
+        return Outcome(script, [&](auto& run) { run.SetStop(&stop); });
+    };
+    EXPECT_EQ(outcome("sleep 60"), "stop|1|0|15||");
+    // A machine under load may need longer than that for this.
+    EXPECT_TRUE(Eventually([&] { return outcome("echo whole") == "tool|1|0|0|whole\n|"; }));
 }
 
 TEST(ToolVersion, IsAskedForWithinBounds) {
@@ -127,13 +129,15 @@ TEST(ToolVersion, IsAskedForWithinBounds) {
               {"echo err >&2", "|err|"},
               {"echo 1; exit 7", "1\n||does not run: 1"},
               {"exit 7", "||does not run: it prints nothing"},
-              {"echo 1; exec sleep 60", "||does not end"},
+              {"exec sleep 60", "||does not end"},
               {"while :; do echo ffffffffffffffffffffffffff; done", "||prints without an end"},
               {"echo 1; sleep 60 &", "1\n|1|"}}) {
         std::string const path = folder.Put("tool", "#!/bin/sh\n" + script + "\n");
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-        auto const version = IHVDownloadPlugin::AskProgramVersion(path, "-v", 1000);
-        EXPECT_EQ(Text(ToolVersion(path, 1000), version.line, version.fault), expected) << script;
+        // One that does not end is given less time than one that is to print first.
+        unsigned int const time = expected == "||does not end" ? 500 : 30'000;
+        auto const version = IHVDownloadPlugin::AskProgramVersion(path, "-v", time);
+        EXPECT_EQ(Text(ToolVersion(path, time), version.line, version.fault), expected) << script;
     }
     std::string const path = folder.Put("text", "no program");
     EXPECT_EQ(IHVDownloadPlugin::AskProgramVersion(path, "-v").fault,
