@@ -46,7 +46,9 @@ void ForgetInCopy() {
 /// Counts the call before the mark is looked at, and MarkEnd sets the mark before it looks at the count: one
 /// of the two sees the other.
 bool Enter() {
-    static bool const registered = (RegisterMark(), AddForkFunctions({nullptr, nullptr, ForgetInCopy}), true);
+    static bool const registered =
+        (RegisterMark(), SetForkFunctions(HVForkPlace::ApplicationCalls, {nullptr, nullptr, ForgetInCopy}),
+         true);
     static_cast<void>(registered);
     ++gCalls;
     ++tCalls;

@@ -10,7 +10,11 @@ using DispatcherSlot = HVCallbackSlot<IHVCallbackDispatcher::Dispatcher>;
 
 /// Never destroyed: threads may report until the very end of the process.
 DispatcherSlot& SharedDispatcher() {
-    static auto* const slot = new DispatcherSlot;
+    static auto* const slot = [] {
+        auto* const made = new DispatcherSlot;
+        made->KeepInForks();
+        return made;
+    }();
     return *slot;
 }
 

@@ -3,6 +3,7 @@
 // that it may exchange at any time. No lock is held while the application's code runs. Thread-safe.
 
 #include "HVApplicationCall.h"
+#include "HVProcessEnd.h"
 
 #include <condition_variable>
 #include <functional>
@@ -29,6 +30,8 @@ void ReportTo(std::function<void(Parameters...)> function, Arguments... argument
 template <typename Value>
 class HVCallbackSlot {
 public:
+    /// Has a copy that is forked from the process find the slot whole. For those that live as long as that.
+    void KeepInForks() { AddForkMutex(mutex_); }
     /// Takes `value`. When it returns, no call of the former value is under way and none will come; but
     /// inside a function of the application it does not wait.
     void Set(Value value) {
@@ -37,7 +40,7 @@ public:
         std::unique_lock lock(mutex_);
         held_.swap(held);
         if (held != nullptr && !InsideApplicationCall())
-            idle_.wait(lock, [&held] { return held->calls == 0; });
+            idle_.wait(lock, [&held] { return held->CallsNow() == 0; });
     }
     Value Get() const {
         std::lock_guard const lock(mutex_);
@@ -61,6 +64,16 @@ private:
     struct Held {
         Value value;
         int calls = 0;
+        int process = ProcessNumber();
+
+        /// In a forked copy the calls of its parent's threads never end.
+        int& CallsNow() {
+            if (int const now = ProcessNumber(); process != now) {
+                process = now;
+                calls = 0;
+            }
+            return calls;
+        }
     };
     /// A call under way.
     struct Entry {
@@ -69,13 +82,14 @@ private:
             if (slot.held_ == nullptr || !slot.held_->value)
                 return;
             held = slot.held_;
-            ++held->calls;
+            ++held->CallsNow();
         }
         ~Entry() {
             if (held == nullptr)
                 return;
             std::lock_guard const lock(slot.mutex_);
-            --held->calls;
+            if (int& calls = held->CallsNow(); calls > 0) // none, if this call has forked the process
+                --calls;
             slot.idle_.notify_all();
         }
         Entry(Entry const&) = delete;

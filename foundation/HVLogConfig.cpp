@@ -30,7 +30,11 @@ using HandlerSlot = HVCallbackSlot<IHVLogConfig::Handler>;
 
 /// Never destroyed: threads may log until the very end of the process.
 HandlerSlot& SharedHandler() {
-    static auto* const slot = new HandlerSlot;
+    static auto* const slot = [] {
+        auto* const made = new HandlerSlot;
+        made->KeepInForks();
+        return made;
+    }();
     return *slot;
 }
 

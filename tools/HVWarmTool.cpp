@@ -58,7 +58,7 @@ bool IsForPython(std::string const& path) {
 } // namespace
 
 HVWarmTool::HVWarmTool() {
-    AddForkFunctions({LockForFork, UnlockAfterFork, ForgetInCopy});
+    SetForkFunctions(HVForkPlace::WarmTool, {LockForFork, UnlockAfterFork, ForgetInCopy});
 }
 
 HVWarmTool& HVWarmTool::Shared() {

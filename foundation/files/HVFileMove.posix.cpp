@@ -1,5 +1,6 @@
 #include "HVFileMove.h"
 
+#include "HVPerProcess.h"
 #include "HVRename.h"
 #include "IHVLogConfig.h"
 
@@ -21,21 +22,16 @@ constexpr std::size_t kCopyBytes = 1U << 20;
 /// How long the end of the process waits for copies to notice that they are to give up.
 constexpr std::chrono::seconds kGiveUpWait{1};
 
-/// Never destroyed: moves may be under way until the very end of the process.
 struct Moves {
     std::mutex mutex;
     std::condition_variable changed;
-    pid_t owner = 0; ///< a forked process begins with the count of its parent, whose threads it doesn't have
     int underWay = 0;
     std::atomic<bool> giveUp = false;
 
-    static Moves& Shared() {
-        static auto* moves = new Moves;
-        return *moves;
-    }
+    static Moves& Shared() { return HVPerProcess<Moves>::Shared(); }
     void Wait(std::chrono::milliseconds limit) {
         std::unique_lock lock(mutex);
-        changed.wait_for(lock, limit, [this] { return underWay == 0 || owner != getpid(); });
+        changed.wait_for(lock, limit, [this] { return underWay == 0; });
     }
 };
 
@@ -90,8 +86,7 @@ HVFileFailure CopyContent(std::string const& source, HVAtomicFile& copy) {
 HVMoveUnderWay::HVMoveUnderWay() {
     auto& moves = Moves::Shared();
     std::lock_guard const lock(moves.mutex);
-    moves.underWay = moves.owner == getpid() ? moves.underWay + 1 : 1;
-    moves.owner = getpid();
+    ++moves.underWay;
 }
 
 HVMoveUnderWay::~HVMoveUnderWay() {

@@ -16,9 +16,6 @@ namespace Halvorn {
 
 namespace {
 
-struct TmpFolder;
-std::atomic<TmpFolder*> gTmpFolder = nullptr;
-
 /// Of this process: a forked copy makes one of its own. Never destroyed: a download may ask for it until the
 /// very end of the process.
 struct TmpFolder {
@@ -27,22 +24,43 @@ struct TmpFolder {
     std::shared_ptr<IHVThread> cleaner; ///< removes what killed processes left
     bool ended = false;                 ///< the process is ending: a new folder would stay behind
 
-    static TmpFolder& Shared() {
-        if (TmpFolder* const folder = gTmpFolder)
-            return *folder;
-        static bool const forkIsHandled = (AddForkFunctions({nullptr, nullptr, ForgetInCopy}), true);
-        static_cast<void>(forkIsHandled);
-        auto fresh = std::make_unique<TmpFolder>();
-        TmpFolder* expected = nullptr;
-        if (gTmpFolder.compare_exchange_strong(expected, fresh.get()))
-            expected = fresh.release();
-        return *expected;
-    }
-    static void ForgetInCopy() {
-        if (TmpFolder const* const parents = gTmpFolder.exchange(nullptr))
-            parents->folder.CloseInCopy();
-    }
+    static TmpFolder& Shared();
+    static void LockForFork();
+    static void UnlockAfterFork();
+    static void ForgetInCopy();
 };
+
+std::atomic<TmpFolder*> gTmpFolder = nullptr;
+/// What this thread has locked for its fork.
+thread_local TmpFolder* tLockedForFork = nullptr;
+
+TmpFolder& TmpFolder::Shared() {
+    if (TmpFolder* const folder = gTmpFolder)
+        return *folder;
+    static bool const forkIsHandled =
+        (SetForkFunctions(HVForkPlace::TmpFolder, {LockForFork, UnlockAfterFork, ForgetInCopy}), true);
+    static_cast<void>(forkIsHandled);
+    auto fresh = std::make_unique<TmpFolder>();
+    TmpFolder* expected = nullptr;
+    if (gTmpFolder.compare_exchange_strong(expected, fresh.get()))
+        expected = fresh.release();
+    return *expected;
+}
+
+void TmpFolder::LockForFork() {
+    tLockedForFork = &Shared();
+    tLockedForFork->mutex.lock();
+}
+
+void TmpFolder::UnlockAfterFork() {
+    tLockedForFork->mutex.unlock();
+}
+
+/// The folder stays the parent's: a copy that lives longer must not keep it from being removed.
+void TmpFolder::ForgetInCopy() {
+    gTmpFolder = nullptr;
+    tLockedForFork->folder.CloseInCopy();
+}
 
 /// How long the end of the process waits for moves to other file systems.
 constexpr std::chrono::seconds kMovesWait{3};
@@ -62,24 +80,28 @@ void EndTmpFolder() {
         shared.cleaner->WaitEnd(kCleanerMilliseconds);
 }
 
-void LockForFork() {
-    TmpFolder::Shared().mutex.lock();
-}
-void UnlockAfterFork() {
-    TmpFolder::Shared().mutex.unlock();
-}
-/// The folder stays the parent's: a copy that lives longer must not keep it from being removed.
-void LetGoInCopy() {
-    TmpFolder::Shared().folder.LetGo();
-    UnlockAfterFork();
-}
-
 /// Name in the temporary folder of a path in it, or empty.
 std::string NameIn(std::string const& folder, std::string const& path) {
     if (folder.empty() || path.compare(0, folder.size() + 1, folder + "/") != 0)
         return {};
     std::string const rest = path.substr(folder.size() + 1);
     return rest.substr(0, rest.find('/'));
+}
+
+void KeepInTmpFolder(std::string const& path, std::vector<std::string> sides, std::string const& record) {
+    auto& shared = TmpFolder::Shared();
+    bool kept = false;
+    {
+        std::lock_guard const lock(shared.mutex);
+        auto const& folder = shared.folder.Path();
+        for (auto& side : sides)
+            side = NameIn(folder, side);
+        kept = shared.folder.Keep(NameIn(folder, path), sides, record);
+    }
+    if (!kept)
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
+                             "A later start may remove the finished file \"%s\": no room for its record",
+                             path.c_str());
 }
 
 } // namespace
@@ -93,17 +115,15 @@ std::string SystemTmpFolder() {
 }
 
 std::string IHVFileProvider::GetTmpPath() {
-    // Before the mutex: a fork that has begun may wait for that.
-    static bool const forkIsHandled = (AddForkFunctions({LockForFork, UnlockAfterFork, LetGoInCopy}), true);
-    static_cast<void>(forkIsHandled);
     auto& shared = TmpFolder::Shared();
-    std::lock_guard const lock(shared.mutex);
+    std::unique_lock lock(shared.mutex);
     if (shared.folder.Usable())
         return shared.folder.Path();
     if (shared.ended)
         return {};
     std::string const parent = SystemTmpFolder();
     if (!shared.folder.Make(parent)) {
+        lock.unlock(); // the application's handler takes the line
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't make a temporary folder in \"%s\"",
                              parent.c_str());
         return {};
@@ -118,19 +138,14 @@ std::string IHVFileProvider::GetTmpPath() {
 }
 
 void IHVFileProvider::KeepTmpFile(std::string const& path) {
-    auto& shared = TmpFolder::Shared();
-    std::lock_guard const lock(shared.mutex);
-    shared.folder.Keep(NameIn(shared.folder.Path(), path));
+    KeepInTmpFolder(path, {}, {});
 }
 
 void KeepFinishedFile(HVFinishedFile const& file) {
-    auto& shared = TmpFolder::Shared();
-    std::lock_guard const lock(shared.mutex);
-    auto const& folder = shared.folder.Path();
     std::vector<std::string> sides;
     for (auto const& side : file.sides)
-        sides.push_back(NameIn(folder, side.path));
-    shared.folder.Keep(NameIn(folder, file.path), sides, file.Record());
+        sides.push_back(side.path);
+    KeepInTmpFolder(file.path, std::move(sides), file.Record());
 }
 
 void ForgetKeptFile(std::string const& path) {

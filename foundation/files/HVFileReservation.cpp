@@ -1,6 +1,7 @@
 #include "HVFileReservation.h"
 
 #include "HVFileSystem.h"
+#include "HVPerProcess.h"
 #include "IHVStringHelper.h"
 
 #include <mutex>
@@ -26,15 +27,11 @@ Key KeyOf(std::string const& path) {
     return {device, number, IHVStringHelper::ToLower(path.substr(path.rfind('/') + 1))};
 }
 
-/// Never destroyed: downloads may end at the very end of the process.
 struct Reservations {
     std::mutex mutex;
     std::set<Key> keys;
 
-    static Reservations& Shared() {
-        static auto* reservations = new Reservations;
-        return *reservations;
-    }
+    static Reservations& Shared() { return HVPerProcess<Reservations>::Shared(); }
     bool Take(Key key) {
         std::lock_guard const lock(mutex);
         return keys.insert(std::move(key)).second;

@@ -25,16 +25,15 @@ public:
     /// True when the folder is this process's own and still there.
     bool Usable() const;
 
-    /// Keeps an entry beyond End, and beyond a later start.
-    void Keep(std::string const& name) { Keep(name, {}, {}); }
+    /// Keeps an entry beyond End, and beyond a later start. False where a kill would have that start remove
+    /// it: there is no room for its record.
+    bool Keep(std::string const& name) { return Keep(name, {}, {}); }
     /// The same for an entry that a later start takes home, and for the files that go with it.
-    void Keep(std::string const& name, std::vector<std::string> const& sides, std::string const& record);
+    bool Keep(std::string const& name, std::vector<std::string> const& sides, std::string const& record);
     /// The entry has left the folder.
     void Forget(std::string const& name);
     /// Names that are kept, those of files that go with others among them.
     std::set<std::string> Kept() const;
-    /// In a forked copy: closes the lock, which would outlive the folder's process in it.
-    void LetGo() { lock_.Reset(); }
     /// Removes the folder, but for what is kept. Does nothing in a forked process.
     void End();
     /// In a forked copy of the process, on its only thread: lets go of the lock. Does what a signal handler

@@ -54,15 +54,12 @@ std::string RecordName(std::string const& name) {
     return std::string(kRecordPrefix) + name;
 }
 
-/// Writes the record of a kept entry. A kill in the middle leaves half a record, with which the entry is
-/// kept, too.
-void WriteRecord(int folder, std::string const& name, std::string const& record) {
+/// Writes the record of a kept entry; false where there is no room for it. A kill in the middle leaves half a
+/// record, with which the entry is kept, too.
+bool WriteRecord(int folder, std::string const& name, std::string const& record) {
     HVDescriptor const file(openat(folder, RecordName(name).c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file.Valid() || write(file.Get(), record.data(), record.size()) < 0)
-        IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
-                             "A later start may remove the finished file \"%s\": no room for its record",
-                             name.c_str());
+    return file.Valid() && write(file.Get(), record.data(), record.size()) >= 0;
 }
 
 /// Puts a finished file of an ended process where it belongs. True when it is not in the folder any more.
@@ -188,14 +185,13 @@ bool HVTmpFolder::Usable() const {
     return IsOwn() && lstat(path_.c_str(), &info) == 0 && IsPrivateFolder(info);
 }
 
-void HVTmpFolder::Keep(std::string const& name, std::vector<std::string> const& sides,
+bool HVTmpFolder::Keep(std::string const& name, std::vector<std::string> const& sides,
                        std::string const& record) {
     if (name.empty())
-        return;
+        return true;
     kept_[name] = sides;
     HVDescriptor const folder = OpenFolder(AT_FDCWD, path_);
-    if (folder.Valid())
-        WriteRecord(folder.Get(), name, record);
+    return folder.Valid() && WriteRecord(folder.Get(), name, record);
 }
 
 void HVTmpFolder::Forget(std::string const& name) {

@@ -1,10 +1,9 @@
 #include "HVHTTPThreads.h"
 
 #include "HVHTTPRequest.h"
-#include "HVProcessEnd.h"
+#include "HVPerProcess.h"
 #include "IHVThread.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -19,11 +18,7 @@ namespace {
 
 constexpr std::chrono::seconds kEndPatience(2);
 
-struct Requests;
-std::atomic<Requests*> gRequests = nullptr;
-
-/// Of this process: a forked copy has none of the threads, and its end must not wait for them. Never
-/// destroyed: requests run on detached threads.
+/// The end of a forked copy must not wait for its parent's threads.
 struct Requests {
     std::mutex mutex;
     std::condition_variable changed;
@@ -31,15 +26,7 @@ struct Requests {
     int threads = 0;
     bool stopping = false;
 
-    static Requests& Shared() {
-        if (Requests* const requests = gRequests)
-            return *requests;
-        auto fresh = std::make_unique<Requests>();
-        Requests* expected = nullptr;
-        if (gRequests.compare_exchange_strong(expected, fresh.get()))
-            expected = fresh.release();
-        return *expected;
-    }
+    static Requests& Shared() { return HVPerProcess<Requests>::Shared(); }
     void Count(int step) {
         std::lock_guard const lock(mutex);
         threads += step;
@@ -80,7 +67,6 @@ bool HTTPStopping() {
 void PrepareHTTP() {
     // Exit handlers run in reverse order, so ours comes before those of the libraries underneath.
     static bool const prepared = [] {
-        AddForkFunctions({nullptr, nullptr, [] { gRequests = nullptr; }});
         return curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK && std::atexit(StopRequests) == 0;
     }();
     static_cast<void>(prepared);

@@ -32,7 +32,8 @@ thread_local HVChildRegistry* tLockedForFork = nullptr;
 HVChildRegistry& HVChildRegistry::Shared() {
     if (HVChildRegistry* const registry = gRegistry)
         return *registry;
-    static bool const forkIsHandled = (AddForkFunctions({LockForFork, UnlockAfterFork, ForgetInCopy}), true);
+    static bool const forkIsHandled =
+        (SetForkFunctions(HVForkPlace::Children, {LockForFork, UnlockAfterFork, ForgetInCopy}), true);
     static_cast<void>(forkIsHandled);
     std::unique_ptr<HVChildRegistry> fresh(new HVChildRegistry); // NOLINT: the constructor is private
     HVChildRegistry* expected = nullptr;

@@ -11,18 +11,23 @@ namespace Halvorn {
 
 namespace {
 
-constexpr std::size_t kMostForkFunctions = 8;
+constexpr std::size_t kForkPlaces = 4;
+constexpr std::size_t kMostForkMutexes = 16;
 
 std::array<std::atomic<void (*)()>, 2> gEndFunctions;
 /// The process whose end counts. A copy made without fork(), such as by clone(), differs in this alone.
 std::atomic<int> gOwner = 0;
 
-std::array<HVForkFunctions, kMostForkFunctions> gForkFunctions;
-/// Entries below it are complete and never change again.
-std::atomic<std::size_t> gForkFunctionCount = 0;
-std::atomic<std::size_t> gForkFunctionsTaken = 0;
-/// How many took part in this thread's fork: another thread may add one meanwhile.
-thread_local std::size_t tForkFunctions = 0;
+struct ForkPlace {
+    HVForkFunctions functions;
+    std::atomic<bool> taken = false; ///< the functions are set, and don't change again
+};
+std::array<ForkPlace, kForkPlaces> gForkPlaces;
+std::array<std::atomic<std::mutex*>, kMostForkMutexes> gForkMutexes;
+std::atomic<std::size_t> gForkMutexCount = 0;
+/// What takes part in this thread's fork: another thread may add something meanwhile.
+thread_local std::array<HVForkFunctions const*, kForkPlaces> tForkFunctions;
+thread_local std::array<std::mutex*, kMostForkMutexes> tForkMutexes;
 
 void Call(void (*function)()) {
     if (function != nullptr)
@@ -30,21 +35,41 @@ void Call(void (*function)()) {
 }
 
 void BeforeFork() {
-    tForkFunctions = gForkFunctionCount;
-    for (std::size_t i = tForkFunctions; i > 0; --i)
-        Call(gForkFunctions[i - 1].before);
+    for (std::size_t place = 0; place < kForkPlaces; ++place) {
+        auto const& entry = gForkPlaces[place];
+        tForkFunctions[place] = entry.taken ? &entry.functions : nullptr;
+        if (entry.taken)
+            Call(entry.functions.before);
+    }
+    for (std::size_t i = 0; i < kMostForkMutexes; ++i) {
+        tForkMutexes[i] = gForkMutexes[i];
+        if (tForkMutexes[i] != nullptr)
+            tForkMutexes[i]->lock();
+    }
+}
+
+void AfterFork(void (*HVForkFunctions::*after)()) {
+    for (auto* const mutex : tForkMutexes)
+        if (mutex != nullptr)
+            mutex->unlock();
+    for (auto const* const functions : tForkFunctions)
+        if (functions != nullptr)
+            Call(functions->*after);
 }
 
 void AfterForkInParent() {
-    for (std::size_t i = 0; i < tForkFunctions; ++i)
-        Call(gForkFunctions[i].parent);
+    AfterFork(&HVForkFunctions::parent);
 }
 
 void AfterForkInCopy() {
     for (auto& function : gEndFunctions)
         function = nullptr;
-    for (std::size_t i = 0; i < tForkFunctions; ++i)
-        Call(gForkFunctions[i].copy);
+    AfterFork(&HVForkFunctions::copy);
+}
+
+void TakePartInForks() {
+    static int const registered = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInCopy);
+    static_cast<void>(registered);
 }
 
 /// After the destructors of static objects and all exit handlers, when the system unloads the library.
@@ -62,15 +87,21 @@ void SetProcessEndFunction(HVEndStage stage, void (*function)()) {
     gEndFunctions[static_cast<std::size_t>(stage)] = function;
 }
 
-void AddForkFunctions(HVForkFunctions const& functions) {
-    static int const registered = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInCopy);
-    std::size_t const place = gForkFunctionsTaken++;
-    if (registered != 0 || place >= kMostForkFunctions)
-        return;
-    gForkFunctions[place] = functions;
-    // In order, so that a fork never meets an entry that is half written.
-    for (std::size_t before = place; !gForkFunctionCount.compare_exchange_weak(before, place + 1);)
-        before = place;
+void SetForkFunctions(HVForkPlace place, HVForkFunctions const& functions) {
+    TakePartInForks();
+    auto& entry = gForkPlaces[static_cast<std::size_t>(place)];
+    entry.functions = functions;
+    entry.taken = true;
+}
+
+void AddForkMutex(std::mutex& mutex) {
+    TakePartInForks();
+    if (std::size_t const place = gForkMutexCount++; place < kMostForkMutexes)
+        gForkMutexes[place] = &mutex;
+}
+
+int ProcessNumber() {
+    return getpid();
 }
 
 } // namespace Halvorn

@@ -1,4 +1,5 @@
 #include "HVCallback.h"
+#include "HVPerProcess.h"
 #include "IHVCallbackDispatcher.h"
 #include "IHVLogConfig.h"
 #include "Recorder.h"
@@ -7,6 +8,8 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace Halvorn;
 
@@ -25,6 +28,31 @@ TEST(HVCallback, IsNotCalledOnceItIsReplaced) {
     // Out of the handler itself, or another function of the application, it does not wait for itself.
     IHVLogConfig::SetHandler([](auto, auto const&) { IHVLogConfig::SetHandler({}); });
     IHVLogConfig::Printf("x");
+}
+
+TEST(HVCallback, AForkedCopyWaitsForNothingOfItsParentsThreads) {
+    std::atomic<bool> inside = false;
+    std::atomic<bool> over = false;
+    IHVLogConfig::SetHandler([&](auto, auto const&) {
+        std::lock_guard const lock(HVPerProcess<std::mutex>::Shared());
+        inside = true;
+        EXPECT_TRUE(Eventually([&] { return over.load(); }));
+    });
+    std::thread logger([] { IHVLogConfig::Printf("x"); });
+    EXPECT_TRUE(Eventually([&] { return inside.load(); }));
+    pid_t const copy = fork();
+    if (copy == 0) {
+        alarm(60);
+        IHVLogConfig::SetHandler({});
+        HVPerProcess<std::mutex>::Shared().lock();
+        std::_Exit(7);
+    }
+    int status = 0;
+    waitpid(copy, &status, 0);
+    EXPECT_EQ(status, 7 << 8);
+    over = true;
+    logger.join();
+    IHVLogConfig::SetHandler({});
 }
 
 TEST(HVCallback, IsGuardedAndGoesThroughTheDispatcher) {
