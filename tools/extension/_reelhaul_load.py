@@ -134,7 +134,8 @@ def choose_formats(location):
     document = {"id": "0", "title": "0", "extractor": "generic", "extractor_key": "Generic", "webpage_url": NOWHERE, "formats": [
         {**common, "format_id": "1", "ext": "mp4", "vcodec": "avc1", "acodec": "none", "width": 16, "height": 9},
         {**common, "format_id": "2", "ext": "m4a", "vcodec": "none", "acodec": "mp4a"}]}
-    with tempfile.NamedTemporaryFile("w", suffix=".json", encoding="utf-8") as file:
+    # In the library's own folder: what a kill leaves there goes with it.
+    with tempfile.NamedTemporaryFile("w", dir=os.path.dirname(os.path.abspath(__file__)), encoding="utf-8") as file:
         json.dump(document, file)
         file.flush()
         yt_dlp.main(["--ignore-config", "-J", "--load-info-json", file.name, "--ffmpeg-location", location])
