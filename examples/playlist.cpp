@@ -53,6 +53,7 @@ int main(int argc, char** argv) {
     task->SetFullAnalysis(true);    // take what the tool finds as the tool takes it
     task->SetThumbnailBytes(false); // no run of the tool for each picture
     task->SetListDepth(1);          // go into lists inside the list, such as the tabs of a channel
+    task->SetAnalysesAtOnce(4);     // load so many entries at the same time
     task->SetListFunc([](std::shared_ptr<IHVPlayList const> const& list,
                          std::vector<HVListEntry> const& entries) { // before any entry is loaded
         std::printf("%s: %zu entries\n", list->GetTitle().c_str(), entries.size());

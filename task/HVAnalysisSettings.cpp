@@ -54,4 +54,14 @@ void IHVDownloadTask::SetKeepDocuments(bool keep) {
     Set(*this, &HVAnalysisSettings::documents, keep);
 }
 
+void IHVDownloadTask::SetAnalysesAtOnce(int entries) {
+    if (auto* const parser = dynamic_cast<HVDownloadTaskParser*>(this))
+        parser->Settings().lanes.atOnce = entries;
+}
+
+void IHVDownloadTask::SetAnalysesPerSite(int entries) {
+    if (auto* const parser = dynamic_cast<HVDownloadTaskParser*>(this))
+        parser->Settings().lanes.perSite = entries;
+}
+
 } // namespace Halvorn

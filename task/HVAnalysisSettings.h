@@ -1,6 +1,7 @@
 #pragma once
 // What an application asked of an analysis beyond the plain one; see IHVDownloadTask.
 
+#include "HVEntryLanes.h"
 #include "HVListEntry.h"
 
 #include <functional>
@@ -20,6 +21,7 @@ struct HVAnalysisSettings {
     bool documents = false;
     bool tablesWhereNoJson = false;
     int listDepth = 0;
+    HVEntryLanes::Limits lanes;
     /// First and last number, from 1; a last one of 0 means the end. Empty for all.
     std::vector<std::pair<int, int>> ranges;
     std::function<bool(HVListEntry const&)> filter;

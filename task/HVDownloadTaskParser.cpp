@@ -5,7 +5,6 @@
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
 
-#include <exception>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -40,24 +39,12 @@ std::vector<IHVDownloadTask::FailedEntry> HVDownloadTaskParser::Failures() const
     return failures_;
 }
 
-HVDownloadTaskParser::Result HVDownloadTaskParser::LoadEntry(int index, std::string const& url,
-                                                             std::function<Result()> const& load, int level) {
-    Result result;
-    try {
-        result = load();
-    } catch (std::exception const& failure) {
-        result = IHVError::MallocError("HVDownloadTaskParser", __LINE__, "LoadEntry", -1, "Error",
-                                       "Unexpected failure: %s", failure.what());
-    }
-    if (result == nullptr)
-        result = IHVError::MallocError("HVDownloadTaskParser", __LINE__, "LoadEntry", -1, "Error",
-                                       "Unknown error, please try again later.");
+void HVDownloadTaskParser::KeepFailure(int index, std::string const& url, Result const& result, int level) {
     // What fails after a stop has failed by the stop.
-    if (index >= 0 && !result->Succeed() && !UserCancel()) {
-        std::lock_guard const lock(failuresMutex_);
-        failures_.push_back({index + 1, url, result, level});
-    }
-    return result;
+    if (result->Succeed() || UserCancel())
+        return;
+    std::lock_guard const lock(failuresMutex_);
+    failures_.push_back({index + 1, url, result, level});
 }
 
 std::shared_ptr<IHVError const>

@@ -1,7 +1,8 @@
 #pragma once
 // The analysis of a web address: runs the tool and makes items and playlists of what it prints.
 //
-// All operations but the constructor and the getters run on the task's worker thread, one tool run at a time.
+// All operations but the constructor and the getters run on the task's worker thread; what loads an entry of
+// a list also on the threads of HVEntryLanes, several at the same time.
 
 #include "HVAnalysisSettings.h"
 #include "HVDownloadTask.h"
@@ -10,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Halvorn {
@@ -84,13 +86,19 @@ public:
                                                           std::shared_ptr<IHVDownloadItem> item);
 
     using Result = std::shared_ptr<IHVError const>;
-    /// Loads one entry, or the only item where `index` is negative. What goes wrong costs that entry alone:
-    /// an exception, too, is its failure. Keeps the failures of entries for FailedEntries. Never empty.
-    Result LoadEntry(int index, std::string const& url, std::function<Result()> const& load, int level = 0);
+    /// Keeps the failure of an entry for FailedEntries, unless a stop has made it fail.
+    void KeepFailure(int index, std::string const& url, Result const& result, int level = 0);
     /// See IHVDownloadTask::FailedEntries.
     std::vector<FailedEntry> Failures() const;
 
 private:
+    /// The item of an entry, on any thread. It does not know its playlist yet.
+    Result LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, std::string const& listURL,
+                            std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index);
+    static void TakePlaylistItem(std::shared_ptr<IHVPlayList> const& playList,
+                                 std::shared_ptr<IHVDownloadItem> const& item, int index);
+    void ReportEntry(int index, Result const& result, std::shared_ptr<IHVDownloadItem> const& item,
+                     std::pair<int, int> loaded);
     static void TakeAllFormats(IHVDownloadItem& item,
                                std::vector<std::shared_ptr<IHVDownloadFormat>> formats);
     void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);

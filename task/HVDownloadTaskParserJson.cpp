@@ -122,18 +122,25 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
         return;
     }
     Result lastResult;
-    for (int i = 0; i < count && !UserCancel(); ++i) {
+    HVEntryLanes lanes(settings_.lanes, [this] { return UserCancel(); });
+    std::vector<HVEntryLanes::Entry> entries;
+    for (int i = 0; i < count; ++i) {
         auto const entry = json->GetEntriesJsonObject(i);
-        lastResult = LoadEntry(i, entry->GetURL(), [&] { return GetPlaylistItem(playList, entry, i); });
-        if (lastResult->Succeed())
-            notifyGetPlayItem(playList->GetDownloadItems().back());
-        else
-            IHVLogConfig::Printf("Entry %d of %d can't be loaded: %s", i + 1, count,
-                                 lastResult->GetErrorMessage().c_str());
-        notifyTaskProgress("Loading " + std::to_string(i + 1) + " of the playlist with " +
-                               std::to_string(count) + " items",
-                           static_cast<float>((i + 1) * 100.0 / count));
+        auto const item = std::make_shared<std::shared_ptr<IHVDownloadItem>>();
+        auto load = [=, this] { return LoadPlaylistItem(*item, taskURL_, entry, i); };
+        auto report = [=, this, &lanes, &lastResult](Result const& result) {
+            lastResult = result;
+            if (result->Succeed())
+                TakePlaylistItem(playList, *item, i);
+            else
+                KeepFailure(i, entry->GetURL(), result);
+            ReportEntry(i, result, *item, {lanes.Loaded(), count});
+        };
+        std::string const url = entry->GetURL();
+        entries.push_back({url.empty() ? taskURL_ : url, std::move(load), std::move(report)});
     }
+    lanes.AddInFront(std::move(entries));
+    lanes.Run();
     if (UserCancel()) {
         notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingJsonOutput"));
     } else if (playList->GetDownloadItemCount() < 1) {
@@ -144,13 +151,44 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
     }
 }
 
+/// Tells of one entry, its item or its failure, and of `loaded` of so many.
+void HVDownloadTaskParser::ReportEntry(int index, Result const& result,
+                                       std::shared_ptr<IHVDownloadItem> const& item,
+                                       std::pair<int, int> loaded) {
+    auto const [done, count] = loaded;
+    if (result->Succeed())
+        notifyGetPlayItem(item);
+    else
+        IHVLogConfig::Printf("Entry %d of %d can't be loaded: %s", index + 1, count,
+                             result->GetErrorMessage().c_str());
+    notifyTaskProgress("Loading " + std::to_string(done) + " of the playlist with " + std::to_string(count) +
+                           " items",
+                       static_cast<float>(done * 100.0 / count));
+}
+
 std::shared_ptr<IHVError const>
 HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
                                       std::shared_ptr<HVJsonObjectPlaylistEntry> entry, int index) {
+    std::shared_ptr<IHVDownloadItem> item;
+    auto result = LoadPlaylistItem(item, playList->GetPlaylistURL(), entry, index);
+    if (result != nullptr && result->Succeed())
+        TakePlaylistItem(playList, item, index);
+    return result;
+}
+
+void HVDownloadTaskParser::TakePlaylistItem(std::shared_ptr<IHVPlayList> const& playList,
+                                            std::shared_ptr<IHVDownloadItem> const& item, int index) {
+    item->SetPlayList(playList, index);
+    playList->AppendDownloadItem(item);
+}
+
+HVDownloadTaskParser::Result
+HVDownloadTaskParser::LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, std::string const& listURL,
+                                       std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index) {
     std::string const url = entry == nullptr ? std::string() : entry->GetURL();
     // Other than the first run's, an entry's command line names no JS runtime; the child's PATH does.
     HVArgsBuilder const builder(GetMutableOptions());
-    auto const args = url.empty() ? builder.BuildParseListItemArgs(playList->GetPlaylistURL(), index, true)
+    auto const args = url.empty() ? builder.BuildParseListItemArgs(listURL, index, true)
                                   : builder.BuildParsePlayItemArgs(url, true);
     std::string output;
     std::string errorText;
@@ -175,13 +213,8 @@ HVDownloadTaskParser::GetPlaylistItem(std::shared_ptr<IHVPlayList>& playList,
     }
     if (json == nullptr)
         return ToolFailure(__LINE__, "GetPlaylistItem", errorText, "No item json string exists.");
-    auto item = IHVDownloadItem::MallocDownloadItem(url);
-    auto result = GetPlayItem(item, json);
-    if (result != nullptr && result->Succeed()) {
-        item->SetPlayList(playList, index);
-        playList->AppendDownloadItem(item);
-    }
-    return result;
+    item = IHVDownloadItem::MallocDownloadItem(url);
+    return GetPlayItem(item, json);
 }
 
 std::shared_ptr<IHVError const>

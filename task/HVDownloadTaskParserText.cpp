@@ -129,16 +129,29 @@ void HVDownloadTaskParser::CompleteFromTables() {
     auto const playList = count > 1 ? IHVPlayList::MallocPlayList(taskURL_) : nullptr;
     std::vector<std::shared_ptr<IHVDownloadItem>> items;
     Result lastResult = UnknownError({});
-    for (int i = 0; i < count && !UserCancel(); ++i) {
+    HVEntryLanes lanes(settings_.lanes, [this] { return UserCancel(); });
+    std::vector<HVEntryLanes::Entry> entries;
+    for (int i = 0; i < count; ++i) {
         int const place = playList == nullptr ? -1 : i;
-        lastResult = LoadEntry(place, {}, [&] { return LoadDownloadItem(items, place); });
-        if (!lastResult->Succeed()) {
-            IHVLogConfig::Printf("Failed parse download item %d with url(%d items).", i + 1, count);
-            IHVLogConfig::Printf("Error: %s.", lastResult->GetErrorMessage().c_str());
-        }
-        notifyTaskProgress("Loading item " + std::to_string(i + 1) + " of " + std::to_string(count),
-                           static_cast<float>((i + 1) * 100.0 / count));
+        auto const loaded = std::make_shared<std::vector<std::shared_ptr<IHVDownloadItem>>>();
+        auto report = [=, this, &items, &lanes, &lastResult](Result const& result) {
+            lastResult = result;
+            items.insert(items.end(), loaded->begin(), loaded->end());
+            if (!result->Succeed()) {
+                if (place >= 0)
+                    KeepFailure(place, {}, result);
+                IHVLogConfig::Printf("Failed parse download item %d with url(%d items).", i + 1, count);
+                IHVLogConfig::Printf("Error: %s.", result->GetErrorMessage().c_str());
+            }
+            int const done = lanes.Loaded();
+            notifyTaskProgress("Loading item " + std::to_string(done) + " of " + std::to_string(count),
+                               static_cast<float>(done * 100.0 / count));
+        };
+        entries.push_back(
+            {taskURL_, [=, this] { return LoadDownloadItem(*loaded, place); }, std::move(report)});
     }
+    lanes.AddInFront(std::move(entries));
+    lanes.Run();
     if (UserCancel()) {
         items.clear();
         notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingPainTextOutput"));

@@ -38,7 +38,7 @@ void TakeWordsOfEntry(IHVDownloadItem& item, HVListEntry const& told) {
 } // namespace
 
 HVFullAnalysis::HVFullAnalysis(HVDownloadTaskParser& task, HVAnalysisSettings const& settings)
-    : task_(task), settings_(settings) {}
+    : task_(task), settings_(settings), lanes_(settings.lanes, [&task] { return task.UserCancel(); }) {}
 
 void HVFullAnalysis::Run() {
     task_.notifyTaskStarted("Parse started");
@@ -123,19 +123,8 @@ void HVFullAnalysis::CompleteList(HVJsonNode const& document, std::string const&
     }
     Enqueue(list, top_, 0);
     TakeThumbnail(document);
-    Result lastFailure;
-    while (!waiting_.empty() && !task_.UserCancel()) {
-        Entry const entry = std::move(waiting_.front());
-        waiting_.pop_front();
-        auto const result = task_.LoadEntry(
-            entry.Index(), entry.told.url, [&] { return Load(entry); }, entry.told.level);
-        if (task_.UserCancel())
-            break;
-        if (!result->Succeed())
-            lastFailure = result;
-        Report(entry, result);
-    }
-    Complete(lastFailure);
+    lanes_.Run();
+    Complete();
 }
 
 void HVFullAnalysis::TakeThumbnail(HVJsonNode const& document) {
@@ -145,11 +134,11 @@ void HVFullAnalysis::TakeThumbnail(HVJsonNode const& document) {
     task_.GetPlaylistThumbnail(list, json);
 }
 
-void HVFullAnalysis::Complete(Result const& lastFailure) {
+void HVFullAnalysis::Complete() {
     if (task_.UserCancel()) {
         task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "Complete"));
-    } else if (lastFailure != nullptr && top_->GetDownloadItemCount() == 0 && !toldOfLists_) {
-        task_.notifyTaskComplete(lastFailure);
+    } else if (lastFailure_ != nullptr && top_->GetDownloadItemCount() == 0 && !toldOfLists_) {
+        task_.notifyTaskComplete(lastFailure_);
     } else {
         task_.notifyGetPlayList(top_);
         task_.notifyTaskComplete(IHVError::MallocSucceed(kFile, __LINE__, "Complete"));
@@ -164,14 +153,19 @@ void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVP
         entries.push_back(document.Entry(i, level));
     if (settings_.list)
         ReportTo(settings_.list, std::shared_ptr<IHVPlayList const>(list), entries);
-    std::deque<Entry> wanted;
-    for (int i = 0; i < document.Count(); ++i)
-        if (auto& entry = entries[static_cast<std::size_t>(i)]; Wanted(entry)) {
-            wanted.push_back({std::move(entry), document.Node(i), list});
-        }
+    std::vector<HVEntryLanes::Entry> wanted;
+    for (int i = 0; i < document.Count(); ++i) {
+        auto& told = entries[static_cast<std::size_t>(i)];
+        if (!Wanted(told))
+            continue;
+        std::string address = told.url.empty() ? list->GetPlaylistURL() : told.url;
+        auto const entry = std::make_shared<Entry const>(Entry{std::move(told), document.Node(i), list});
+        auto const found = std::make_shared<Found>();
+        wanted.push_back({std::move(address), [=, this] { return Load(*entry, *found); },
+                          [=, this](Result const& result) { Take(*entry, *found, result); }});
+    }
     total_ += static_cast<int>(wanted.size());
-    waiting_.insert(waiting_.begin(), std::make_move_iterator(wanted.begin()),
-                    std::make_move_iterator(wanted.end()));
+    lanes_.AddInFront(std::move(wanted));
 }
 
 bool HVFullAnalysis::Wanted(HVListEntry const& entry) const {
@@ -186,16 +180,19 @@ bool HVFullAnalysis::Wanted(HVListEntry const& entry) const {
     return wanted;
 }
 
-HVFullAnalysis::Result HVFullAnalysis::Load(Entry const& entry) {
+HVFullAnalysis::Result HVFullAnalysis::Load(Entry const& entry, Found& found) {
     if (entry.told.whole)
-        return TakeItem(entry, entry.node);
+        return LoadItem(entry, entry.node, found);
     // A list that the listing only names is listed by a run of its own, if it is wanted.
     bool const named =
         entry.told.entryCount == 0 && !entry.told.url.empty() && entry.told.level < settings_.listDepth;
-    return entry.told.kind == HVListEntry::List && !named ? TakeList(entry, entry.node) : LoadByRun(entry);
+    if (entry.told.kind != HVListEntry::List || named)
+        return LoadByRun(entry, found);
+    found.list = entry.node;
+    return IHVError::MallocSucceed(kFile, __LINE__, "Load");
 }
 
-HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry) {
+HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry, Found& found) {
     HVArgsBuilder builder(task_.GetMutableOptions());
     builder.SetJsRuntimePath(task_.GetJSRuntimePath());
     bool const byAddress = !entry.told.url.empty();
@@ -215,32 +212,51 @@ HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry) {
     output = std::string();
     if (!byAddress) // the answer is the list with just this entry
         document = ReadArrayItem(document, "entries", 0);
-    if (IsListDocument(document))
-        return TakeList(entry, document);
     if (IsItemDocument(document))
-        return TakeItem(entry, document);
-    return AnswerFailure(__LINE__, "LoadByRun", "", errorText, unreadable);
+        return LoadItem(entry, document, found);
+    if (!IsListDocument(document))
+        return AnswerFailure(__LINE__, "LoadByRun", "", errorText, unreadable);
+    found.list = document;
+    return IHVError::MallocSucceed(kFile, __LINE__, "LoadByRun");
 }
 
-HVFullAnalysis::Result HVFullAnalysis::TakeItem(Entry const& entry, HVJsonNode const& document) {
+HVFullAnalysis::Result HVFullAnalysis::LoadItem(Entry const& entry, HVJsonNode const& document,
+                                                Found& found) {
     if (entry.told.url.empty() && entry.list->GetPlaylistURL().empty())
-        return ToolFailure(__LINE__, "TakeItem", {}, "The entry has no address, and neither has its list.");
+        return ToolFailure(__LINE__, "LoadItem", {}, "The entry has no address, and neither has its list.");
     auto item = IHVDownloadItem::MallocDownloadItem(entry.told.url);
     auto result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
-    if (!result->Succeed())
-        return result;
-    if (ReadString(entry.node, "_type") == "url_transparent")
+    if (result->Succeed() && ReadString(entry.node, "_type") == "url_transparent")
         TakeWordsOfEntry(*item, entry.told);
+    found.item = std::move(item);
+    return result;
+}
+
+void HVFullAnalysis::Take(Entry const& entry, Found const& found, Result const& result) {
+    if (task_.UserCancel())
+        return;
+    if (!result->Succeed()) {
+        lastFailure_ = result;
+        task_.KeepFailure(entry.Index(), entry.told.url, result, entry.told.level);
+    } else if (found.list != nullptr) {
+        TakeList(entry, found.list);
+    } else {
+        TakeItem(entry, found.item);
+    }
+    // The function of the application may have stopped the task.
+    if (!task_.UserCancel())
+        Report(entry, result);
+}
+
+void HVFullAnalysis::TakeItem(Entry const& entry, std::shared_ptr<IHVDownloadItem> const& item) {
     item->SetPlayList(entry.list, entry.Index());
     if (entry.list != top_)
         entry.list->AppendDownloadItem(item);
     top_->AppendDownloadItem(item);
-    if (!task_.UserCancel())
-        task_.notifyGetPlayItem(item);
-    return result;
+    task_.notifyGetPlayItem(item);
 }
 
-HVFullAnalysis::Result HVFullAnalysis::TakeList(Entry const& entry, HVJsonNode const& document) {
+void HVFullAnalysis::TakeList(Entry const& entry, HVJsonNode const& document) {
     // An entry that only names the list has the address; else the document has it.
     HVListDocument inner(document, entry.told.kind == HVListEntry::List ? std::string() : entry.told.url);
     auto const list = MakeList(document, inner.Address());
@@ -253,11 +269,10 @@ HVFullAnalysis::Result HVFullAnalysis::TakeList(Entry const& entry, HVJsonNode c
             IHVLogConfig::Printf(IHVLogConfig::LogLevelWarning,
                                  "%s: this list is too deep in others to be gone into.",
                                  list->GetPlaylistURL().c_str());
-        return IHVError::MallocSucceed(kFile, __LINE__, "TakeList");
+        return;
     }
     opened_.insert(inner.Address());
     Enqueue(inner, list, entry.told.level + 1);
-    return IHVError::MallocSucceed(kFile, __LINE__, "TakeList");
 }
 
 void HVFullAnalysis::Report(Entry const& entry, Result const& result) {
@@ -265,10 +280,10 @@ void HVFullAnalysis::Report(Entry const& entry, Result const& result) {
         IHVLogConfig::Printf("Entry %d of %s failed: %s", entry.told.number,
                              entry.list->GetPlaylistURL().c_str(), result->GetErrorMessage().c_str());
     }
-    ++done_;
+    int const done = lanes_.Loaded();
     // A list that was gone into adds its entries; the percentage never falls all the same.
-    percent_ = std::max(percent_, static_cast<float>(done_ * 100.0 / total_));
-    task_.notifyTaskProgress("Loading " + std::to_string(done_) + " of the playlist with " +
+    percent_ = std::max(percent_, static_cast<float>(done * 100.0 / total_));
+    task_.notifyTaskProgress("Loading " + std::to_string(done) + " of the playlist with " +
                                  std::to_string(total_) + " items",
                              percent_);
 }

@@ -1,12 +1,11 @@
 #pragma once
 // The analysis that takes what the tool finds as the tool takes it: documents without a list of formats,
 // entries that the flat listing holds whole, and lists inside lists. Used by one run of a parser task, on its
-// worker thread.
+// worker thread; Load also on the threads of HVEntryLanes.
 
 #include "HVAnalysisSettings.h"
 #include "HVJsonRead.h"
 
-#include <deque>
 #include <memory>
 #include <set>
 #include <string>
@@ -35,6 +34,11 @@ private:
 
         int Index() const { return told.number - 1; }
     };
+    /// What an entry turned out to be: an item, or the document of a list.
+    struct Found {
+        std::shared_ptr<IHVDownloadItem> item;
+        HVJsonNode list;
+    };
     using Result = std::shared_ptr<IHVError const>;
 
     /// The tool's words for the entries that are wanted by their numbers; nothing for all.
@@ -44,29 +48,32 @@ private:
     void CompleteItem(HVJsonNode const& document);
     void CompleteList(HVJsonNode const& document, std::string const& errorText);
     void TakeThumbnail(HVJsonNode const& document);
-    void Complete(Result const& lastFailure);
+    void Complete();
 
     /// Puts the wanted entries in front of those that wait.
     void Enqueue(HVListDocument const& document, std::shared_ptr<HVPlayList> const& list, int level);
     bool Wanted(HVListEntry const& entry) const;
-    Result Load(Entry const& entry);
+    Result Load(Entry const& entry, Found& found);
     /// Runs the tool for an entry of which the listing holds only the address.
-    Result LoadByRun(Entry const& entry);
-    Result TakeItem(Entry const& entry, HVJsonNode const& document);
+    Result LoadByRun(Entry const& entry, Found& found);
+    Result LoadItem(Entry const& entry, HVJsonNode const& document, Found& found);
+    /// Takes an entry that is loaded, or has failed, and reports it.
+    void Take(Entry const& entry, Found const& found, Result const& result);
+    void TakeItem(Entry const& entry, std::shared_ptr<IHVDownloadItem> const& item);
     /// Goes into a list inside a list, as deep as was asked for, or only tells of it.
-    Result TakeList(Entry const& entry, HVJsonNode const& document);
+    void TakeList(Entry const& entry, HVJsonNode const& document);
     void Report(Entry const& entry, Result const& result);
 
     HVDownloadTaskParser& task_;
     HVAnalysisSettings const& settings_;
     std::shared_ptr<HVPlayList> top_;
-    std::deque<Entry> waiting_;
+    Result lastFailure_;
     /// Addresses of the lists that were gone into: a list that names itself is not gone into again.
     std::set<std::string> opened_;
-    int done_ = 0;
     int total_ = 0;
     float percent_ = 0.0F;
     bool toldOfLists_ = false;
+    HVEntryLanes lanes_; ///< behind what its loads use
 };
 
 } // namespace Halvorn

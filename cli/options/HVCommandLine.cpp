@@ -20,7 +20,8 @@ namespace Halvorn {
 
 namespace {
 
-constexpr int kMostJobs = 256;
+/// Runs at the same time.
+constexpr int kMostRuns = 256;
 /// Columns; the parser repeats what it was given, however long.
 constexpr std::size_t kLongestFault = 300;
 
@@ -48,6 +49,16 @@ std::string PathLike(std::string const& value) {
     if (value.starts_with('='))
         return "the value \"" + value + "\" begins with \"=\"; write -o DIR or --output=DIR";
     return NotEmpty(value);
+}
+
+/// Reads how many runs `option` asks for. Returns the fault.
+std::string TakeRuns(char const* option, std::string const& text, int& runs) {
+    auto const number = WholeNumber(text);
+    if (!text.empty() && (!number || *number < 1 || *number > kMostRuns))
+        return std::string(option) + " must be a number from 1 to " + std::to_string(kMostRuns) + ", not \"" +
+               text + "\"";
+    runs = text.empty() ? runs : *number;
+    return {};
 }
 
 /// The command that the arguments reached, the innermost one.
@@ -129,7 +140,7 @@ void HVCommandLine::AddInfo() {
     AddFlag(app, "--all-formats", request_.allFormats, "Print every format that the tool lists as well");
     AddItems(app);
     AddToolPaths(app);
-    AddCold(app);
+    AddRuns(app);
     AddRecords(app, false);
 }
 
@@ -152,7 +163,7 @@ void HVCommandLine::AddGet() {
     AddFlag(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
     AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
-    AddCold(app);
+    AddRuns(app);
     AddRecords(app, true);
 }
 
@@ -196,7 +207,12 @@ void HVCommandLine::AddToolPaths(CLI::App& app) {
         ->group("Tools");
 }
 
-void HVCommandLine::AddCold(CLI::App& app) {
+void HVCommandLine::AddRuns(CLI::App& app) {
+    app.add_option("--analyses", analyses_,
+                   "Number of entries of a list analysed at the same time, at most 4 of them of one site; 4 "
+                   "unless given")
+        ->type_name("N")
+        ->check(NotEmpty, "");
     AddFlag(app, "--cold", request_.cold,
             "Start the tool anew for each of its runs, as is done for one alone")
         .group("Tools");
@@ -311,12 +327,10 @@ std::string HVCommandLine::Complete() {
         return "--subtitle-kind must be people, machine or any, not \"" + request_.subtitleKind + "\"";
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7-, not \"" + request_.items + "\"";
-    if (auto const jobs = WholeNumber(jobs_); !jobs_.empty()) {
-        if (!jobs || *jobs < 1 || *jobs > kMostJobs)
-            return "--jobs must be a number from 1 to " + std::to_string(kMostJobs) + ", not \"" + jobs_ +
-                   "\"";
-        request_.jobs = *jobs;
-    }
+    for (std::string fault :
+         {TakeRuns("--jobs", jobs_, request_.jobs), TakeRuns("--analyses", analyses_, request_.analyses)})
+        if (!fault.empty())
+            return fault;
     for (auto const& [name, path] :
          {std::pair("--tool", &request_.toolFolder), std::pair("--js-runtime", &request_.jsRuntime)})
         if (!path->empty() && (*path != "none" || path != &request_.jsRuntime))

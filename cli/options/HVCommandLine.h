@@ -50,7 +50,7 @@ private:
     void AddItems(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
-    void AddCold(CLI::App& app);
+    void AddRuns(CLI::App& app);
     void AddRecords(CLI::App& app, bool downloads);
     /// Completes the request from what was given. Returns the fault.
     std::string Complete();
@@ -59,6 +59,7 @@ private:
     HVRequest request_;
     HVGivenOptions given_;
     std::string jobs_;
+    std::string analyses_;
     Command run_ = nullptr;
 };
 

@@ -29,6 +29,7 @@ struct HVRequest {
     std::string toolFolder;           ///< folder of the local copies; empty for the built-in ones
     std::string jsRuntime;            ///< empty for the built-in one
     int jobs = 6;
+    int analyses = 4;  ///< entries of a list that are loaded at once
     bool cold = false; ///< the tool is started anew for each run
     bool quiet = false;
     bool json = false;

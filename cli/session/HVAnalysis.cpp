@@ -37,6 +37,7 @@ void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetTablesWhereNoJson(true);
     task_->SetThumbnailBytes(false);
     task_->SetWebPThumbnails(true);
+    task_->SetAnalysesAtOnce(request.analyses);
     task_->SetListDepth(request.flat ? 0 : kListDepth);
     task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
     if (request.listOnly)

@@ -1,6 +1,7 @@
 #include "HVHTTPAddress.h"
 
 #include "HVMaskedArguments.h"
+#include "IHVStringHelper.h"
 
 #include <memory>
 
@@ -29,12 +30,22 @@ bool IsLoopback(std::string const& host) {
     return host.compare(0, 4, "127.") == 0 && host.find_first_not_of("0123456789.") == std::string::npos;
 }
 
+using Url = std::unique_ptr<CURLU, UrlDeleter>;
+
+/// Empty where it is no address.
+Url Parse(std::string const& url, unsigned int flags) {
+    Url parsed(curl_url());
+    if (parsed != nullptr && curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), flags) != CURLUE_OK)
+        parsed.reset();
+    return parsed;
+}
+
 } // namespace
 
 HVHTTPAddress CheckHTTPAddress(std::string const& url) {
     HVHTTPAddress result;
-    std::unique_ptr<CURLU, UrlDeleter> const parsed(curl_url());
-    if (parsed == nullptr || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) {
+    Url const parsed = Parse(url, 0);
+    if (parsed == nullptr) {
         result.refusal = "\"" + MaskedAddress(url) + "\" is no web address";
         return result;
     }
@@ -46,6 +57,11 @@ HVHTTPAddress CheckHTTPAddress(std::string const& url) {
     else
         result.refusal = "\"" + MaskedAddress(url) + "\" is refused: only https is safe";
     return result;
+}
+
+std::string HostOfAddress(std::string const& url) {
+    Url const parsed = Parse(url, CURLU_NON_SUPPORT_SCHEME);
+    return parsed == nullptr ? std::string() : IHVStringHelper::ToLower(Part(parsed.get(), CURLUPART_HOST));
 }
 
 } // namespace Halvorn

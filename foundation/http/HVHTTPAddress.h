@@ -14,5 +14,7 @@ struct HVHTTPAddress {
 
 /// Takes https, and plain http on loopback, which never leaves this machine.
 HVHTTPAddress CheckHTTPAddress(std::string const& url);
+/// The host of an address of any kind, in small letters; empty where it names none.
+std::string HostOfAddress(std::string const& url);
 
 } // namespace Halvorn

@@ -132,6 +132,13 @@ public:
     void SetWebPThumbnails(bool take);
     /// Whether items keep their documents, see IHVDownloadItem::DocumentText. In every analysis from JSON.
     void SetKeepDocuments(bool keep);
+    /// How many entries of a list are loaded at the same time; 1, one after the other, until it is set. Less
+    /// than 1 counts as 1. Reports come in the order of the list all the same, so an entry that is loaded
+    /// early waits for those before it; the numbers of a progress count what is loaded. There are as many
+    /// threads and runs of the tool. In every analysis.
+    void SetAnalysesAtOnce(int entries);
+    /// How many of those may be of one site, that is of one host of their addresses; 4 until it is set.
+    void SetAnalysesPerSite(int entries);
     ///@}
 
 protected:

@@ -64,6 +64,7 @@ class UsageTest(ScriptedTest):
             ("get x --quiet=1", "takes no value"),
             ("tools update now", '"now" is one argument too many (see reelhaul tools update --help)'),
             ("get x --jobs 0", "1 to 256"),
+            ("info x --analyses 257", "--analyses must be a number from 1 to 256"),
             ("get x --items 3-1", "1,3-5"),
             ("get x --limit-rate 1K --throttled-rate 2K", "above"),
             ("info x --tool /nosuch", "/nosuch"),

@@ -31,7 +31,8 @@ std::string Link(std::string const& name, std::string const& more = {}) {
 
 } // namespace
 
-class FullAnalysis : public ScriptedTool {
+/// The parameter is how many entries are loaded at once.
+class FullAnalysis : public ScriptedTool, public testing::WithParamInterface<int> {
 protected:
     FullAnalysis() {
         Put("one", "line " + Whole("One"));
@@ -44,6 +45,7 @@ protected:
         recorder_ = std::make_unique<Recorder>();
         task->SetDelegate(recorder_.get());
         task->SetFullAnalysis(true);
+        task->SetAnalysesAtOnce(GetParam());
         if (setUp)
             setUp(*task);
         EXPECT_TRUE(task->StartTask()->Succeed());
@@ -68,7 +70,7 @@ protected:
     LogLines log_;
 };
 
-TEST_F(FullAnalysis, TakesDocumentsAndEntriesAsTheToolDoes) {
+TEST_P(FullAnalysis, TakesDocumentsAndEntriesAsTheToolDoes) {
     std::string const oneFile = R"({"title":"F","url":"http://h/f.mp4","ext":"mp4","format_id":"0"})";
     std::string const ownPage = R"(,"webpage_url":"http://h/own")";
     for (auto const& [script, expected, runs] :
@@ -97,7 +99,7 @@ TEST_F(FullAnalysis, TakesDocumentsAndEntriesAsTheToolDoes) {
     EXPECT_EQ(recorder_->items[0]->GetDownloadFormatAtIndex(0)->FormatCode(), "0");
 }
 
-TEST_F(FullAnalysis, TellsOfListsInsideAListAndGoesIntoThem) {
+TEST_P(FullAnalysis, TellsOfListsInsideAListAndGoesIntoThem) {
     std::string const inner = List("inner", Whole("I1") + "," + Whole("I2"));
     Put("inner", "line " + inner);
     Put("named", "line " + List("named", Link("one")));
@@ -126,7 +128,7 @@ TEST_F(FullAnalysis, TellsOfListsInsideAListAndGoesIntoThem) {
     EXPECT_EQ(last, 100.0F);
 }
 
-TEST_F(FullAnalysis, LoadsTheEntriesThatAreWanted) {
+TEST_P(FullAnalysis, LoadsTheEntriesThatAreWanted) {
     std::string const listed =
         Link("one", R"(,"id":"a","title":"T","duration":9.5,"timestamp":1767225600,"ie_key":"E",)"
                     R"("thumbnails":[{"url":"small"},{"url":"large"}])") +
@@ -171,7 +173,7 @@ TEST_F(FullAnalysis, LoadsTheEntriesThatAreWanted) {
               "playlist row of 0|" + kSucceed);
 }
 
-TEST_F(FullAnalysis, KeepsWhatElseTheDocumentSays) {
+TEST_P(FullAnalysis, KeepsWhatElseTheDocumentSays) {
     std::string const document = Whole(
         "A", R"(,"extractor":"site","id":"i","webpage_url":"w","uploader":"u","upload_date":"20260131",)"
              R"("description":"d","chapters":[{"start_time":0,"end_time":2.5,"title":"c"}],"odd":NaN,)"
@@ -220,7 +222,7 @@ TEST_F(FullAnalysis, KeepsWhatElseTheDocumentSays) {
         "L|1");
 }
 
-TEST_F(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
+TEST_P(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
     std::string const tables =
         "when --list-formats\nline ID  EXT RESOLUTION | FILESIZE PROTO | VCODEC ACODEC\n"
         "line 18  mp4 640x360    |  1.00MiB https | avc1   mp4a\nline A name\nline 6\n";
@@ -236,7 +238,7 @@ TEST_F(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
     EXPECT_THAT(run("errline x: error: no such option: -J\nexit 2"), HasSubstr("no such option"));
 }
 
-TEST_F(FullAnalysis, ReportsAStopOnceAsACancel) {
+TEST_P(FullAnalysis, ReportsAStopOnceAsACancel) {
     std::string const cancel = "Cancel: User cancelled operation";
     std::string const thumbnail = R"(,"thumbnails":[{"id":"0","url":"script:late"}])";
     Put("late", "touch up\nwait go\nwrite . 5");
@@ -258,3 +260,5 @@ TEST_F(FullAnalysis, ReportsAStopOnceAsACancel) {
         stopper.join();
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(AtOnce, FullAnalysis, testing::Values(1, 4));
