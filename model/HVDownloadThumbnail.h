@@ -2,11 +2,13 @@
 // One picture, from the tool's JSON or from a row of its plain table. See IHVDownloadThumbnail for threads
 // and ownership.
 
+#include "HVHTTPTerms.h"
 #include "HVJsonObjectThumbnail.h"
 #include "IHVDownloadThumbnail.h"
 
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace Halvorn {
 
@@ -29,6 +31,14 @@ public:
     /// empty, says false.
     bool FetchData(std::shared_ptr<IHVDownloadOptions> options, std::string const& jsRuntimePath,
                    HVToolStop* stop, unsigned int time, std::function<bool()> const& mayGoOn = {});
+    /// Fetches the bytes by HTTP as the tool would, without a run of it: with the headers and what `options`,
+    /// which may be null, say of proxy, cookies and certificates. `stop` and `time` as above. False where it
+    /// did not get a picture, or only the tool can ask as the options want.
+    bool FetchByHTTP(IHVDownloadOptions const* options, HVToolStop* stop, unsigned int time);
+    /// What the tool sends when it asks for it.
+    void SetHeaders(HVHTTPHeaders headers) { headers_ = std::move(headers); }
+    /// See IHVDownloadThumbnail::SetSizeLimit.
+    static std::int64_t SizeLimit();
 
     /// False for a picture that is not offered: no identifier, no address, WebP, an empty pointer.
     bool LoadFromJson(std::shared_ptr<HVJsonObjectThumbnail const> const& json);
@@ -50,6 +60,7 @@ private:
     std::int32_t dataSize_ = 0;
     ThumbnailDataFormat dataFormat_ = ThumbnailUnknown;
     std::string downloadURL_;
+    HVHTTPHeaders headers_;
 };
 
 } // namespace Halvorn

@@ -103,6 +103,13 @@ HVItemDetails HVJsonObjectPlayItem::GetDetails() const {
     return details;
 }
 
+HVHTTPHeaders HVJsonObjectPlayItem::GetHeaders() const {
+    auto headers = ReadHeaders(node_);
+    return headers.empty()
+               ? ReadHeaders(ReadArrayItem(node_, "formats", ReadArrayCount(node_, "formats") - 1))
+               : headers;
+}
+
 std::string HVJsonObjectPlayItem::GetText() const {
     return IHVJsonReader::JsonText(node_);
 }

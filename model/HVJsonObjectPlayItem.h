@@ -32,6 +32,8 @@ public:
     std::shared_ptr<HVJsonObjectFormat> GetFormatJsonObject(int index) const;
     int GetThumbnailCount() const;
     std::shared_ptr<HVJsonObjectThumbnail> GetThumbnailJsonObject(int index) const;
+    /// What the tool sends to the site: as the document says, else as its last format does.
+    HVHTTPHeaders GetHeaders() const;
     /// The first text of full title, title, description and identifier.
     std::string GetFileName() const;
     /// The tool's own text, else one of the seconds, whose first number is the remainder of the hour.

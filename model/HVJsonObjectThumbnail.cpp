@@ -19,4 +19,8 @@ std::string HVJsonObjectThumbnail::GetID() const {
     return ReadString(node_, "id");
 }
 
+HVHTTPHeaders HVJsonObjectThumbnail::GetHeaders() const {
+    return ReadHeaders(node_);
+}
+
 } // namespace Halvorn

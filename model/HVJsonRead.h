@@ -1,6 +1,7 @@
 #pragma once
 // Reading a node that may be missing: the adapters answer the empty value then.
 
+#include "HVHTTPTerms.h"
 #include "IHVJsonValue.h"
 
 namespace Halvorn {
@@ -24,6 +25,14 @@ inline HVJsonNode ReadMember(HVJsonNode const& node, char const* key) {
 }
 inline HVJsonNode ReadArrayItem(HVJsonNode const& node, std::string const& key, int index) {
     return node == nullptr ? nullptr : node->GetArrayItem(key, index);
+}
+/// The headers that the tool sends when it asks for what the node describes.
+inline HVHTTPHeaders ReadHeaders(HVJsonNode const& node) {
+    HVHTTPHeaders headers;
+    if (auto const member = ReadMember(node, "http_headers"))
+        for (auto const& name : member->GetMemberNames())
+            headers.emplace_back(name, ReadString(member, name));
+    return headers;
 }
 
 } // namespace Halvorn

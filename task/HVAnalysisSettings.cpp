@@ -46,6 +46,10 @@ void IHVDownloadTask::SetThumbnailBytes(bool fetch) {
     Set(*this, &HVAnalysisSettings::thumbnailBytes, fetch);
 }
 
+void IHVDownloadTask::SetThumbnailsByHTTP(bool byHTTP) {
+    Set(*this, &HVAnalysisSettings::thumbnailsByHTTP, byHTTP);
+}
+
 void IHVDownloadTask::SetWebPThumbnails(bool take) {
     Set(*this, &HVAnalysisSettings::webP, take);
 }

@@ -17,6 +17,7 @@ class IHVPlayList;
 struct HVAnalysisSettings {
     bool full = false;
     bool thumbnailBytes = true;
+    bool thumbnailsByHTTP = false;
     bool webP = false;
     bool documents = false;
     bool tablesWhereNoJson = false;

@@ -7,6 +7,7 @@
 #include "HVAnalysisSettings.h"
 #include "HVDownloadTask.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -99,6 +100,7 @@ private:
                                  std::shared_ptr<IHVDownloadItem> const& item, int index);
     void ReportEntry(int index, Result const& result, std::shared_ptr<IHVDownloadItem> const& item,
                      std::pair<int, int> loaded);
+    bool FetchThumbnail(IHVDownloadThumbnail& thumbnail, std::chrono::steady_clock::time_point until);
     static void TakeAllFormats(IHVDownloadItem& item,
                                std::vector<std::shared_ptr<IHVDownloadFormat>> formats);
     void CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json);

@@ -30,16 +30,23 @@ namespace {
 constexpr char kFile[] = "HVDownloadTaskParser";
 /// How long the best picture of an item or a playlist may be looked for.
 constexpr std::chrono::seconds kThumbnailsTime(60);
+/// How long a picture may take by HTTP before the tool is to fetch it, in milliseconds.
+constexpr unsigned int kHTTPTime = 15'000;
 
-/// The thumbnails that one of the two sources lists, as far as they load.
+/// The thumbnails that one of the two sources lists, as far as they load. They are asked for with headers of
+/// their own, or with `headers`.
 template <typename Source, typename Get>
-std::vector<std::shared_ptr<IHVDownloadThumbnail>> LoadThumbnails(Source& source, Get get,
-                                                                  HVAnalysisSettings const& settings) {
+std::vector<std::shared_ptr<IHVDownloadThumbnail>>
+LoadThumbnails(Source& source, Get get, HVAnalysisSettings const& settings, HVHTTPHeaders const& headers) {
     std::vector<std::shared_ptr<IHVDownloadThumbnail>> thumbnails;
     for (int i = 0; i < source.GetThumbnailCount(); ++i) {
         auto thumbnail = std::make_shared<HVDownloadThumbnail>();
-        if (thumbnail->LoadFromJson((source.*get)(i)) || (settings.webP && thumbnail->IsUsableWebP()))
-            thumbnails.push_back(std::move(thumbnail));
+        auto const json = (source.*get)(i);
+        if (!thumbnail->LoadFromJson(json) && !(settings.webP && thumbnail->IsUsableWebP()))
+            continue;
+        auto own = json->GetHeaders();
+        thumbnail->SetHeaders(own.empty() ? headers : std::move(own));
+        thumbnails.push_back(std::move(thumbnail));
     }
     // The tool lists the best last: that counts where the sizes, which may be unknown, decide nothing.
     if (settings.full)
@@ -257,13 +264,14 @@ void HVDownloadTaskParser::GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>
 
 void HVDownloadTaskParser::GetPlayItemThumbnail(std::shared_ptr<IHVDownloadItem>& item,
                                                 std::shared_ptr<HVJsonObjectPlayItem>& json) {
-    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayItem::GetThumbnailJsonObject, settings_);
+    auto thumbnails =
+        LoadThumbnails(*json, &HVJsonObjectPlayItem::GetThumbnailJsonObject, settings_, json->GetHeaders());
     item->SetThumbnail(FindBestThumbnail(thumbnails));
 }
 
 void HVDownloadTaskParser::GetPlaylistThumbnail(std::shared_ptr<IHVPlayList>& playList,
                                                 std::shared_ptr<HVJsonObjectPlayList>& json) {
-    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayList::GetThumbJsonObject, settings_);
+    auto thumbnails = LoadThumbnails(*json, &HVJsonObjectPlayList::GetThumbJsonObject, settings_, {});
     playList->SetThumbnail(FindBestThumbnail(thumbnails));
 }
 
@@ -278,19 +286,30 @@ HVDownloadTaskParser::FindBestThumbnail(std::vector<std::shared_ptr<IHVDownloadT
         return thumbnails.front();
     // A host that does not answer must not hold up the analysis once for each size that it offers.
     auto const until = std::chrono::steady_clock::now() + kThumbnailsTime;
-    for (auto const& thumbnail : thumbnails) {
-        auto const left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
-        if (UserCancel() || left.count() <= 0)
-            break;
-        auto* const own = dynamic_cast<HVDownloadThumbnail*>(thumbnail.get());
-        unsigned int const time =
-            std::min(HVDownloadThumbnail::kFetchTime, static_cast<unsigned int>(left.count()));
-        if (own != nullptr ? own->FetchData(GetMutableOptions(), GetJSRuntimePath(), Stop(), time)
-                           : thumbnail->DownLoadThumbnailData(GetMutableOptions()))
+    for (auto const& thumbnail : thumbnails)
+        if (FetchThumbnail(*thumbnail, until))
             return thumbnail;
-    }
     return thumbnails.front();
+}
+
+bool HVDownloadTaskParser::FetchThumbnail(IHVDownloadThumbnail& thumbnail,
+                                          std::chrono::steady_clock::time_point until) {
+    auto const left = [until] {
+        auto const time =
+            std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
+        return static_cast<unsigned int>(
+            std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, HVDownloadThumbnail::kFetchTime));
+    };
+    auto* const own = dynamic_cast<HVDownloadThumbnail*>(&thumbnail);
+    if (UserCancel() || left() == 0)
+        return false;
+    if (own == nullptr)
+        return thumbnail.DownLoadThumbnailData(GetMutableOptions());
+    if (settings_.thumbnailsByHTTP &&
+        own->FetchByHTTP(GetMutableOptions().get(), Stop(), std::min(left(), kHTTPTime)))
+        return true;
+    return !UserCancel() && left() > 0 &&
+           own->FetchData(GetMutableOptions(), GetJSRuntimePath(), Stop(), left());
 }
 
 } // namespace Halvorn

@@ -140,6 +140,10 @@ bool IHVDownloadThumbnail::Fetch(std::shared_ptr<IHVDownloadOptions> options,
     return own->FetchData(std::move(options), jsRuntimePath, nullptr, time, mayGoOn);
 }
 
+std::int64_t HVDownloadThumbnail::SizeLimit() {
+    return gSizeLimit;
+}
+
 void IHVDownloadThumbnail::SetSizeLimit(std::int64_t bytes) {
     gSizeLimit = bytes;
 }

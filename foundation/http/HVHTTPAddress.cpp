@@ -42,7 +42,7 @@ Url Parse(std::string const& url, unsigned int flags) {
 
 } // namespace
 
-HVHTTPAddress CheckHTTPAddress(std::string const& url) {
+HVHTTPAddress CheckHTTPAddress(std::string const& url, bool plain) {
     HVHTTPAddress result;
     Url const parsed = Parse(url, 0);
     if (parsed == nullptr) {
@@ -52,7 +52,7 @@ HVHTTPAddress CheckHTTPAddress(std::string const& url) {
     std::string const scheme = Part(parsed.get(), CURLUPART_SCHEME);
     result.secure = scheme == "https";
     result.loopback = IsLoopback(Part(parsed.get(), CURLUPART_HOST));
-    if (result.secure || (scheme == "http" && result.loopback))
+    if (result.secure || (scheme == "http" && (result.loopback || plain)))
         result.url = Part(parsed.get(), CURLUPART_URL);
     else
         result.refusal = "\"" + MaskedAddress(url) + "\" is refused: only https is safe";

@@ -12,8 +12,8 @@ struct HVHTTPAddress {
     std::string refusal; ///< why, for a user
 };
 
-/// Takes https, and plain http on loopback, which never leaves this machine.
-HVHTTPAddress CheckHTTPAddress(std::string const& url);
+/// Takes https, and plain http on loopback, which never leaves this machine; with `plain` from any host.
+HVHTTPAddress CheckHTTPAddress(std::string const& url, bool plain = false);
 /// The host of an address of any kind, in small letters; empty where it names none.
 std::string HostOfAddress(std::string const& url);
 

@@ -1,6 +1,7 @@
 #include "HVHTTPRequest.h"
 
 #include "HVHTTPAddress.h"
+#include "HVHTTPSetUp.h"
 #include "HVHTTPThreads.h"
 #include "HVMaskedArguments.h"
 #include "IHVLogConfig.h"
@@ -8,8 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace Halvorn {
 
@@ -34,6 +35,8 @@ using Multi = std::unique_ptr<CURLM, MultiDeleter>;
 struct Answer {
     HVHTTPRequest const* request = nullptr;
     CURL* easy = nullptr;
+    bool firstHost = true;
+    HVHeaderList headers;
     std::string sinkFailure;
     std::array<char, CURL_ERROR_SIZE> curlFailure{};
     std::string redirect;
@@ -60,14 +63,6 @@ std::size_t OnBody(char* bytes, std::size_t size, std::size_t count, void* data)
     return answer.sinkFailure.empty() ? size * count : CURL_WRITEFUNC_ERROR;
 }
 
-/// The certificates that the environment names, as other programs take them too.
-void SetCertificates(CURL* easy) {
-    if (char const* const file = std::getenv("SSL_CERT_FILE"); file != nullptr && *file != '\0')
-        curl_easy_setopt(easy, CURLOPT_CAINFO, file);
-    if (char const* const folder = std::getenv("SSL_CERT_DIR"); folder != nullptr && *folder != '\0')
-        curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
-}
-
 void SetUp(Answer& answer, HVHTTPAddress const& address, long milliseconds) {
     CURL* const easy = answer.easy;
     curl_easy_setopt(easy, CURLOPT_URL, address.url.c_str());
@@ -87,7 +82,9 @@ void SetUp(Answer& answer, HVHTTPAddress const& address, long milliseconds) {
     // Don't wait for a name server that does not answer.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
 #endif
-    SetCertificates(easy);
+    SetEnvironmentCertificates(easy);
+    if (answer.request->terms != nullptr)
+        answer.headers = SetTerms(easy, *answer.request->terms, answer.firstHost);
 }
 
 std::string Describe(Answer const& answer, CURLcode code) {
@@ -96,16 +93,39 @@ std::string Describe(Answer const& answer, CURLcode code) {
     return answer.curlFailure[0] != '\0' ? answer.curlFailure.data() : curl_easy_strerror(code);
 }
 
+/// Makes a request endable by its cancel, if it has one, for as long as the object lives.
+class CancelScope {
+public:
+    CancelScope(std::shared_ptr<HVHTTPCancel> cancel, CURLM* multi) : cancel_(std::move(cancel)) {
+        if (cancel_ != nullptr)
+            cancel_->SetWaker([multi] { curl_multi_wakeup(multi); });
+    }
+    ~CancelScope() {
+        if (cancel_ != nullptr)
+            cancel_->SetWaker(nullptr);
+    }
+    CancelScope(CancelScope const&) = delete;
+    CancelScope& operator=(CancelScope const&) = delete;
+
+    bool Cancelled() const { return cancel_ != nullptr && cancel_->Requested(); }
+
+private:
+    std::shared_ptr<HVHTTPCancel> const cancel_;
+};
+
 /// Runs the transfer to its end: empty or the failure.
 std::string Transfer(Answer const& answer) {
     Multi const multi(curl_multi_init());
     if (multi == nullptr || curl_multi_add_handle(multi.get(), answer.easy) != CURLM_OK)
         return "there is not enough memory";
     HVHTTPStopScope const scope(multi.get());
+    CancelScope const cancel(answer.request->cancel, multi.get());
     std::string failure;
     for (int running = 1; running != 0 && failure.empty();) {
         if (HTTPStopping())
             failure = "the application is about to end";
+        else if (cancel.Cancelled())
+            failure = "it was stopped";
         else if (CURLMcode const code = curl_multi_perform(multi.get(), &running); code != CURLM_OK)
             failure = curl_multi_strerror(code);
         else if (running != 0)
@@ -150,15 +170,28 @@ long MillisecondsLeft(int timeout, Clock::time_point begin) {
 
 } // namespace
 
+void HVHTTPCancel::Request() {
+    requested_ = true;
+    std::lock_guard const lock(mutex_);
+    if (waker_)
+        waker_();
+}
+
+void HVHTTPCancel::SetWaker(std::function<void()> waker) {
+    std::lock_guard const lock(mutex_);
+    waker_ = std::move(waker);
+}
+
 std::string PerformHTTPRequest(HVHTTPRequest const& request) {
     PrepareHTTP();
     auto const begin = Clock::now();
     IHVLogConfig::Printf("Asking %s, for %d s at most.", MaskedAddress(request.url).c_str(), request.timeout);
     std::string url = request.url;
     bool secure = false;
+    std::string const firstHost = HostOfAddress(url);
     // Redirects are followed here and not by the library, since each address has to pass our own rule.
     for (int i = 0; i <= kMaxRedirects; ++i) {
-        HVHTTPAddress const address = CheckHTTPAddress(url);
+        HVHTTPAddress const address = CheckHTTPAddress(url, request.terms != nullptr);
         if (address.url.empty())
             return address.refusal;
         if (secure && !address.secure)
@@ -166,6 +199,7 @@ std::string PerformHTTPRequest(HVHTTPRequest const& request) {
         secure = address.secure;
         Answer answer;
         answer.request = &request;
+        answer.firstHost = HostOfAddress(url) == firstHost;
         std::string failure = Ask(answer, address, MillisecondsLeft(request.timeout, begin));
         if (!failure.empty() || answer.redirect.empty())
             return failure;

@@ -41,7 +41,8 @@ void StopRequests() {
     requests.stopping = true;
     for (CURLM* const multi : requests.running)
         curl_multi_wakeup(multi);
-    requests.changed.wait_for(lock, kEndPatience, [&] { return requests.threads == 0; });
+    requests.changed.wait_for(lock, kEndPatience,
+                              [&] { return requests.threads == 0 && requests.running.empty(); });
 }
 
 } // namespace
@@ -56,6 +57,7 @@ HVHTTPStopScope::~HVHTTPStopScope() {
     auto& requests = Requests::Shared();
     std::lock_guard const lock(requests.mutex);
     requests.running.erase(multi_);
+    requests.changed.notify_all();
 }
 
 bool HTTPStopping() {

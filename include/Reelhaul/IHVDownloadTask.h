@@ -128,6 +128,11 @@ public:
     /// Whether the bytes of the best thumbnail are fetched, which costs a run of the tool for each item;
     /// true until it is set. In every analysis.
     void SetThumbnailBytes(bool fetch);
+    /// Whether the library asks for those bytes itself, which takes as long as the site does, instead of by a
+    /// run of the tool: with the headers that the tool would send, and the proxy, the cookies file and the
+    /// certificates of the options. Where it gets no picture so, and for a browser's cookies, the tool runs
+    /// as without it. False until it is set. In every analysis.
+    void SetThumbnailsByHTTP(bool byHTTP);
     /// Whether thumbnails in WebP are taken. In every analysis from JSON; one from tables takes them always.
     void SetWebPThumbnails(bool take);
     /// Whether items keep their documents, see IHVDownloadItem::DocumentText. In every analysis from JSON.

@@ -1,4 +1,5 @@
 #include "Folder.h"
+#include "HVHTTPRequest.h"
 #include "IHVHTTPFetch.h"
 #include "LoopbackServer.h"
 #include "Text.h"
@@ -87,7 +88,7 @@ TEST_F(HVHTTP, CertificatesAreCheckedAndHttpsIsNotLeft) {
         "' && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key -out "
         "certificate "
         "-subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 2>&1 && "
-        "exec openssl s_server -accept 127.0.0.1:0 -naccept 2 -HTTP -cert certificate -key key 2>&1";
+        "exec openssl s_server -accept 127.0.0.1:0 -naccept 3 -HTTP -cert certificate -key key 2>&1";
     std::FILE* const server = popen(script.c_str(), "r");
     std::string url;
     for (char line[1000]; url.empty() && std::fgets(line, sizeof line, server) != nullptr;)
@@ -95,6 +96,10 @@ TEST_F(HVHTTP, CertificatesAreCheckedAndHttpsIsNotLeft) {
             url = "https://" + text.substr(7, text.size() - 8) + "/away";
     ASSERT_NE(url, "");
     EXPECT_THAT(Fetch(url), HasSubstr("certificate"));
+    HVHTTPTerms unchecked;
+    unchecked.checkCertificates = false;
+    EXPECT_THAT(PerformHTTPRequest({url, 60, [](auto) { return std::string(); }, &unchecked}),
+                HasSubstr("from https to http"));
     setenv("SSL_CERT_FILE", (folder_ / "certificate").c_str(), 1);
     EXPECT_THAT(Fetch(url), HasSubstr("from https to http"));
     unsetenv("SSL_CERT_FILE");
