@@ -2,6 +2,7 @@
 
 #include "HVAtomicFile.h"
 #include "HVFileSystem.h"
+#include "HVLateLog.h"
 #include "IHVFileProvider.h"
 #include "IHVLogConfig.h"
 
@@ -103,7 +104,7 @@ public:
             return;
         }
         // One writer at a time; readers don't wait for it.
-        std::lock_guard const saving(saveMutex_);
+        HVLoggingLock const saving(saveMutex_);
         // Read anew: another process may have written keys of its own since.
         rapidjson::Document document;
         ReadDocument(path_, document);

@@ -1,5 +1,7 @@
 #include "HVCallback.h"
 #include "HVFormat.h"
+#include "HVLateLog.h"
+#include "HVMaskedArguments.h"
 #include "IHVLogConfig.h"
 
 #include <cstdio>
@@ -41,6 +43,10 @@ HandlerSlot& SharedHandler() {
 void Emit(IHVLogConfig::LogLevel level, std::string line) {
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
         line.pop_back();
+    // Also what the tool itself has printed: people show their logs to others.
+    line = MaskedText(line);
+    if (HVLateLog::Take(level, line))
+        return;
     // Not through the dispatcher: a line is to be there before a crash. What the handler throws is dropped,
     // since a line about it would meet the same handler.
     bool const taken = SharedHandler().With([&](auto const& handler) {
@@ -55,11 +61,36 @@ void Emit(IHVLogConfig::LogLevel level, std::string line) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+/// Logging never fails towards the caller.
+void EmitQuietly(IHVLogConfig::LogLevel level, std::string line) {
+    try {
+        Emit(level, std::move(line));
+    } catch (...) { // NOLINT(bugprone-empty-catch): see above
+    }
+}
+
+thread_local HVLateLog* tInnermostLateLog = nullptr;
+
 bool Wanted(IHVLogConfig::LogLevel level) {
     return static_cast<int>(level) >= Threshold() || SharedHandler().Filled();
 }
 
 } // namespace
+
+HVLateLog::HVLateLog() : outer_(std::exchange(tInnermostLateLog, this)) {}
+
+HVLateLog::~HVLateLog() {
+    tInnermostLateLog = outer_;
+    for (auto& [level, line] : lines_)
+        EmitQuietly(level, std::move(line));
+}
+
+bool HVLateLog::Take(IHVLogConfig::LogLevel level, std::string& line) {
+    if (tInnermostLateLog == nullptr)
+        return false;
+    tInnermostLateLog->lines_.emplace_back(level, std::move(line));
+    return true;
+}
 
 void IHVLogConfig::SetHandler(Handler handler) {
     SharedHandler().Set(std::move(handler));

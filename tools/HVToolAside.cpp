@@ -1,5 +1,6 @@
 #include "HVToolAside.h"
 
+#include "HVFileSystem.h"
 #include "IHVFileProvider.h"
 
 #include <algorithm>
@@ -17,9 +18,6 @@ constexpr char const* kHiddenFront = ".reelhaul-";
 constexpr char const* kHiddenEnd = "part";
 /// What a tool that is no zip adds to its name for a moment, while it replaces itself.
 constexpr char const* kReplacementEnds[] = {"", ".new", ".old"};
-/// Longer than any update takes: a younger copy may be another process's, in use.
-constexpr auto kLeftoverAge = std::chrono::hours(6);
-
 /// Differs when the file is another one than before.
 std::string StateOf(std::string const& path) {
     std::error_code error;
@@ -67,13 +65,13 @@ std::string HVToolAside::PutInPlace() const {
     return copied->Succeed() ? std::string() : copied->GetErrorMessage();
 }
 
-void HVToolAside::RemoveLeftovers(std::string const& folder) {
+void HVToolAside::RemoveLeftovers(std::string const& folder, std::chrono::seconds age) {
     std::error_code error;
-    auto const limit = fs::file_time_type::clock::now() - kLeftoverAge;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        std::string const name = entry->path().filename().string();
         std::error_code ignored;
-        if (IsHiddenName(name) && entry->last_write_time(ignored) < limit && !ignored)
+        // The time of its own last change: a fresh copy has the modification time of the old tool.
+        if (IsHiddenName(entry->path().filename().string()) &&
+            SecondsSinceChange(entry->path().string()) >= age.count())
             fs::remove(entry->path(), ignored);
     }
 }

@@ -3,6 +3,7 @@
 // own name stands for a whole file at any moment and a change that fails leaves the tool as it was. The copy
 // is in the same folder, for tools that look for their files there. One thread at a time.
 
+#include <chrono>
 #include <string>
 
 namespace Halvorn {
@@ -25,8 +26,11 @@ public:
     std::string const& Tool() const { return tool_; }
     std::string const& Path() const { return path_; }
 
-    /// Removes copies that an ended process has left in the folder.
-    static void RemoveLeftovers(std::string const& folder);
+    /// Longer than any update takes.
+    static constexpr std::chrono::hours kLeftoverAge{6};
+    /// Removes copies that an ended process has left in the folder: a younger one may be another process's,
+    /// in use.
+    static void RemoveLeftovers(std::string const& folder, std::chrono::seconds age = kLeftoverAge);
 
 private:
     std::string tool_;

@@ -2,6 +2,7 @@
 
 #include "HVExtension.h"
 #include "HVFileSystem.h"
+#include "HVLateLog.h"
 #include "HVOwnProcess.h"
 #include "HVProcessEnd.h"
 #include "HVToolInForce.h"
@@ -103,28 +104,28 @@ HVWarmTool::Version HVWarmTool::VersionInForce() {
 
 void HVWarmTool::TurnOn(unsigned int idleSeconds) {
     auto version = VersionInForce();
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     on_ = true;
     idleSeconds_ = idleSeconds;
     StartIfMissing(std::move(version));
 }
 
 void HVWarmTool::TurnOff() {
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     on_ = false;
     Drop();
 }
 
 void HVWarmTool::Refresh() {
     auto version = VersionInForce();
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     if (server_ != nullptr && !(version == version_))
         Drop();
     StartIfMissing(std::move(version));
 }
 
 IHVWarmTool::Status HVWarmTool::GetStatus() {
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     if (!on_)
         return {};
     if (Look())
@@ -150,7 +151,7 @@ int HVWarmTool::Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<H
         std::string reason;
         auto const answer = server->Fork(request, pid, leader, reason);
         if (answer == HVForkServer::Answer::Started) {
-            std::lock_guard const lock(mutex_);
+            HVLoggingLock const lock(mutex_);
             useful_ = useful_ || server == server_;
             return 0;
         }
@@ -158,14 +159,14 @@ int HVWarmTool::Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<H
     }
     int const error = Spawning().Start(request, pid, leader);
     // Behind the start of the run, which is not to wait for it.
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     StartIfMissing(std::move(version));
     return error;
 }
 
 /// The one that can fork now; empty when there is none.
 std::shared_ptr<HVForkServer> HVWarmTool::ServerFor(Version const& version) {
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     if (server_ != nullptr && !(version == version_)) {
         IHVLogConfig::Printf(IHVLogConfig::LogLevelDefault, "The tool has changed, and is loaded anew");
         DropChanged();
@@ -177,7 +178,7 @@ void HVWarmTool::HandleFailure(std::shared_ptr<HVForkServer> const& server, HVFo
                                std::string const& reason) {
     IHVLogConfig::Printf(IHVLogConfig::LogLevelDefault, "The warm tool gives no run: %s",
                          reason.empty() ? "it does not answer" : reason.c_str());
-    std::lock_guard const lock(mutex_);
+    HVLoggingLock const lock(mutex_);
     if (server_ != server)
         return;
     if (answer == HVForkServer::Answer::Silent) {

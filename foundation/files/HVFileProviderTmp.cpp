@@ -1,5 +1,6 @@
 #include "HVFileMove.h"
 #include "HVFinishedFile.h"
+#include "HVLateLog.h"
 #include "HVProcessEnd.h"
 #include "HVTmpFolder.h"
 #include "IHVFileProvider.h"
@@ -116,14 +117,13 @@ std::string SystemTmpFolder() {
 
 std::string IHVFileProvider::GetTmpPath() {
     auto& shared = TmpFolder::Shared();
-    std::unique_lock lock(shared.mutex);
+    HVLoggingLock const lock(shared.mutex);
     if (shared.folder.Usable())
         return shared.folder.Path();
     if (shared.ended)
         return {};
     std::string const parent = SystemTmpFolder();
     if (!shared.folder.Make(parent)) {
-        lock.unlock(); // the application's handler takes the line
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "Can't make a temporary folder in \"%s\"",
                              parent.c_str());
         return {};

@@ -29,6 +29,9 @@ std::string FileErrorReason(int error);
 /// What tells the file of this path from another one that takes its place, or from itself before a change;
 /// empty when there is none.
 std::string FileIdentity(std::string const& path);
+/// How long ago the entry was made, or last changed by anything: unlike its modification time, nobody can set
+/// that. Negative when there is none.
+std::int64_t SecondsSinceChange(std::string const& path);
 /// What is left of an extension that a site names when all goes that could lead to another folder or mean
 /// something to the tool.
 std::string LegalExtension(std::string const& extension);

@@ -1,7 +1,9 @@
 #include "HVFileSystem.h"
 #include "IHVFileProvider.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <system_error>
 
 #include <fcntl.h>
@@ -54,6 +56,12 @@ std::string FileIdentity(std::string const& path) {
         return {};
     return std::to_string(info.st_dev) + ' ' + std::to_string(info.st_ino) + ' ' +
            std::to_string(info.st_size) + ' ' + std::to_string(info.st_mtime);
+}
+
+std::int64_t SecondsSinceChange(std::string const& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 ? std::max<std::int64_t>(std::time(nullptr) - info.st_ctime, 0)
+                                           : -1;
 }
 
 bool IHVFileProvider::PathFileExist(std::string const& path) {

@@ -1,4 +1,5 @@
 #include "HVChildRegistry.h"
+#include "HVLateLog.h"
 #include "HVMaskedArguments.h"
 #include "IHVLogConfig.h"
 #include "IHVTask.h"
@@ -41,7 +42,7 @@ public:
         if (exe.empty())
             return Failure("Can't start the tool: no path to it is set, or its folder does not exist.");
         IHVLogConfig::DebugPrintf("Starting %s %s", exe.c_str(), MaskedArguments(args).c_str());
-        std::lock_guard const lock(mutex_);
+        HVLoggingLock const lock(mutex_);
         if (child_ != nullptr && child_->Wait(0) == HVErrTimeout)
             return Failure("Can't start \"" + exe + "\": the task runs already.");
         HVChildSetup setup{

@@ -3,7 +3,9 @@
 /// The library's log.
 ///
 /// Lines of level 2 and 3 go to standard error; the others are silent. The environment variable REELHAUL_LOG
-/// moves that border: "0" (all), "1", "2", "3" or "off". An application can take all lines itself.
+/// moves that border: "0" (all), "1", "2", "3" or "off". An application can take all lines itself. In each
+/// line
+/// "***" stands for the password of a web address.
 ///
 /// Thread-safety: every operation may be called from any thread. Logging never fails towards the caller.
 

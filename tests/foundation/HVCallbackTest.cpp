@@ -1,4 +1,5 @@
 #include "HVCallback.h"
+#include "HVAppSettings.h"
 #include "HVPerProcess.h"
 #include "IHVCallbackDispatcher.h"
 #include "IHVLogConfig.h"
@@ -28,6 +29,18 @@ TEST(HVCallback, IsNotCalledOnceItIsReplaced) {
     // Out of the handler itself, or another function of the application, it does not wait for itself.
     IHVLogConfig::SetHandler([](auto, auto const&) { IHVLogConfig::SetHandler({}); });
     IHVLogConfig::Printf("x");
+}
+
+TEST(HVCallback, OfTheLogSeesNoPasswordAndMayCallWhatLogs) {
+    auto const settings = MallocAppSettings("/dev/null/x://me:secret@h/settings.json");
+    std::string told;
+    IHVLogConfig::SetHandler([&](auto, std::string const& line) {
+        if (std::exchange(told, line).empty())
+            settings->Save(); // one call of it at a time: under a lock this one would wait for ever
+    });
+    settings->Save();
+    IHVLogConfig::SetHandler({});
+    EXPECT_NE(told.find("x://me:***@h/"), std::string::npos) << told;
 }
 
 TEST(HVCallback, AForkedCopyWaitsForNothingOfItsParentsThreads) {

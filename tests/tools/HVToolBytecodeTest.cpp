@@ -104,13 +104,13 @@ TEST_F(HVToolBytecodeTest, AFaultLeavesTheToolAsItWas) {
 
 TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
     Put("yt-dlp", "old");
-    Put(".reelhaul-crashed.part", "half");
-    Put(".reelhaul-fresh.part", "another process's");
-    fs::last_write_time(File(".reelhaul-crashed.part"),
-                        fs::file_time_type::clock::now() - std::chrono::hours(24));
+    Put(".reelhaul-copy.part", "another process's, of a tool from last year");
+    fs::last_write_time(File(".reelhaul-copy.part"),
+                        fs::file_time_type::clock::now() - std::chrono::hours(9000));
     HVToolAside::RemoveLeftovers(folder_.Path());
-    EXPECT_FALSE(fs::exists(File(".reelhaul-crashed.part")));
-    EXPECT_TRUE(fs::exists(File(".reelhaul-fresh.part")));
+    EXPECT_TRUE(fs::exists(File(".reelhaul-copy.part")));
+    HVToolAside::RemoveLeftovers(folder_.Path(), std::chrono::seconds(0));
+    EXPECT_FALSE(fs::exists(File(".reelhaul-copy.part")));
     {
         HVToolAside const first(File("yt-dlp"));
         HVToolAside const second(File("yt-dlp"));
@@ -122,7 +122,7 @@ TEST_F(HVToolBytecodeTest, ACopyAsideTakesTheToolsPlaceUnlessThatHasChanged) {
         EXPECT_TRUE(fs::exists(second.Path()));
     }
     EXPECT_EQ(folder_.Get("yt-dlp"), "newer");
-    EXPECT_EQ(folder_.Count(), 2);
+    EXPECT_EQ(folder_.Count(), 1);
 }
 
 } // namespace
