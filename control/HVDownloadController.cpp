@@ -292,6 +292,22 @@ void HVDownloadController::Cancel() {
     TellChanges();
 }
 
+/// Empty when nothing runs, or what runs is to stop.
+std::shared_ptr<HVDownloadTaskDownload> HVDownloadController::RunningTask() const {
+    std::lock_guard const lock(mutex_);
+    return runEnded_ || stopWanted_ ? nullptr : std::dynamic_pointer_cast<HVDownloadTaskDownload>(task_);
+}
+
+bool HVDownloadController::Finish() {
+    auto const task = RunningTask();
+    return task != nullptr && task->FinishRecording();
+}
+
+IHVDownloadController::Recording HVDownloadController::RecordingNow() const {
+    auto const task = RunningTask();
+    return task == nullptr ? Recording{} : Recording{task->Recording().Seconds(), task->Recording().Bytes()};
+}
+
 void HVDownloadController::DownloadTaskStarted(std::string /*message*/, IHVDownloadTask const* task) {
     if (!IsCurrent(task))
         return;

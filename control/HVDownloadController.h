@@ -24,6 +24,7 @@ namespace Halvorn {
 
 class HVDownloadControllers;
 class HVDownloadRun;
+class HVDownloadTaskDownload;
 
 class HVDownloadController final : public IHVDownloadController,
                                    public std::enable_shared_from_this<HVDownloadController> {
@@ -87,6 +88,8 @@ public:
     /// For the queue: as PendingDownload, but not for a controller that downloads or is done.
     void MakePending();
     void Cancel();
+    bool Finish();
+    Recording RecordingNow() const;
     std::string ProgressTextNow() const { return Get(progressText_); }
     /// See IHVDownloadController::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
@@ -129,6 +132,7 @@ private:
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
     void WaitIf(Decision const& mayWait);
     std::shared_ptr<HVDownloadTask> TakeRunToStop();
+    std::shared_ptr<HVDownloadTaskDownload> RunningTask() const;
     bool IsCurrent(IHVDownloadTask const* task) const;
     bool RunIsWanted(IHVDownloadTask const* task) const;
 

@@ -63,6 +63,13 @@ void HVDownloadTaskDownload::asyncProgressTask() {
     notifyTaskComplete(RunTool(file));
 }
 
+bool HVDownloadTaskDownload::FinishRecording() {
+    if (downloadItem_ == nullptr || !downloadItem_->IsLiveStream())
+        return false;
+    finish_.Request();
+    return true;
+}
+
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& file) {
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
@@ -75,6 +82,12 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
         [this, self = shared_from_this()](std::string const& text) { ParseDownloadOutputInfo(text); });
     run.SetStop(Stop());
     run.LeaveAfterStop();
+    if (downloadItem_->IsLiveStream()) {
+        recording_.Begin(file.path);
+        run.SetErrorFilter(
+            [this, self = shared_from_this()](std::string const& text) { return recording_.Take(text); });
+        run.SetInterrupt(&finish_);
+    }
     auto const outcome = run.Run();
     if (outcome.startError != nullptr)
         return outcome.startError;
@@ -96,16 +109,20 @@ bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
     // The file alone decides: a stop that comes after it was finished does not undo it. But where the tool
     // writes without a part file, half a file has the name from the start.
-    return general == nullptr || general->GetUsePartFile() || (outcome.Succeeded() && !UserCancel());
+    return general == nullptr || general->GetUsePartFile() ||
+           ((outcome.Succeeded() || finish_.Requested()) && !UserCancel());
 }
 
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& file,
                                                                HVToolResult const& outcome) {
     if (!outcome.errors.empty())
         IHVLogConfig::Printf("ERROR: %s.", outcome.errors.c_str());
+    // The tool gives up a stream that no ffmpeg records: what it has of that can be played as well.
+    if (finish_.Requested() && !UserCancel())
+        recording_.TakePart();
     if (IsFinished(file, outcome))
         return Place(file);
-    if (UserCancel())
+    if (UserCancel() || finish_.Requested())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
     return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Download error: %s",
                                  outcome.errors.c_str());

@@ -5,6 +5,7 @@
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
 #include "HVDownloadTask.h"
+#include "HVRecording.h"
 
 #include <atomic>
 #include <memory>
@@ -24,6 +25,10 @@ public:
     HVTaskType GetTaskType() override { return HVTaskTypeDownload; }
     std::string TaskURL() const override;
     void asyncProgressTask() override;
+
+    /// Interrupts the tool, once, so that it completes what it records. False for what is no live stream.
+    bool FinishRecording();
+    HVRecording const& Recording() const { return recording_; }
 
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
@@ -55,6 +60,8 @@ private:
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;
     std::atomic<float> progress_ = 0.0F;
+    HVToolStop finish_; ///< requested when the recording is to be finished
+    HVRecording recording_;
 };
 
 } // namespace Halvorn

@@ -26,6 +26,16 @@ void IHVDownloadController::CancelDownload() {
         StopDownload();
 }
 
+bool IHVDownloadController::FinishDownload() {
+    auto* const controller = dynamic_cast<HVDownloadController*>(this);
+    return controller != nullptr && controller->Finish();
+}
+
+IHVDownloadController::Recording IHVDownloadController::RecordedSoFar() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? Recording{} : controller->RecordingNow();
+}
+
 int IHVDownloadController::WaitFinish(unsigned int milliseconds) const {
     auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
     return controller == nullptr || InsideApplicationCall() ? HVErrFailure

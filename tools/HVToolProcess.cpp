@@ -15,6 +15,7 @@ public:
 
     int WaitExit(unsigned int milliseconds) override { return task_->WaitExit(milliseconds); }
     void Terminate() override { task_->Terminate(); }
+    void Interrupt() override { task_->Interrupt(); }
     void OnExit(std::function<void()> function) override { task_->OnExit(std::move(function)); }
     HVChildEnd End() const override { return task_->ChildEnd(); }
     std::shared_ptr<IHVError const> DeliveryError() const override { return task_->DeliveryError(); }

@@ -43,6 +43,7 @@ struct HVToolRun::State {
     std::size_t bytes = 0;
     Clock::time_point lastOutput = IHVTask::RunningTime();
     HVToolResult::By endedBy = HVToolResult::By::Tool;
+    bool interrupted = false;
     std::weak_ptr<IHVToolChild> child; ///< weak, since the child's handlers hold the state
 
     Clock::time_point const begin = IHVTask::RunningTime();
@@ -59,6 +60,19 @@ struct HVToolRun::State {
                 endedBy = by;
         }
         running->Terminate();
+    }
+
+    /// Interrupts the child, once.
+    void Interrupt() {
+        std::shared_ptr<IHVToolChild> running;
+        {
+            std::lock_guard const lock(mutex);
+            running = child.lock();
+            if (running == nullptr || interrupted)
+                return;
+            interrupted = true;
+        }
+        running->Interrupt();
     }
 
     /// Counts a chunk, and cuts it at the limit.
@@ -95,6 +109,9 @@ HVToolResult HVToolRun::Run() {
         };
     };
     launch_.errorHandler = collect(&State::errors);
+    if (errorFilter_)
+        launch_.errorHandler = [handler = std::move(launch_.errorHandler), filter = std::move(errorFilter_)](
+                                   std::string const& chunk) { handler(filter(chunk)); };
     if (launch_.outputHandler)
         launch_.outputHandler = [state = state_, limit = limits_.output,
                                  handler = std::move(launch_.outputHandler)](std::string const& chunk) {
@@ -121,9 +138,12 @@ HVToolResult HVToolRun::Run() {
         state_->child = child_;
     }
     HVToolStop::Attachment const attachment(stop_, [state = state_] { state->End(HVToolResult::By::Stop); });
+    HVToolStop::Attachment const interruption(interrupt_, [state = state_] { state->Interrupt(); });
     // A request that came during the start found nothing attached.
     if (!stoppedBefore && StopWanted())
         state_->End(HVToolResult::By::Stop);
+    if (interrupt_ != nullptr && interrupt_->Requested())
+        state_->Interrupt();
     if (WaitForEnd() == HVErrSuccess)
         result.end = child_->End();
     result.handlerError = child_->DeliveryError();

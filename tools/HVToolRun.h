@@ -52,12 +52,19 @@ public:
     void SetOptions(IHVDownloadOptions const* options);
     /// Gets standard output instead of the result. What it throws ends the run.
     void SetOutputHandler(HVToolLaunch::Handler handler) { launch_.outputHandler = std::move(handler); }
+    /// Sees each chunk of standard error, and says what of it is kept for the result.
+    void SetErrorFilter(std::function<std::string(std::string const&)> filter) {
+        errorFilter_ = std::move(filter);
+    }
     /// A run that oversteps one is ended with all that it has started.
     void SetLimits(HVToolLimits const& limits) { limits_ = limits; }
     /// Asked about ten times a second, on the thread of Run; the run is ended when it says false.
     void SetWatch(std::function<bool()> mayGoOn) { watch_ = std::move(mayGoOn); }
     /// Ends the run at once when it is requested. A request that came before Run counts at the first poll.
     void SetStop(HVToolStop* stop) { stop_ = stop; }
+    /// Interrupts the run, once, when it is requested: the tool then completes what it records, and ends in
+    /// its own time.
+    void SetInterrupt(HVToolStop* interrupt) { interrupt_ = interrupt; }
     /// After a stop Run returns within half a second, whether or not the child has ended by then.
     void LeaveAfterStop() { leaveAfterStop_ = true; }
     /// Has the program started anew, also where the tool is kept warm: to know that it runs, or to change it.
@@ -83,6 +90,8 @@ private:
     HVToolLimits limits_;
     std::function<bool()> watch_;
     HVToolStop* stop_ = nullptr;
+    HVToolStop* interrupt_ = nullptr;
+    std::function<std::string(std::string const&)> errorFilter_;
     bool leaveAfterStop_ = false;
     std::shared_ptr<IHVToolChild> child_;
     std::shared_ptr<State> const state_; ///< shared with the handlers

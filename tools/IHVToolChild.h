@@ -23,6 +23,8 @@ public:
     /// Asks the child and all that it has started to end, and returns at once; what has not ended after a
     /// short grace is killed.
     virtual void Terminate() = 0;
+    /// Interrupts the child and all that it has started, as Ctrl-C at a terminal does, and returns at once.
+    virtual void Interrupt() = 0;
     /// Calls `function` once when the child is gone: at once, on this thread, when it is already.
     virtual void OnExit(std::function<void()> function) = 0;
     /// Exit status or signal, once WaitExit has told the end.

@@ -193,6 +193,23 @@ std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request) {
     return {};
 }
 
+std::optional<int> SecondsOf(std::string_view text) {
+    constexpr int kMinute = 60;
+    constexpr int kMost = 99 * kMinute * kMinute;
+    int seconds = 0;
+    for (int parts = 1; parts <= 3; ++parts) {
+        auto const colon = text.find(':');
+        auto const part = WholeNumber(text.substr(0, colon));
+        if (!part || *part > kMost || (parts > 1 && *part >= kMinute))
+            return {};
+        seconds = seconds * kMinute + *part;
+        if (colon == std::string_view::npos)
+            return seconds <= kMost ? std::optional(seconds) : std::nullopt;
+        text.remove_prefix(colon + 1);
+    }
+    return {};
+}
+
 std::optional<int> WholeNumber(std::string_view text) {
     int number = 0;
     auto const [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number);

@@ -27,6 +27,9 @@ std::optional<HVFormatWish> WishOf(std::string_view format, HVRequest const& req
 /// kinds have a language, the people's. Returns the fault; empty when there is none.
 std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request);
 
+/// Seconds of "90", "1:30" or "1:30:00"; nothing for another text.
+std::optional<int> SecondsOf(std::string_view text);
+
 /// Items of a playlist, counted from 1: "1,3-5"; "7-" goes to the end.
 class HVItemRanges {
 public:

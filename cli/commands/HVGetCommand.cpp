@@ -37,6 +37,9 @@ private:
     bool TellOfEntries();
     /// Of the address under way, or of an entry of its playlist.
     void Fail(std::string const& text, IHVDownloadTask::FailedEntry const* entry = nullptr);
+    /// What is recorded is finished first; the rest ends.
+    bool Finish();
+    bool Ending() const { return finishing_ || session_.Ending(); }
     std::string const& URL() const { return request_.urls[next_ - 1]; }
 
     HVSession& session_;
@@ -48,6 +51,8 @@ private:
     std::size_t next_ = 0;
     bool allAnalysed_ = false;
     bool failed_ = false;
+    bool finishing_ = false;
+    bool cutShort_ = false; ///< something was left out for the finish
     // Of the analysis under way.
     bool isPlayList_ = false;
     int itemCount_ = 0;
@@ -56,6 +61,7 @@ private:
 };
 
 int GetCommand::Run() {
+    session_.FinishFirst([this] { return Finish(); });
     AnalyseNext();
     int const early = session_.Run({[this] { return allAnalysed_ && downloads_.AllOver(); },
                                     [this] {
@@ -67,9 +73,24 @@ int GetCommand::Run() {
                                             analysis_->Stop();
                                         downloads_.StopAll();
                                     }});
+    session_.FinishFirst({});
     if (early != HVExitDone)
         return early;
+    if (finishing_ && (cutShort_ || downloads_.AnyCancelled())) {
+        session_.Console().Always("Interrupted.");
+        return session_.FinalStatus(HVExitInterrupted);
+    }
     return session_.FinalStatus(failed_ || downloads_.AnyFailed() ? HVExitFailed : HVExitDone);
+}
+
+bool GetCommand::Finish() {
+    if (!downloads_.FinishRecordings())
+        return false;
+    finishing_ = true;
+    cutShort_ = !allAnalysed_;
+    if (!allAnalysed_)
+        analysis_->Stop();
+    return true;
 }
 
 void GetCommand::AnalyseNext() {
@@ -103,7 +124,7 @@ void GetCommand::AnalyseNext() {
 }
 
 void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
-    if (session_.Ending())
+    if (Ending())
         return;
     ++itemCount_;
     title_ = item->GetFileName();
@@ -123,7 +144,7 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
 }
 
 void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
-    if (session_.Ending()) {
+    if (Ending()) {
         // A stopped analysis reports a failure or a success, as it happens; neither is news.
         allAnalysed_ = true;
         return;
@@ -143,7 +164,7 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
 }
 
 void GetCommand::EntryFailed(IHVDownloadTask::FailedEntry const& entry) {
-    if (session_.Ending() || (entry.level == 0 && !ranges_.Contains(entry.number)))
+    if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number)))
         return;
     ++failedEntries_;
     Fail(FailureText(*entry.error, request_), &entry);

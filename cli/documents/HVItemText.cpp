@@ -37,13 +37,6 @@ void AppendTable(std::vector<std::string>& lines, std::string const& title, HVTa
         lines.push_back(std::move(line));
 }
 
-std::string ClockText(int seconds) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", seconds / 3600, seconds % 3600 / 60,
-                  seconds % 60);
-    return text.data();
-}
-
 /// "    3  00:01:05  Title  address".
 std::string NumberedLine(int number, std::string const& duration, std::string const& title,
                          std::string const& url) {
@@ -163,6 +156,13 @@ std::string EntryLine(HVListEntry const& entry) {
     if (entry.kind == HVListEntry::List)
         middle = "list";
     return NumberedLine(entry.number, middle, entry.title.empty() ? entry.id : entry.title, entry.url);
+}
+
+std::string ClockText(int seconds) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", seconds / 3600, seconds % 3600 / 60,
+                  seconds % 60);
+    return text.data();
 }
 
 std::string SizeText(std::uint64_t bytes) {

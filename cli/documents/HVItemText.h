@@ -17,6 +17,8 @@ std::vector<std::string> ItemLines(IHVDownloadItem const& item, bool allFormats)
 std::vector<int> ShownFormats(IHVDownloadItem const& item);
 /// The duration as "hh:mm:ss", whichever way it was analysed; "00:00:00" when unknown.
 std::string ClockText(IHVDownloadItem const& item);
+/// "hh:mm:ss".
+std::string ClockText(int seconds);
 /// What stands above the entries of a playlist.
 std::vector<std::string> PlayListHeadLines(IHVPlayList const& playList);
 /// One line for an entry, with its number in the playlist.

@@ -278,6 +278,8 @@ std::string EventLine(char const* name, std::vector<HVJsonField> const& fields) 
                     Text(writer, content);
                 else if constexpr (std::is_same_v<Content, int>)
                     writer.Int(content);
+                else if constexpr (std::is_same_v<Content, std::int64_t>)
+                    writer.Int64(content);
                 else if constexpr (std::is_same_v<Content, std::vector<std::string>>)
                     Texts(writer, content);
                 else

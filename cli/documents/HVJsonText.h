@@ -7,6 +7,7 @@
 #include <Reelhaul/IHVDownloadTask.h>
 #include <Reelhaul/IHVPlayList.h>
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <variant>
@@ -23,7 +24,8 @@ std::string PlayListDocument(IHVPlayList const& playList,
 std::string EntryDocument(HVListEntry const& entry);
 
 /// One line: {"event": name, ...fields}.
-using HVJsonField = std::pair<char const*, std::variant<std::string, int, double, std::vector<std::string>>>;
+using HVJsonField =
+    std::pair<char const*, std::variant<std::string, int, std::int64_t, double, std::vector<std::string>>>;
 std::string EventLine(char const* name, std::vector<HVJsonField> const& fields);
 
 } // namespace Halvorn

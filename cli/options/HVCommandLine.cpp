@@ -157,6 +157,9 @@ void HVCommandLine::AddGet() {
     app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
+    app.add_option("--duration", duration_, "Finish a live recording after so long, such as 90 or 1:30:00")
+        ->type_name("TIME")
+        ->check(NotEmpty, "");
     app.add_option("--name", request_.name, "Name of the file instead of the title")
         ->type_name("TEXT")
         ->check(NotEmpty, "");
@@ -331,6 +334,11 @@ std::string HVCommandLine::Complete() {
          {TakeRuns("--jobs", jobs_, request_.jobs), TakeRuns("--analyses", analyses_, request_.analyses)})
         if (!fault.empty())
             return fault;
+    if (auto const duration = SecondsOf(duration_); !duration_.empty()) {
+        if (!duration || *duration == 0)
+            return "--duration must be seconds or a time such as 1:30:00, not \"" + duration_ + "\"";
+        request_.duration = *duration;
+    }
     for (auto const& [name, path] :
          {std::pair("--tool", &request_.toolFolder), std::pair("--js-runtime", &request_.jsRuntime)})
         if (!path->empty() && (*path != "none" || path != &request_.jsRuntime))

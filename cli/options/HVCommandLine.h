@@ -60,6 +60,7 @@ private:
     HVGivenOptions given_;
     std::string jobs_;
     std::string analyses_;
+    std::string duration_;
     Command run_ = nullptr;
 };
 

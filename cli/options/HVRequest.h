@@ -30,6 +30,7 @@ struct HVRequest {
     std::string jsRuntime;            ///< empty for the built-in one
     int jobs = 6;
     int analyses = 4;  ///< entries of a list that are loaded at once
+    int duration = 0;  ///< seconds after which a live recording is finished; 0 for no limit
     bool cold = false; ///< the tool is started anew for each run
     bool quiet = false;
     bool json = false;

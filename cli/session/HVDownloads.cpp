@@ -1,6 +1,7 @@
 #include "HVDownloads.h"
 
 #include "HVFailure.h"
+#include "HVItemText.h"
 #include "HVJsonText.h"
 #include "HVRequest.h"
 #include "HVSession.h"
@@ -35,6 +36,7 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     Row row;
     row.title = item->GetFileName();
     row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
+    row.live = item->IsLiveStream();
     row.format = item->GetCurrentDownloadFormat()->FormatCode();
     for (auto const& subtitle : item->ChosenSubtitles())
         row.subtitles.push_back(subtitle->GetLanguageCode());
@@ -72,7 +74,7 @@ void HVDownloads::Started(int row) {
         session_.Console().Out(EventLine(
             "started",
             {{"id", row + 1}, {"title", started.title}, {"url", started.url}, {"format", started.format}}));
-    display_.Begin(row, started.title);
+    display_.Begin(row, started.title, started.live);
 }
 
 void HVDownloads::Progressed(int row, float percent, std::string const& text) {
@@ -86,7 +88,8 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
     Row& completed = rows_[static_cast<std::size_t>(row)];
     if (completed.over)
         return;
-    if (error->UserCancel() || (stopping_ && !error->Succeed())) {
+    bool const stopped = stopping_ || (finishing_ && !completed.finishing);
+    if (error->UserCancel() || (stopped && !error->Succeed())) {
         Cancel(completed, row);
         return;
     }
@@ -134,6 +137,7 @@ void HVDownloads::EndRow(Row& row, int id) {
 
 void HVDownloads::Cancel(Row& row, int id) {
     EndRow(row, id);
+    cancelled_ = true;
     if (request_.json)
         session_.Console().Out(EventLine("cancelled", {{"id", id + 1}, {"url", row.url}}));
 }
@@ -146,6 +150,53 @@ void HVDownloads::StopAll() {
             Cancel(rows_[i], static_cast<int>(i));
 }
 
+bool HVDownloads::FinishRecordings() {
+    bool any = false;
+    for (Row& row : rows_)
+        any = Finish(row) || (!finishing_ && row.finishing && !row.over) || any;
+    if (!any)
+        return false;
+    finishing_ = true;
+    session_.Console().Note("Finishing what is recorded; Ctrl-C once more gives it up");
+    StopRest();
+    return true;
+}
+
+/// False also for a recording that is being finished already.
+bool HVDownloads::Finish(Row& row) {
+    if (row.over || row.finishing)
+        return false;
+    row.finishing = row.controller->FinishDownload();
+    return row.finishing;
+}
+
+void HVDownloads::StopRest() {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        Row& row = rows_[i];
+        if (row.over || row.finishing)
+            continue;
+        row.controller->CancelDownload();
+        if (row.controller->State() == HVDownloadStateIdle)
+            Cancel(row, static_cast<int>(i));
+    }
+}
+
+void HVDownloads::TellOfRecording(Row& row, int id) {
+    auto const recording = row.controller->RecordedSoFar();
+    if (request_.duration > 0 && recording.seconds >= request_.duration)
+        Finish(row);
+    std::string const size = SizeText(static_cast<std::uint64_t>(recording.bytes));
+    display_.UpdateRecording(id, recording.seconds,
+                             row.finishing ? "finishing  " + size
+                                           : ClockText(recording.seconds) + " recorded  " + size);
+    if (recording.seconds <= row.told)
+        return;
+    row.told = recording.seconds;
+    if (request_.json)
+        session_.Console().Out(EventLine(
+            "recording", {{"id", id + 1}, {"seconds", recording.seconds}, {"bytes", recording.bytes}}));
+}
+
 void HVDownloads::Tick() {
     if (AllOver()) {
         display_.SetWaiting(0);
@@ -154,6 +205,13 @@ void HVDownloads::Tick() {
     if (stopping_) {
         // Once more: an end may have started the next one at the very moment of the stop.
         StopAll();
+        return;
+    }
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        if (Row& row = rows_[i]; row.live && row.started && !row.over)
+            TellOfRecording(row, static_cast<int>(i));
+    if (finishing_) {
+        StopRest(); // once more, as above
         return;
     }
     int const waiting = queue_->CountOfPendingControllers();

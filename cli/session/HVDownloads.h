@@ -24,12 +24,16 @@ public:
     void Add(std::shared_ptr<IHVDownloadItem> const& item);
     /// Asks all to end; what waits does not start any more.
     void StopAll();
+    /// Finishes what is being recorded, and asks the rest to end as StopAll does. False, and nothing happens,
+    /// when nothing is recorded that is not being finished already.
+    bool FinishRecordings();
     /// To be called several times a second.
     void Tick();
 
     bool AllOver() const { return over_ == rows_.size(); }
     /// Whether something that was asked for is not there.
     bool AnyFailed() const { return failed_; }
+    bool AnyCancelled() const { return cancelled_; }
 
 private:
     struct Row {
@@ -40,6 +44,9 @@ private:
         std::vector<std::string> subtitles; ///< languages
         bool started = false;
         bool over = false;
+        bool live = false;      ///< recorded until it is finished
+        bool finishing = false; ///< the recording is being completed
+        int told = 0;           ///< seconds of the recording that were told
     };
     using Errors = std::vector<std::shared_ptr<IHVError const>>;
 
@@ -51,6 +58,9 @@ private:
     void EndRow(Row& row, int id);
     void Cancel(Row& row, int id);
     void CollectFailedStarts();
+    bool Finish(Row& row);
+    void StopRest();
+    void TellOfRecording(Row& row, int id);
 
     HVSession& session_;
     HVRequest const& request_;
@@ -60,6 +70,8 @@ private:
     std::size_t over_ = 0;
     bool stopping_ = false;
     bool failed_ = false;
+    bool cancelled_ = false;
+    bool finishing_ = false; ///< recordings are being completed, the rest stops
 };
 
 } // namespace Halvorn

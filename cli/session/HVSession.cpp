@@ -35,7 +35,7 @@ int LowestLevel(std::string_view wish) {
 } // namespace
 
 HVSession::HVSession(bool quiet)
-    : console_(quiet), interrupt_({[this] { queue_->Post([this] { interrupted_ = true; }); },
+    : console_(quiet), interrupt_({[this] { queue_->Post([this] { Interrupted(); }); },
                                    [this] {
                                        IHVDownloadPlugin::SuspendTools();
                                        console_.ForgetLive();
@@ -60,6 +60,10 @@ void HVSession::ShowLog() {
             else
                 HVConsole::LogFromAnyThread(line);
         });
+}
+
+void HVSession::Interrupted() {
+    interrupted_ = interrupted_ || !finish_ || !finish_();
 }
 
 HVSession::~HVSession() {

@@ -24,6 +24,8 @@ public:
     std::shared_ptr<HVMainQueue> const& Queue() const { return queue_; }
     /// True once the user asked for an end, or results can't be written any more.
     bool Ending() const { return interrupted_ || console_.OutputFailed(); }
+    /// `finish` is asked at each request for an end: while it says yes, what runs is completed first.
+    void FinishFirst(std::function<bool()> finish) { finish_ = std::move(finish); }
 
     struct Steps {
         std::function<bool()> done; ///< whether all is over
@@ -46,10 +48,12 @@ public:
 private:
     void ShowLog();
     int EarlyStatus();
+    void Interrupted();
 
     HVConsole console_;
     std::shared_ptr<HVMainQueue> queue_ = std::make_shared<HVMainQueue>();
     bool interrupted_ = false;
+    std::function<bool()> finish_;
     std::vector<std::string> loggedErrors_;
     HVInterrupt interrupt_;
 };

@@ -42,10 +42,13 @@ void HVProgressDisplay::SetActivity(std::string const& text) {
         console_.Note(activity_);
 }
 
-void HVProgressDisplay::Begin(int id, std::string const& name) {
+void HVProgressDisplay::Begin(int id, std::string const& name, bool recording) {
     Download& download = downloads_[id];
     download.name = PlainLine(name);
-    if (!console_.Live())
+    download.recording = recording;
+    if (recording)
+        console_.Note("Recording " + download.name + "; Ctrl-C finishes it");
+    else if (!console_.Live())
         console_.Note("Downloading " + download.name);
 }
 
@@ -62,6 +65,19 @@ void HVProgressDisplay::Update(int id, float percent, std::string const& text) {
         return;
     download.told = tenths;
     console_.Note(download.name + ": " + Percent(download.percent) + "  " + download.text);
+}
+
+void HVProgressDisplay::UpdateRecording(int id, int seconds, std::string const& text) {
+    auto const found = downloads_.find(id);
+    if (found == downloads_.end())
+        return;
+    Download& download = found->second;
+    download.text = text;
+    constexpr int kMinute = 60;
+    if (console_.Live() || seconds / kMinute <= download.told)
+        return;
+    download.told = seconds / kMinute;
+    console_.Note(download.name + ": " + text);
 }
 
 void HVProgressDisplay::End(int id) {
@@ -86,9 +102,14 @@ void HVProgressDisplay::Refresh() {
 }
 
 std::string HVProgressDisplay::Line(Download const& download) const {
+    std::size_t const columns = console_.Columns();
+    if (download.recording) {
+        std::size_t const used = DisplayWidth(download.text) + kGap;
+        std::size_t const name = columns > used + kShortestName ? columns - used : kShortestName;
+        return CutToWidth(FitToWidth(download.name, name) + "  " + download.text, columns);
+    }
     // At the end the tool merges and says nothing: its last words on the time would be untrue.
     std::string const text = download.percent >= kAll ? "finishing" : download.text;
-    std::size_t const columns = console_.Columns();
     // As a terminal gets narrower, first the bar shrinks and goes, then the text, and the name; never the
     // percentage.
     std::string bar;

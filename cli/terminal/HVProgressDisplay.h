@@ -15,10 +15,12 @@ public:
 
     /// What is being done beside the downloads; empty for nothing.
     void SetActivity(std::string const& text);
-    /// A download runs; `id` names it in the calls below.
-    void Begin(int id, std::string const& name);
+    /// A download runs, or a recording; `id` names it in the calls below.
+    void Begin(int id, std::string const& name, bool recording);
     /// `percent` is 0 to 100, `text` what the tool says about speed and time.
     void Update(int id, float percent, std::string const& text);
+    /// The same for a recording, which has no end of its own: how long it is, and what is to be said.
+    void UpdateRecording(int id, int seconds, std::string const& text);
     void End(int id);
     /// Number of downloads that wait for a place.
     void SetWaiting(int count) { waiting_ = count; }
@@ -30,7 +32,8 @@ private:
         std::string name;
         float percent = 0;
         std::string text;
-        int told = 0; ///< tenths that plain lines have told of
+        int told = 0; ///< tenths, or minutes, that plain lines have told of
+        bool recording = false;
     };
 
     std::string Line(Download const& download) const;

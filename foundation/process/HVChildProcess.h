@@ -45,6 +45,7 @@ public:
 
     int Wait(unsigned int milliseconds) const { return ended_.Wait(milliseconds); }
     void Terminate();
+    void Interrupt();
     void Suspend(bool suspend);
     void OnExit(std::function<void()> function);
     HVChildEnd End() const;

@@ -64,6 +64,12 @@ void HVChildProcess::Terminate() {
     notifier_.Wake();
 }
 
+void HVChildProcess::Interrupt() {
+    // One that was asked to end may take it for a second request, and leave its files as they are.
+    if (!terminating_)
+        SignalGroup(SIGINT);
+}
+
 void HVChildProcess::Suspend(bool suspend) {
     // A child that was asked to end has to run for that.
     if (!suspend || !terminating_)

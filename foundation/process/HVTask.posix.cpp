@@ -71,6 +71,11 @@ public:
             child->Terminate();
     }
 
+    void Interrupt() override {
+        if (auto const child = Child())
+            child->Interrupt();
+    }
+
     void OnExit(std::function<void()> function) override {
         if (auto const child = Child())
             child->OnExit(std::move(function));

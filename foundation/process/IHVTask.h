@@ -73,6 +73,9 @@ public:
     virtual std::shared_ptr<IHVError const> DeliveryError() const = 0;
     /// Where the child comes from, unless it is spawned; it has to outlive the child. Set before Launch.
     virtual void SetSource(HVChildSource* source) = 0;
+    /// Interrupts the child's whole group, as a terminal does at Ctrl-C, and returns at once. What the child
+    /// makes of it, and when it ends, is its own affair.
+    virtual void Interrupt() = 0;
 
 protected:
     ~IHVTask() = default;

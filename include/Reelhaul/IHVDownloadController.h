@@ -18,6 +18,7 @@
 
 #include "IHVDownloadTaskDelegate.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -137,6 +138,20 @@ public:
     /// Cancels whatever is to come, and returns at once: a controller that is Pending becomes Idle, and hears
     /// no end; a running download is asked to end, as by StopDownload. Nothing happens in other states.
     void CancelDownload();
+    /// Ends the recording of a live stream (IHVDownloadItem::IsLiveStream) with what there is by now, and
+    /// returns at once: the tool is interrupted, as by Ctrl-C at a terminal, completes the file, which takes
+    /// a moment for each gigabyte, and the run ends with the playable file in its place. A run that has
+    /// recorded nothing ends as a stopped one. StopDownload and CancelDownload give up what is recorded, also
+    /// now. False, and nothing happens, where no live stream is being recorded.
+    bool FinishDownload();
+    /// What the recording of a live stream has come to.
+    struct Recording {
+        int seconds = 0;        ///< of the stream, which may hand out its latest seconds at once
+        std::int64_t bytes = 0; ///< in the temporary folder
+    };
+    /// Of the run that is under way; nothing of another one. Progress functions are not called for a live
+    /// stream: ask this from time to time. It looks at the file system.
+    Recording RecordedSoFar() const;
     /// Blocks for at most so many milliseconds until nothing of this controller is under way: it neither
     /// waits nor runs, its complete function has returned, and all changes of state are told. HVErrSuccess
     /// then, HVErrTimeout when the time ran out, HVErrFailure inside a function of the application, where a

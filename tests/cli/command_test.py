@@ -66,6 +66,7 @@ class UsageTest(ScriptedTest):
             ("get x --jobs 0", "1 to 256"),
             ("info x --analyses 257", "--analyses must be a number from 1 to 256"),
             ("get x --items 3-1", "1,3-5"),
+            ("get x --duration 1:60", "1:30:00"),
             ("get x --limit-rate 1K --throttled-rate 2K", "above"),
             ("info x --tool /nosuch", "/nosuch"),
             ("info x --js-runtime /nosuch", "/nosuch"),
@@ -194,6 +195,23 @@ class GetTest(ScriptedTest):
         self.assertEqual(len(list((self.folder / "here").iterdir())), 1)  # where no folder is named
         start = self.starts()[-1]
         self.assertEqual([start[start.index(name) + 1] for name in ("--password", "--video-password")], ["one", "two"])
+
+    def test_a_second_interrupt_gives_a_recording_up(self):
+        self.write("scripts/item.json", json.dumps({**json.loads(ITEM), "is_live": True}))
+        self.write("scripts/item", ITEM_SCRIPT + "hold-int\nwrite +.part 9\ntouch up\nhang\n")
+        command = [COMMAND, "get", "--tool", self.folder / "tools", "-o", self.folder / "out", "script:item"]
+        with subprocess.Popen(command, env=self.environment_of_command(**self.environment), text=True,
+                              stderr=subprocess.PIPE) as process:
+            self.wait_until((self.folder / "scripts/up").exists)
+            lines = []
+            for line in process.stderr:
+                lines.append(line)
+                if line.startswith(("Recording", "Finishing")):
+                    process.send_signal(signal.SIGINT)
+        self.assertEqual((process.returncode, lines[-1]), (130, "Interrupted.\n"), lines)
+        self.assertIn("Finishing what is recorded; Ctrl-C once more gives it up\n", lines)
+        self.assertEqual(list((self.folder / "out").iterdir()), [])
+        self.assert_nothing_left()
 
     def test_an_interrupt_ends_all_and_leaves_nothing(self):
         self.write("scripts/item", ITEM_SCRIPT + "write .part +10\ntouch runs\nhang\n")

@@ -3,6 +3,8 @@
 #include "HVDownloadController.h"
 #include "HVDownloadControllers.h"
 #include "IHVCallbackDispatcher.h"
+#include "IHVDownloadOptions.h"
+#include "IHVGeneralOptions.h"
 #include "Text.h"
 
 #include <array>
@@ -204,6 +206,51 @@ TEST_F(Controller, TakesTheChoiceWhenItIsAskedToStart) {
     EXPECT_EQ(queue->GetController(1)->DownloadItem(), item);
     EXPECT_THAT(Starts(), testing::ElementsAre(testing::ContainsRegex(" vtt .* 18 "),
                                                testing::ContainsRegex(" srt .* 22 ")));
+}
+
+TEST_F(Controller, FinishesARecording) {
+    struct Row {
+        std::string script;
+        std::string events;
+        std::uintmax_t size;
+        bool live = true;
+        bool noPart = false;
+    };
+    std::string const up = "hold-int;write +.part 9;err ERROR: x time=00:01:07.20 bitrate=1\\r;touch up;";
+    for (auto const& [script, events, size, live, noPart] : std::vector<Row>{
+             {up + "take-int;write . 12", "1>3 3>5 Succeed", 12},
+             // The tool leaves what it has as a part; it has nothing; it has written without a part.
+             {up + "take-int;exit 1", "1>3 3>5 Succeed", 9},
+             {"hold-int;touch up;take-int;exit 1", "1>3 3>6 Cancel", 0},
+             {"hold-int;write . 5;touch up;take-int;exit 1", "1>3 3>5 Succeed", 5, true, true},
+             {"hold-int;touch up;wait go;write . 3", "1>3 3>5 Succeed", 3, false}}) {
+        auto const controller = New(script);
+        controller->DownloadItem()->SetLiveStream(live);
+        auto const options = IHVDownloadOptions::MallocDownloadOptions();
+        auto const general = IHVGeneralOptions::MallocGeneralOptions();
+        general->SetUsePartFile(!noPart);
+        options->SetGeneralOptions(general);
+        controller->SetOptions(options);
+        EXPECT_FALSE(controller->FinishDownload());
+        Do(*controller, "start");
+        Do(*controller, "up");
+        if (size > 5) {
+            EXPECT_TRUE(Eventually([&] { return controller->RecordedSoFar().seconds == 67; }));
+            EXPECT_EQ(controller->RecordedSoFar().bytes, 9);
+        }
+        EXPECT_EQ(controller->FinishDownload(), live);
+        EXPECT_EQ(controller->FinishDownload(), live);
+        Put("go");
+        EXPECT_EQ(controller->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_EQ(TakeEvents(), events) << script;
+        EXPECT_EQ(controller->RecordedSoFar().bytes, 0);
+        if (size > 0) {
+            EXPECT_EQ(std::filesystem::file_size(out_ + "/A.mp4"), size) << script;
+        }
+        std::filesystem::remove(out_ + "/A.mp4");
+        std::filesystem::remove(Path("go"));
+        EXPECT_TRUE(NothingLeft());
+    }
 }
 
 TEST_F(Controller, ReportsByWayOfTheDispatcher) {

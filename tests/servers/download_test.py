@@ -65,8 +65,7 @@ class StopTest(ServerTest):
     def test_in_the_middle_of_each_kind(self):
         """At once, and nothing is left."""
         for command, page, file, least in (("get", "slow", ".part", 1), ("get", "slow-fragments", "Frag", 1),
-                                           ("get", "slow-merge", ".temp.", 0), ("get", "live", ".part", 1),
-                                           ("info", "combined?stall=60", "", 0)):
+                                           ("get", "slow-merge", ".temp.", 0), ("info", "combined?stall=60", "", 0)):
             with self.subTest(page):
                 out = self.folder / "out"
                 arguments = [command, *(["-o", out] if command == "get" else []), self.page(page)]
@@ -81,6 +80,27 @@ class StopTest(ServerTest):
                 self.assertLess(time.monotonic() - begin, 6)
                 self.assertEqual(process.returncode, 130, words)
                 self.assertEqual(list(out.iterdir()) if out.exists() else [], [])
+                self.assert_nothing_left()
+
+    def test_a_recording_is_finished(self):
+        """By an interrupt and by the clock; of a tool that is warm or not; with ffmpeg and without."""
+        for page, bytes_wanted, streams, *options in (
+                ("live", 1, "video audio"), ("live", 1, "video audio", "--cold"), ("live", 0, "video audio", "--duration", "0:02"),
+                ("live-file", 600_000, "video audio 8")):
+            with self.subTest(page, options=options):
+                arguments = ["get", "--json", "-o", self.folder / "out", *options, self.page(page)]
+                with subprocess.Popen([COMMAND, *arguments], env=self.environment_of_command(), text=True,
+                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                    for event in map(json.loads, process.stdout):
+                        if event["event"] == "recording" and 0 < bytes_wanted <= event["bytes"]:
+                            self.assertGreater(event["seconds"], 0)
+                            process.send_signal(signal.SIGINT)
+                            bytes_wanted = 0
+                    words = process.stderr.read()
+                self.assertEqual((process.returncode, event["event"]), (0, "finished"), words)
+                self.assertTrue(probe(event["path"]).startswith(streams), probe(event["path"]))
+                if "--duration" in options:
+                    self.assertGreaterEqual(int(probe(event["path"]).split()[-1]), 2)
                 self.assert_nothing_left()
 
     def in_the_middle(self, name, least):

@@ -111,6 +111,9 @@ WATCH = {
     "sizeless": lambda s: item("Thumbnails without sizes, the best last", [s.combined()], thumbnails=[
         {"id": str(i), "url": picture["url"]} for i, picture in enumerate(s.thumbnails())]),
     "live": lambda s: item("Live", [], duration=None, is_live=True, manifests=s.manifest("hls", "media/live.m3u8")),
+    # As such a stream comes over plain http: the tool records it itself.
+    "live-file": lambda s: item("Live file", [{**s.combined("large.mp4"), "url": s.url("media/large.mp4?rate=300000")}],
+                                duration=None, is_live=True),
     "slow": lambda s: item("Slow plain file", [{**s.combined("large.mp4"), "url": s.url("media/large.mp4?rate=200000")}]),
     "slow-fragments": lambda s: item("Slow fragments", [], manifests=s.manifest("hls", "media/hls320/index.m3u8?rate=40000")),
     "slow-merge": lambda s: item("A merge of minutes", [

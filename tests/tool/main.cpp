@@ -199,6 +199,14 @@ void StartGrandchild(std::string_view line) {
     _exit(0);
 }
 
+sigset_t BlockInterrupt() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    return set;
+}
+
 using Text = std::string_view;
 std::map<std::string, void (*)(Text)> const kCommands = {
     {"out", [](Text text) { Print(1, Unescaped(text)); }},
@@ -231,6 +239,13 @@ std::map<std::string, void (*)(Text)> const kCommands = {
              Sleep(1);
      }},
     {"ignore-term", [](Text) { std::signal(SIGTERM, SIG_IGN); }},
+    {"hold-int", [](Text) { BlockInterrupt(); }},
+    {"take-int",
+     [](Text) {
+         int signal = 0;
+         sigset_t const set = BlockInterrupt();
+         sigwait(&set, &signal);
+     }},
     {"close-out", [](Text) { close(1); }},
     {"grandchild", StartGrandchild},
     {"exit", [](Text status) { End(static_cast<int>(Number(status))); }},
