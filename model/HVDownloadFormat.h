@@ -56,6 +56,9 @@ public:
 
     static bool IsFormatAuxiliary(std::string const& text);
     bool LoadFormPainText(std::string const& row, std::string const& head);
+    /// The same for a row as the tool really prints it: its sections are where the head line has its bars, so
+    /// that an identifier or a note may hold one, and a size may be in TiB.
+    bool LoadFromTable(std::string const& row, std::string const& head);
     bool ParseFormatFirstPart(std::string const& row, std::string const& head);
     bool ParseFormatSecondPart(std::string const& row, std::string const& head);
     bool ParseFormatThirdPart(std::string const& row, std::string const& head);
@@ -71,6 +74,8 @@ public:
     bool IsSizeString(std::string const& text) const;
 
 private:
+    bool LoadSections(std::vector<std::string> const& rows, std::vector<std::string> const& heads);
+
     std::string videoCodecName_;
     std::string audioCodecName_;
     std::string formatCode_;

@@ -3,7 +3,11 @@
 #include "HVDownloadFormat.h"
 
 #include "HVNumberText.h"
+#include "HVUtf8.h"
 #include "IHVStringHelper.h"
+
+#include <limits>
+#include <string_view>
 
 namespace Halvorn {
 
@@ -29,10 +33,18 @@ bool Contains(std::string const& text, char const* part) {
     return text.find(part) != std::string::npos;
 }
 
-/// Where the key's column begins in both lines, or npos when either does not reach it.
+/// Where the key's column begins in the head line, or npos when either line does not reach it.
 std::size_t ColumnOf(std::string const& key, std::string const& row, std::string const& head) {
     std::size_t const column = head.find(key);
-    return column < row.size() ? column : std::string::npos;
+    return column < head.size() && Utf8Offset(row, column) < row.size() ? column : std::string::npos;
+}
+
+/// What the site tells as about is as good as what the tool guesses.
+std::string WithTilde(std::string text) {
+    constexpr std::string_view kAbout = "\u2248";
+    for (auto at = text.find(kAbout); at != std::string::npos; at = text.find(kAbout, at))
+        text.replace(at, kAbout.size(), "~");
+    return text;
 }
 
 struct SizeUnit {
@@ -52,6 +64,29 @@ bool HVDownloadFormat::LoadFormPainText(std::string const& row, std::string cons
         return false;
     std::vector<std::string> const rows = IHVStringHelper::Split(row, '|');
     std::vector<std::string> const heads = IHVStringHelper::Split(head, '|');
+    return LoadSections(rows, heads);
+}
+
+bool HVDownloadFormat::LoadFromTable(std::string const& row, std::string const& head) {
+    std::vector<std::string> const heads = IHVStringHelper::Split(head, '|');
+    if (!IsFormatAuxiliary(head) || heads.size() != 3)
+        return false;
+    std::size_t const first = Utf8Offset(row, heads[0].size());
+    std::size_t const second = Utf8Offset(row, heads[0].size() + 1 + heads[1].size());
+    if (second >= row.size() || row[first] != '|' || row[second] != '|' ||
+        !LoadSections(
+            {row.substr(0, first), row.substr(first + 1, second - first - 1), row.substr(second + 1)}, heads))
+        return false;
+    constexpr std::uint64_t kGiBOfTiB = 1024;
+    if (auto const unit = sizeFormat_.rfind("TiB"); unit != std::string::npos && IsSizeString(sizeFormat_)) {
+        ParseSizeFormat(sizeFormat_.substr(0, unit) + "GiB");
+        size_ = size_ <= std::numeric_limits<std::uint64_t>::max() / kGiBOfTiB ? size_ * kGiBOfTiB : 0;
+    }
+    return true;
+}
+
+bool HVDownloadFormat::LoadSections(std::vector<std::string> const& rows,
+                                    std::vector<std::string> const& heads) {
     if (rows.size() != 3 || heads.size() != 3)
         return false;
     // In turn: a section is not even looked at once one before it has failed.
@@ -113,12 +148,15 @@ std::string HVDownloadFormat::ReadLeftAlignValueForKey(std::string const& key, s
     std::size_t const column = ColumnOf(key, row, head);
     if (column == std::string::npos)
         return {};
-    int const next = IndexOfNextKeyFromPos(static_cast<int>(column + key.size()), head);
-    if (next < 0 || static_cast<std::size_t>(next) >= row.size())
-        return IHVStringHelper::Trimmed(row.substr(column));
-    std::size_t const blank = static_cast<std::size_t>(IndexOfNearestWhitespaceReverse(next, row));
-    std::size_t const end = blank > column ? blank : static_cast<std::size_t>(next);
-    return IHVStringHelper::Trimmed(row.substr(column, end - column));
+    std::size_t const begin = Utf8Offset(row, column);
+    int const nextKey = IndexOfNextKeyFromPos(static_cast<int>(column + key.size()), head);
+    std::size_t const next = nextKey < 0 ? row.size() : Utf8Offset(row, static_cast<std::size_t>(nextKey));
+    if (next >= row.size())
+        return IHVStringHelper::Trimmed(row.substr(begin));
+    std::size_t const blank =
+        static_cast<std::size_t>(IndexOfNearestWhitespaceReverse(static_cast<int>(next), row));
+    std::size_t const end = blank > begin ? blank : next;
+    return IHVStringHelper::Trimmed(row.substr(begin, end - begin));
 }
 
 /// A right-aligned value ends where its key does and reaches back to the nearest blank, which may stand far
@@ -128,13 +166,14 @@ std::string HVDownloadFormat::ReadRightAlignValueForKey(std::string const& key, 
     std::size_t const column = ColumnOf(key, row, head);
     if (column == std::string::npos)
         return {};
-    std::size_t const end = column + key.size();
+    std::size_t const last = Utf8Offset(row, column + key.size() - 1);
     std::size_t const blank =
-        static_cast<std::size_t>(IndexOfNearestWhitespaceReverse(static_cast<int>(end) - 1, row));
-    if (blank >= end || blank >= row.size())
+        static_cast<std::size_t>(IndexOfNearestWhitespaceReverse(static_cast<int>(last), row));
+    if (blank > last || blank >= row.size())
         return {};
     // One character more than the column reaches: read on purpose.
-    return IHVStringHelper::Trimmed(row.substr(blank, end - blank + 1));
+    std::size_t const end = Utf8Offset(row, column + key.size() + 1);
+    return IHVStringHelper::Trimmed(row.substr(blank, end - blank));
 }
 
 int HVDownloadFormat::IndexOfNextKeyFromPos(int pos, std::string const& text) const {
@@ -160,7 +199,7 @@ void HVDownloadFormat::ParseResolution(std::string const& text) {
 }
 
 bool HVDownloadFormat::IsSizeString(std::string const& text) const {
-    std::string const size = IHVStringHelper::Trimmed(text);
+    std::string const size = IHVStringHelper::Trimmed(WithTilde(text));
     std::size_t const unit = size.find_first_not_of("~ 0123456789.");
     if (unit == std::string::npos || size.find_first_of("0123456789.") >= unit)
         return false;
@@ -173,21 +212,22 @@ bool HVDownloadFormat::IsSizeString(std::string const& text) const {
 }
 
 void HVDownloadFormat::ParseSizeFormat(std::string const& text) {
-    std::size_t const tilde = text.find('~');
+    std::string const size = WithTilde(text);
+    std::size_t const tilde = size.find('~');
     std::size_t const start = tilde == std::string::npos ? 0 : tilde + 1;
     constexpr SizeUnit kUnits[] = {{'K', 1024.0F}, {'M', 1048576.0F}, {'G', 1073741824.0F}};
-    // Capital letters only, and none for "TiB": such a size counts as its bare number.
+    // Capital letters only, and none for "TiB" here: such a size counts as its bare number.
     std::size_t end = std::string::npos;
     float multiplier = 1.0F;
     for (SizeUnit const& unit : kUnits) {
-        end = text.rfind(unit.letter);
+        end = size.rfind(unit.letter);
         if (end != std::string::npos) {
             multiplier = unit.bytes;
             break;
         }
     }
     bool const behindStart = end != std::string::npos && end > start;
-    std::string const number = behindStart ? text.substr(start, end - start) : text.substr(start);
+    std::string const number = behindStart ? size.substr(start, end - start) : size.substr(start);
     float const bytes = TextToFloat(IHVStringHelper::Trimmed(number)) * multiplier;
     constexpr float kLimit = 18446744073709551616.0F;
     size_ = bytes >= 0.0F && bytes < kLimit ? static_cast<std::uint64_t>(bytes) : 0;

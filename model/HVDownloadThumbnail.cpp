@@ -1,5 +1,6 @@
 #include "HVDownloadThumbnail.h"
 
+#include "HVUtf8.h"
 #include "IHVFileProvider.h"
 #include "IHVStringHelper.h"
 
@@ -107,7 +108,11 @@ bool HVDownloadThumbnail::IsThumbnailInfoToken(std::string const& text) {
 
 std::string HVDownloadThumbnail::ReadKeyValue(std::string const& row, std::string const& head,
                                               std::string const& key) {
-    std::size_t const column = head.find(key);
+    std::size_t const place = head.find(key);
+    if (place == std::string::npos)
+        return {};
+    // Columns are padded by code points.
+    std::size_t const column = Utf8Offset(row, place);
     if (column >= row.size())
         return {};
     std::size_t const blank = row.find(' ', column);

@@ -1,6 +1,7 @@
 // The analysis from what the tool prints for people: its tables, and the two lines behind them.
 
 #include "HVArgsBuilder.h"
+#include "HVDownloadFormat.h"
 #include "HVDownloadTaskParser.h"
 #include "HVFormatSet.h"
 #include "HVModelList.h"
@@ -26,6 +27,9 @@ constexpr char kFile[] = "HVDownloadTaskParser";
 /// end mark, so what follows it is a row too until the reader of rows turns it down.
 class TableRows {
 public:
+    /// `full` reads the rows as the tool really prints them.
+    explicit TableRows(bool full) : full_(full) {}
+
     void Take(std::string const& line) {
         if (HVDownloadTask::IsSplitString(line))
             return;
@@ -51,7 +55,8 @@ private:
     void TakeRow(std::string const& line) {
         try {
             if (!formatHead_.empty())
-                TakeFormat(IHVDownloadFormat::MallocDownloadFormat(line, formatHead_));
+                TakeFormat(full_ ? FromTable(line)
+                                 : IHVDownloadFormat::MallocDownloadFormat(line, formatHead_));
             else if (!thumbnailHead_.empty())
                 AppendElement(thumbnails,
                               IHVDownloadThumbnail::MallocDownloadThumbnail(line, thumbnailHead_));
@@ -59,6 +64,10 @@ private:
             IHVLogConfig::Printf("A row of the tool's tables can't be read (%s): %s", failure.what(),
                                  line.c_str());
         }
+    }
+    std::shared_ptr<IHVDownloadFormat> FromTable(std::string const& line) const {
+        auto format = std::make_shared<HVDownloadFormat>();
+        return format->LoadFromTable(line, formatHead_) ? std::move(format) : nullptr;
     }
     void TakeFormat(std::shared_ptr<IHVDownloadFormat> format) {
         if (format == nullptr)
@@ -68,6 +77,7 @@ private:
         list.Add(std::move(format));
     }
 
+    bool const full_;
     std::string thumbnailHead_;
     std::string formatHead_;
 };
@@ -207,15 +217,19 @@ HVDownloadTaskParser::ParseDownloadItemInfo(std::string const& output,
     if (lines.size() < 4)
         return IHVError::MallocError(kFile, __LINE__, "ParseDownloadItemInfo", -1, "Error",
                                      "error text info: \n %s", output.c_str());
-    TableRows rows;
-    for (auto& line : lines) {
+    for (auto& line : lines)
         line = IHVStringHelper::Trimmed(line);
-        rows.Take(line);
-    }
-    if (IsDurationString(lines.back()))
+    bool const hasDuration = IsDurationString(lines.back());
+    // Without a line for the duration the name is the last one. Only a full analysis takes it so: the line
+    // before it is a row of a table, but it was always taken.
+    std::size_t const behindName = settings_.full && !hasDuration ? 1 : 2;
+    std::size_t const behindTables = settings_.full ? behindName : 0;
+    TableRows rows(settings_.full);
+    for (std::size_t i = 0; i < lines.size() - behindTables; ++i)
+        rows.Take(lines[i]);
+    if (hasDuration)
         item->SetDuration(lines.back());
-    // Without a line for the duration this is another line; the name is only a proposal.
-    item->SetFileName(lines[lines.size() - 2]);
+    item->SetFileName(lines[lines.size() - behindName]);
     item->SetThumbnail(FindBestThumbnail(rows.thumbnails));
     TakeAllFormats(*item, std::move(rows.all));
     item->AddDownloadFormat(MergeDownloadFormats(rows.videos.Formats(), rows.audios.Formats(),

@@ -153,7 +153,10 @@ std::string Take(Subtitles& chosen, std::string& extension, Subtitles const& off
                     .append(" comes as ")
                     .append(Listing(subtitle->GetSubtitleFormats()));
             if (!extension.empty() && extension != format)
-                return "one format goes for all subtitles: " + extension + " or " + format;
+                return std::string("one format goes for all subtitles: ")
+                    .append(extension)
+                    .append(" or ")
+                    .append(format);
             extension = format;
         }
         chosen.push_back(subtitle);

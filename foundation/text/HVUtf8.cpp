@@ -27,6 +27,13 @@ std::size_t Utf8Length(char32_t c) {
     return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
 }
 
+std::size_t Utf8Offset(std::string_view text, std::size_t number) {
+    std::size_t offset = 0;
+    for (; number > 0 && offset < text.size(); --number)
+        offset += ReadUtf8(text.substr(offset)).length;
+    return offset + number;
+}
+
 std::u32string DecodeUtf8(std::string_view text) {
     std::u32string result;
     while (!text.empty()) {

@@ -42,6 +42,30 @@ TEST(FormatTable, TellsSoundFromPicture) {
     }
 }
 
+TEST(FormatTable, CountsCharactersAndGoesByTheBarsOfTheHeadLine) {
+    auto const row = [](std::string const& code, std::string const& size, std::string const& note) {
+        return code + " mp4  1920x1080   25 HDR  2 | " + size +
+               " 4419k https | vc1.64 123456k 日本語éü only  0k 44k " + note;
+    };
+    auto const shown = [](std::string const& code, std::string const& bytes, std::string const& size,
+                          std::string const& note) {
+        return code + "|mp4|1920x1080|1920|1080|25|2|HDR|https|4419k|123456k|0k|44k|" + bytes + "|" + size +
+               "|vc1.64|vc1|日本語éü only|日本語éü only||" + note + "|0|0|0";
+    };
+    auto const full = [](std::string const& text) {
+        HVDownloadFormat format;
+        return format.LoadFromTable(text, Head) ? All(format) : "";
+    };
+    std::string const wide = row("日本é", " ≈10.50MiB", "ü");
+    EXPECT_EQ(Read(wide), shown("日本é", "11010048", "≈10.50MiB", "ü"));
+    EXPECT_EQ(full(wide), Read(wide));
+    std::string const bars = row("1|é", "   1.50TiB", "a | b");
+    EXPECT_EQ(Read(bars), "");
+    EXPECT_EQ(full(bars), shown("1|é", "1649267441664", "1.50TiB", "a | b"));
+    // A title that looks like a row.
+    EXPECT_EQ(full("18 mp4 640x360 | x | y"), "");
+}
+
 TEST(FormatTable, RefusesWhatIsNoRow) {
     std::string const good = "137 mp4  1920x1080             | 1.00MiB 44k https | vc ";
     ASSERT_NE(Read(good), "");

@@ -44,6 +44,7 @@ TEST(Thumbnail, LoadsFromJsonOrATableRow) {
     for (auto const& [row, expected] :
          Rows{{"12  1920    1080    http://h/a.jpg", "1920|1080|http://h/a.jpg|0"},
               {"0   unknown unknown u more", "0|0|u|0"},
+              {"日本  1920    1080    ü.jpg", "1920|1080|ü.jpg|0"},
               {"", "none"},
               {"0   1920    1080    ", "none"},
               {"    1920    1080    u", "none"}})

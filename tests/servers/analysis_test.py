@@ -122,9 +122,8 @@ class AnalysisTest(ServerTest):
             ("list/mixed", 2, "video640mp4+audio-en video320mp4+audio-en audio-en", "Merged mp4"),
             ("list/whole", 3, "combined640-mp4 combined320-mp4 combined-webm", "Combined"),
             ("watch/japanese", 0, "video640mp4+audio-en combined320-mp4 audio-en", "日本語"),
-            # One row with nothing known: most columns are gone, and the line of the duration, so that the row itself
-            # is taken for the name.
-            ("watch/live", 0, "0", "mp4"))
+            # One row with nothing known: most columns are gone, and the line of the duration.
+            ("watch/live", 0, "0", "Live "))
         for (path, count, formats, name), document in self.infos(rows, "--text"):
             with self.subTest(path):
                 items = document.get("items", [])
