@@ -117,6 +117,8 @@ void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& task,
     runEnded_ = false;
     stopWanted_ = false;
     progressText_.clear();
+    progress_ = {};
+    untoldRecord_.reset();
     if (run_ != nullptr) {
         hasRun_ = true;
         ++runsUnderWay_;
@@ -143,6 +145,10 @@ std::shared_ptr<IHVError const> HVDownloadController::StartIf(Decision const& wa
     auto const run = std::make_shared<HVDownloadRun>(weak_from_this(), item_, choice);
     auto const task = std::make_shared<HVDownloadTaskDownload>(std::move(choice), Get(outputPath_));
     task->SetOwnDelegate(run);
+    task->SetProgressRecorder([weak = weak_from_this(), from = task.get()](HVDownloadProgress const& record) {
+        if (auto const controller = weak.lock())
+            controller->NoteProgress(record, from);
+    });
     std::shared_ptr<HVDownloadTask> former = task;
     // Before anything that takes time, so that the queue's count sees it at once.
     if (!ChangeState(HVDownloadStateDownloading, [&](HVDownloadState state) {
@@ -219,7 +225,7 @@ void HVDownloadController::WaitIf(Decision const& mayWait) {
     // The choice counts as it is now: the start comes on a worker, while the application may choose anew.
     auto choice = TakeChoice();
     std::shared_ptr<HVDownloadTask> former;
-    ChangeState(HVDownloadStatePending, [&](HVDownloadState state) {
+    bool const waits = ChangeState(HVDownloadStatePending, [&](HVDownloadState state) {
         if (!mayWait(state))
             return false;
         // After a reset the old run may still be about to end: that end says nothing of the run that is
@@ -232,6 +238,11 @@ void HVDownloadController::WaitIf(Decision const& mayWait) {
     if (former != nullptr)
         former->StopTask();
     TellChanges();
+    if (waits) {
+        HVDownloadProgress waiting;
+        waiting.phase = HVDownloadPhaseWaiting;
+        NoteProgress(waiting, nullptr);
+    }
 }
 
 bool HVDownloadController::IsCurrent(IHVDownloadTask const* task) const {

@@ -11,13 +11,16 @@
 // wait.
 
 #include "HVCallback.h"
+#include "HVDownloadProgress.h"
 #include "HVDownloadTask.h"
 #include "IHVDownloadController.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace Halvorn {
@@ -91,6 +94,9 @@ public:
     bool Finish();
     Recording RecordingNow() const;
     std::string ProgressTextNow() const { return Get(progressText_); }
+    /// See IHVDownloadController::SetProgressFunc.
+    void SetProgressRecordFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond);
+    HVDownloadProgress ProgressNow() const;
     /// See IHVDownloadController::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
     /// Whether WaitUntilIdle would wait.
@@ -128,6 +134,7 @@ private:
     std::shared_ptr<IHVError const> StartIf(Decision const& wanted, std::shared_ptr<IHVDownloadItem> choice);
     void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
     bool DropUnbegun(HVDownloadRun& run);
+    void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
     void WaitIf(Decision const& mayWait);
@@ -146,6 +153,8 @@ private:
     HVCallbackSlot<std::function<void()>> downloadStart_;
     HVCallbackSlot<std::function<void(float)>> downloadProgress_;
     HVCallbackSlot<std::function<void(std::shared_ptr<IHVError const>)>> downloadComplete_;
+    HVCallbackSlot<std::function<void(HVDownloadProgress const&)>> progressRecord_;
+    std::atomic<int> recordPause_ = 100; // milliseconds between two records that are told
 
     mutable std::mutex mutex_;                // guards what follows
     mutable std::condition_variable changed_; // what IsIdle looks at
@@ -163,6 +172,9 @@ private:
     std::string outputPath_;
     std::string jsRuntimePath_;
     std::string progressText_;
+    HVDownloadProgress progress_;
+    std::optional<HVDownloadProgress> untoldRecord_; // the latest, when it was held back
+    std::chrono::steady_clock::time_point recordTold_;
     std::shared_ptr<IHVError const> lastError_;
     std::shared_ptr<void> opaque_;
     std::shared_ptr<IHVDownloadOptions> options_;

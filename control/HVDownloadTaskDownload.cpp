@@ -2,6 +2,7 @@
 
 #include "HVArgsBuilder.h"
 #include "HVDownloadItem.h"
+#include "HVExplainedError.h"
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
 #include "HVTmpFolder.h"
@@ -60,7 +61,13 @@ void HVDownloadTaskDownload::asyncProgressTask() {
     file.extension = format->Extension();
     file.path = IHVFileProvider::AppendPathComponent(
         folder, IHVFileProvider::CreateRandomFileName(file.extension, kRandomNameLength));
-    notifyTaskComplete(RunTool(file));
+    Track([&format](HVProgressTracker& tracker) {
+        tracker.Begin(format->MergeFormat() ? 2 : 1);
+        return true;
+    });
+    auto const result = RunTool(file);
+    TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
+    notifyTaskComplete(result);
 }
 
 bool HVDownloadTaskDownload::FinishRecording() {
@@ -78,8 +85,13 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     run.SetJSRuntimePath(GetJSRuntimePath());
     run.SetOptions(GetMutableOptions().get());
     // The run may be left before the child's end: the handler keeps the task.
-    run.SetOutputHandler(
-        [this, self = shared_from_this()](std::string const& text) { ParseDownloadOutputInfo(text); });
+    run.SetOutputHandler([this, self = shared_from_this()](std::string const& text) {
+        ParseDownloadOutputInfo(text);
+        Track([&text](HVProgressTracker& tracker) { return tracker.TakeLines(text); });
+    });
+    run.SetReportHandler([this, self = shared_from_this()](IHVJsonValue const& record) {
+        Track([&record](HVProgressTracker& tracker) { return tracker.TakeRecord(record); });
+    });
     run.SetStop(Stop());
     run.LeaveAfterStop();
     if (downloadItem_->IsLiveStream()) {
@@ -120,12 +132,13 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& f
     // The tool gives up a stream that no ffmpeg records: what it has of that can be played as well.
     if (finish_.Requested() && !UserCancel())
         recording_.TakePart();
-    if (IsFinished(file, outcome))
+    if (IsFinished(file, outcome)) {
+        TrackPhase(HVDownloadPhaseMoving);
         return Place(file);
+    }
     if (UserCancel() || finish_.Requested())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
-    return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Download error: %s",
-                                 outcome.errors.c_str());
+    return FaultError(kFile, __LINE__, kFunction, "Download error: " + outcome.errors, outcome.fault);
 }
 
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& file) {

@@ -5,10 +5,13 @@
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
 #include "HVDownloadTask.h"
+#include "HVProgressTracker.h"
 #include "HVRecording.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,6 +33,10 @@ public:
     bool FinishRecording();
     HVRecording const& Recording() const { return recording_; }
 
+    /// Gets each record of the progress, one at a time; to be set before the start.
+    void SetProgressRecorder(std::function<void(HVDownloadProgress const&)> recorder) {
+        recorder_ = std::move(recorder);
+    }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -51,6 +58,9 @@ private:
     std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
+    /// Changes the record, and hands it on when `change` says that it has changed.
+    void Track(std::function<bool(HVProgressTracker&)> const& change);
+    void TrackPhase(HVDownloadPhase phase);
     /// Finds the subtitles that the tool made beside the file.
     void TakeSubtitles(HVFinishedFile& finished) const;
     /// The same for one language, in the first of these formats.
@@ -62,6 +72,9 @@ private:
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;
+    std::function<void(HVDownloadProgress const&)> recorder_;
+    std::mutex trackerMutex_;
+    HVProgressTracker tracker_;
 };
 
 } // namespace Halvorn

@@ -14,6 +14,25 @@ constexpr char kMarker[] = "[download]";
 constexpr double kSmallestStep = 0.01;
 } // namespace
 
+void HVDownloadTaskDownload::Track(std::function<bool(HVProgressTracker&)> const& change) {
+    HVDownloadProgress record;
+    {
+        std::lock_guard const lock(trackerMutex_);
+        if (!change(tracker_))
+            return;
+        record = tracker_.Now();
+    }
+    if (recorder_)
+        recorder_(record);
+}
+
+void HVDownloadTaskDownload::TrackPhase(HVDownloadPhase phase) {
+    Track([phase](HVProgressTracker& tracker) {
+        tracker.Enter(phase);
+        return true;
+    });
+}
+
 void HVDownloadTaskDownload::ParseDownloadOutputInfo(std::string const& text) {
     for (auto const& line : IHVStringHelper::Split(text, '\n')) {
         auto const marker = line.find(kMarker);

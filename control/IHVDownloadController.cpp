@@ -17,6 +17,17 @@ std::string IHVDownloadController::ProgressText() const {
     return controller == nullptr ? std::string() : controller->ProgressTextNow();
 }
 
+void IHVDownloadController::SetProgressFunc(std::function<void(HVDownloadProgress const&)> function,
+                                            int mostCallsASecond) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetProgressRecordFunc(std::move(function), mostCallsASecond);
+}
+
+HVDownloadProgress IHVDownloadController::GetProgress() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? HVDownloadProgress() : controller->ProgressNow();
+}
+
 void IHVDownloadController::CancelDownload() {
     if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
         controller->Cancel();

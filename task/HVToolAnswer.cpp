@@ -2,6 +2,7 @@
 
 #include "HVDownloadTaskParser.h"
 #include "HVExplainedError.h"
+#include "HVToolReport.h"
 
 namespace Halvorn {
 
@@ -14,8 +15,8 @@ constexpr char kUnknownError[] = "Unknown error, please try again later.";
 
 std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std::string const& errorText,
                                             char const* otherwise) {
-    return IHVError::MallocError(kFile, line, function, -1, "Error",
-                                 errorText.empty() ? otherwise : errorText.c_str());
+    return FaultError(kFile, line, function, errorText.empty() ? otherwise : errorText,
+                      RememberedFault(errorText));
 }
 
 std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, std::string const& front,
@@ -25,8 +26,8 @@ std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, st
     if (HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
         reason = unreadable == nullptr ? "The tool's answer holds nothing to download."
                                        : "The tool's answer can't be read: " + unreadable->GetErrorMessage();
-    return ExplainedError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
-                          reason);
+    return FaultError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
+                      RememberedFault(errorText), reason);
 }
 
 } // namespace Halvorn

@@ -1,8 +1,10 @@
 #include "HVToolRun.h"
 
-#include "HVCookiesGuard.h"
+#include "HVRunExtension.h"
 #include "HVToolArguments.h"
+#include "HVToolReport.h"
 #include "HVToolStop.h"
+#include "IHVJsonValue.h"
 #include "IHVLogConfig.h"
 
 #include <algorithm>
@@ -40,6 +42,7 @@ struct HVToolRun::State {
     std::mutex mutex; // guards what follows, for moments
     std::string output;
     std::string errors;
+    HVRaised raised; ///< what the tool raised last, as far as that tells a kind
     std::size_t bytes = 0;
     Clock::time_point lastOutput = IHVTask::RunningTime();
     HVToolResult::By endedBy = HVToolResult::By::Tool;
@@ -75,6 +78,16 @@ struct HVToolRun::State {
         running->Interrupt();
     }
 
+    bool TakeError(IHVJsonValue const& record) {
+        if (record.GetValueString("record") != "error")
+            return false;
+        HVRaised const told = FaultOfReport(record);
+        std::lock_guard const lock(mutex);
+        if (told.fault.kind != HVErrorKindOther)
+            raised = told;
+        return true;
+    }
+
     /// Counts a chunk, and cuts it at the limit.
     std::string Take(std::string const& chunk, std::size_t limit) {
         std::size_t room = chunk.size();
@@ -97,7 +110,7 @@ HVToolRun::HVToolRun(std::string exe, std::vector<std::string> args) : state_(st
 }
 
 void HVToolRun::SetOptions(IHVDownloadOptions const* options) {
-    launch_.extensionFolder = CookiesGuardFolder(options);
+    launch_.extensionFolder = RunExtensionFolder(launch_.exe, options);
 }
 
 HVToolResult HVToolRun::Run() {
@@ -112,6 +125,18 @@ HVToolResult HVToolRun::Run() {
     if (errorFilter_)
         launch_.errorHandler = [handler = std::move(launch_.errorHandler), filter = std::move(errorFilter_)](
                                    std::string const& chunk) { handler(filter(chunk)); };
+    auto const reader = std::make_shared<HVToolReportReader>();
+    if (!launch_.extensionFolder.empty())
+        launch_.errorHandler = [state = state_, reader, reports = reports_,
+                                handler = std::move(launch_.errorHandler)](std::string const& chunk) {
+            if (std::string const text = reader->Take(chunk,
+                                                      [&](auto const& record) {
+                                                          if (!state->TakeError(*record) && reports)
+                                                              reports(*record);
+                                                      });
+                !text.empty())
+                handler(text);
+        };
     if (launch_.outputHandler)
         launch_.outputHandler = [state = state_, limit = limits_.output,
                                  handler = std::move(launch_.outputHandler)](std::string const& chunk) {
@@ -151,6 +176,10 @@ HVToolResult HVToolRun::Run() {
     result.endedBy = result.handlerError != nullptr ? HVToolResult::By::Handler : state_->endedBy;
     result.output = std::exchange(state_->output, {});
     result.errors = std::exchange(state_->errors, {});
+    if (result.end.known) // nothing more is delivered
+        result.errors += reader->Rest();
+    result.fault = FaultOfRun(state_->raised, result.errors);
+    RememberFault(result.errors, result.fault);
     return result;
 }
 

@@ -5,6 +5,7 @@
 // Handlers are called on the child's delivery thread, one at a time, and after a stop that is not waited for
 // also once Run has returned: what they use must live as long.
 
+#include "HVExplainedError.h"
 #include "IHVToolChild.h"
 
 #include <cstddef>
@@ -17,6 +18,7 @@ namespace Halvorn {
 
 class HVToolStop;
 class IHVDownloadOptions;
+class IHVJsonValue;
 
 /// What a run may use up; 0 means as much as it likes.
 struct HVToolLimits {
@@ -36,6 +38,7 @@ struct HVToolResult {
     HVChildEnd end;     ///< exit status or signal; not known for a run that was left after its stop
     std::string output; ///< what it printed to standard output, where no handler takes that
     std::string errors; ///< what it printed to standard error
+    HVFault fault;      ///< what it failed by, where it has failed; other where only the words may tell
 
     /// Whether the tool ended by itself with status 0.
     bool Succeeded() const { return endedBy == By::Tool && end.known && end.signal == 0 && end.status == 0; }
@@ -48,7 +51,7 @@ public:
 
     /// The JS runtime's folder leads the run's PATH. May be empty.
     void SetJSRuntimePath(std::string const& path) { launch_.jsRuntimePath = path; }
-    /// Gives the run what the options need of our extension: the guard of a cookies file. May be null.
+    /// Has the run load our extension (HVRunExtension.h). May be null.
     void SetOptions(IHVDownloadOptions const* options);
     /// Gets standard output instead of the result. What it throws ends the run.
     void SetOutputHandler(HVToolLaunch::Handler handler) { launch_.outputHandler = std::move(handler); }
@@ -56,6 +59,8 @@ public:
     void SetErrorFilter(std::function<std::string(std::string const&)> filter) {
         errorFilter_ = std::move(filter);
     }
+    /// Gets the records of our extension as they come, but for the errors, which go into the result.
+    void SetReportHandler(std::function<void(IHVJsonValue const&)> handler) { reports_ = std::move(handler); }
     /// A run that oversteps one is ended with all that it has started.
     void SetLimits(HVToolLimits const& limits) { limits_ = limits; }
     /// Asked about ten times a second, on the thread of Run; the run is ended when it says false.
@@ -89,6 +94,7 @@ private:
     HVToolLaunch launch_;
     HVToolLimits limits_;
     std::function<bool()> watch_;
+    std::function<void(IHVJsonValue const&)> reports_;
     HVToolStop* stop_ = nullptr;
     HVToolStop* interrupt_ = nullptr;
     std::function<std::string(std::string const&)> errorFilter_;

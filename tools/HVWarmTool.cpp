@@ -5,10 +5,10 @@
 #include "HVLateLog.h"
 #include "HVOwnProcess.h"
 #include "HVProcessEnd.h"
+#include "HVRunExtension.h"
 #include "HVToolInForce.h"
 #include "IHVLogConfig.h"
 
-#include <fstream>
 #include <utility>
 
 namespace Halvorn {
@@ -35,25 +35,6 @@ bool Asks(std::string const& reason, std::string_view what) {
 std::string BehindColon(std::string const& reason) {
     auto const colon = reason.find(": ");
     return colon == std::string::npos ? reason : reason.substr(colon + 2);
-}
-
-/// Whether the program is one for Python, the only kind that takes the extension: a script, or what a known
-/// maker of single files has made of one. Another program would take our arguments in its own way.
-bool IsForPython(std::string const& path) {
-    constexpr std::string_view kMark = "MEI\014\013\012\013\016";
-    constexpr std::streamoff kTail = 8192;
-    std::ifstream file(path, std::ios::binary);
-    std::string line;
-    if (!std::getline(file, line))
-        return false;
-    if (Asks(line, "#!"))
-        return line.find("python") != std::string::npos;
-    file.clear();
-    file.seekg(0, std::ios::end);
-    auto const size = static_cast<std::streamoff>(file.tellg());
-    file.seekg(size > kTail ? size - kTail : 0);
-    std::string const tail((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    return tail.find(kMark) != std::string::npos;
 }
 
 } // namespace

@@ -36,7 +36,7 @@ private:
     /// What is to be said of a playlist besides. Returns whether it or one of its entries has failed.
     bool TellOfEntries();
     /// Of the address under way, or of an entry of its playlist.
-    void Fail(std::string const& text, IHVDownloadTask::FailedEntry const* entry = nullptr);
+    void Fail(HVFailure failure, IHVDownloadTask::FailedEntry const* entry = nullptr);
     /// What is recorded is finished first; the rest ends.
     bool Finish();
     bool Ending() const { return finishing_ || session_.Ending(); }
@@ -117,7 +117,7 @@ void GetCommand::AnalyseNext() {
         auto const error = analysis_->Start(URL(), request_);
         if (error->Succeed())
             return;
-        Fail(FailureText(*error, request_));
+        Fail(FailureOf(*error, request_));
     }
     display_.SetActivity({});
     allAnalysed_ = true;
@@ -131,16 +131,19 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     int const entry = item->GetEntryIndexOfPlayList() + 1;
     if (entry > 0 && !ranges_.Contains(entry))
         return;
+    HVErrorKind kind = HVErrorKindFormatUnavailable;
     std::string fault = ChooseFormat(*item, request_);
     if (fault.empty() && !request_.subtitle.empty())
         fault = ChooseSubtitles(*item, request_);
     // Without ffmpeg the tool fetches both parts and then calls it a success.
-    if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat())
+    if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat()) {
+        kind = HVErrorKindFfmpegMissing;
         fault = FfmpegFault(request_);
+    }
     if (fault.empty())
         downloads_.Add(item);
     else
-        Fail(item->GetFileName() + ": " + fault);
+        Fail({item->GetFileName() + ": " + fault, kind});
 }
 
 void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
@@ -158,7 +161,7 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
         if (isPlayList_)
             TellOfEntries();
     } else if (!TellOfEntries()) { // of a playlist, the task's own error is that of the last entry
-        Fail(FailureText(*error, request_));
+        Fail(FailureOf(*error, request_));
     }
     AnalyseNext();
 }
@@ -167,7 +170,7 @@ void GetCommand::EntryFailed(IHVDownloadTask::FailedEntry const& entry) {
     if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number)))
         return;
     ++failedEntries_;
-    Fail(FailureText(*entry.error, request_), &entry);
+    Fail(FailureOf(*entry.error, request_), &entry);
 }
 
 bool GetCommand::TellOfEntries() {
@@ -176,32 +179,36 @@ bool GetCommand::TellOfEntries() {
     int const count = analysis_->ListedCount() > 0 ? analysis_->ListedCount() : analysis_->EntryCount();
     int const beyond = count > 0 ? ranges_.FirstBeyond(count) : 0;
     if (beyond > 0)
-        Fail("there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count));
+        Fail({"there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count)});
     return failedEntries_ > 0 || beyond > 0;
 }
 
-void GetCommand::Fail(std::string const& text, IHVDownloadTask::FailedEntry const* entry) {
+void GetCommand::Fail(HVFailure failure, IHVDownloadTask::FailedEntry const* entry) {
     failed_ = true;
-    std::string const message = session_.WithLoggedErrors(text);
+    failure.message = session_.WithLoggedErrors(failure.message);
     if (request_.json) {
-        std::vector<HVJsonField> fields{{"url", URL()}, {"message", message}};
+        std::vector<HVJsonField> fields = failure.Fields();
+        fields.insert(fields.begin(), {"url", URL()});
         if (entry != nullptr) {
             fields.emplace_back("item", entry->number);
             fields.emplace_back("item_url", entry->url);
         }
         session_.Console().Out(EventLine("failed", fields));
     }
-    session_.Console().Error(URL() + ": " + (entry != nullptr ? EntryName(*entry) + ": " : "") + message);
+    session_.Console().Error(URL() + ": " + (entry != nullptr ? EntryName(*entry) + ": " : "") +
+                             failure.Line());
 }
 
 } // namespace
 
 int RunGet(HVSession& session, HVRequest& request) {
-    std::string fault = SetUpTools(request);
-    if (fault.empty())
-        fault = MakeFolder(request.folder, HVFolderUse::Files);
-    if (!fault.empty()) {
-        session.Console().Error(fault);
+    HVFailure failure{SetUpTools(request), HVErrorKindToolMissing};
+    if (failure.message.empty())
+        failure = {MakeFolder(request.folder, HVFolderUse::Files), HVErrorKindNoPermission};
+    if (!failure.message.empty()) {
+        if (request.json)
+            session.Console().Out(EventLine("failed", failure.Fields()));
+        session.Console().Error(failure.message); // it tells the remedy itself
         return HVExitFailed;
     }
     // An analysis and a download at least.

@@ -38,11 +38,13 @@ private:
     void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
     void Done(std::shared_ptr<IHVError const> const& error);
     std::string Beginning() const { return "Analysing " + request_.urls.front(); }
-    void Tell(std::string const& failure) {
-        session_.Console().Error(request_.urls.front() + ": " + session_.WithLoggedErrors(failure));
+    void Tell(std::string const& front, IHVError const& error) {
+        HVFailure failure = FailureOf(error, request_);
+        failure.message = session_.WithLoggedErrors(failure.message);
+        session_.Console().Error(request_.urls.front() + ": " + front + failure.Line());
     }
     void Fail(IHVError const& error) {
-        Tell(FailureText(error, request_));
+        Tell({}, error);
         status_ = HVExitFailed;
     }
 
@@ -70,7 +72,7 @@ int InfoCommand::Run() {
             [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
             [this](IHVDownloadTask::FailedEntry const& entry) {
                 if (!session_.Ending())
-                    Tell(EntryName(entry) + ": " + FailureText(*entry.error, request_));
+                    Tell(EntryName(entry) + ": ", *entry.error);
             },
             [this](std::shared_ptr<IHVError const> error) { Done(error); },
             [this](std::shared_ptr<IHVPlayList const> playList, std::vector<HVListEntry> const& entries) {

@@ -282,6 +282,10 @@ std::string EventLine(char const* name, std::vector<HVJsonField> const& fields) 
                     writer.Int64(content);
                 else if constexpr (std::is_same_v<Content, std::vector<std::string>>)
                     Texts(writer, content);
+                else if constexpr (std::is_same_v<Content, std::uint64_t>)
+                    writer.Uint64(content);
+                else if constexpr (std::is_same_v<Content, bool>)
+                    writer.Bool(content);
                 else
                     Rounded(writer, content);
             },

@@ -51,14 +51,44 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     queue_->StartDownload({id});
 }
 
+namespace {
+
+void AddProgress(std::vector<HVJsonField>& fields, HVDownloadProgress const& record) {
+    fields.insert(fields.end(), {{"phase", DownloadPhaseName(record.phase)},
+                                 {"fraction", record.fraction},
+                                 {"part", record.part},
+                                 {"parts", record.parts},
+                                 {"part_bytes", record.partBytes},
+                                 {"part_total", record.partTotal},
+                                 {"bytes", record.bytes},
+                                 {"total", record.total},
+                                 {"estimated", record.estimated},
+                                 {"bytes_per_second", record.bytesPerSecond}});
+    if (record.secondsLeft >= 0)
+        fields.emplace_back("seconds_left", record.secondsLeft);
+    if (record.fragmentCount > 0) {
+        fields.emplace_back("fragments", record.fragments);
+        fields.emplace_back("fragment_count", record.fragmentCount);
+    }
+    if (record.live)
+        fields.emplace_back("recorded_seconds", record.recordedSeconds);
+}
+
+} // namespace
+
 void HVDownloads::Listen(IHVDownloadController& controller, int row) {
     // The functions live in the controller and run on the library's threads.
     controller.SetDownloadStartFunc(
         [this, row, main = session_.Queue()] { main->Post([this, row] { Started(row); }); });
     controller.SetDownloadProgressFunc(
         [this, row, main = session_.Queue(), from = &controller](float percent) {
-            main->Post([this, row, percent, text = from->ProgressText()] { Progressed(row, percent, text); });
+            main->Post([this, row, percent, text = from->ProgressText(), record = from->GetProgress()] {
+                Progressed(row, percent, text, record);
+            });
         });
+    controller.SetProgressFunc([this, row, main = session_.Queue()](HVDownloadProgress const& record) {
+        main->Post([this, row, record] { Recorded(row, record); });
+    });
     controller.SetDownloadCompleteFunc(
         [this, row, main = session_.Queue()](std::shared_ptr<IHVError const> error) {
             main->Post([this, row, error = std::move(error)] { Completed(row, error); });
@@ -77,11 +107,35 @@ void HVDownloads::Started(int row) {
     display_.Begin(row, started.title, started.live);
 }
 
-void HVDownloads::Progressed(int row, float percent, std::string const& text) {
-    if (request_.json)
-        session_.Console().Out(EventLine(
-            "progress", {{"id", row + 1}, {"percent", static_cast<double>(percent)}, {"text", text}}));
-    display_.Update(row, percent, text);
+void HVDownloads::Progressed(int row, float percent, std::string const& text,
+                             HVDownloadProgress const& record) {
+    Row& progressed = rows_[static_cast<std::size_t>(row)];
+    progressed.percent = percent;
+    progressed.text = text;
+    TellProgress(row, record);
+}
+
+void HVDownloads::Recorded(int row, HVDownloadProgress const& record) {
+    // A percentage of the same moment has been told with the same numbers.
+    HVDownloadProgress const& told = rows_[static_cast<std::size_t>(row)].record;
+    bool const news = record.phase != told.phase || record.bytes != told.bytes ||
+                      record.recordedSeconds > told.recordedSeconds || record.fraction > told.fraction;
+    if (news && record.phase != HVDownloadPhaseWaiting)
+        TellProgress(row, record);
+}
+
+void HVDownloads::TellProgress(int row, HVDownloadProgress const& record) {
+    Row& told = rows_[static_cast<std::size_t>(row)];
+    if (told.over)
+        return;
+    told.record = record;
+    if (request_.json) {
+        std::vector<HVJsonField> fields{
+            {"id", row + 1}, {"percent", static_cast<double>(told.percent)}, {"text", told.text}};
+        AddProgress(fields, record);
+        session_.Console().Out(EventLine("progress", fields));
+    }
+    display_.Update(row, told.percent, told.text, record);
 }
 
 void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& error) {
@@ -99,11 +153,14 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
         return;
     }
     failed_ = true;
-    std::string const fault = session_.WithLoggedErrors(FailureText(*error, request_));
-    if (request_.json)
-        session_.Console().Out(
-            EventLine("failed", {{"id", row + 1}, {"url", completed.url}, {"message", fault}}));
-    session_.Console().Error(completed.title + ": " + fault);
+    HVFailure failure = FailureOf(*error, request_);
+    failure.message = session_.WithLoggedErrors(failure.message);
+    if (request_.json) {
+        std::vector<HVJsonField> fields = failure.Fields();
+        fields.insert(fields.begin(), {{"id", row + 1}, {"url", completed.url}});
+        session_.Console().Out(EventLine("failed", fields));
+    }
+    session_.Console().Error(completed.title + ": " + failure.Line());
 }
 
 void HVDownloads::Finished(Row const& row, int id) {
@@ -216,6 +273,8 @@ void HVDownloads::Tick() {
     }
     int const waiting = queue_->CountOfPendingControllers();
     display_.SetWaiting(waiting);
+    if (rows_.size() > 1)
+        display_.SetTotal(queue_->GetProgress());
     CollectFailedStarts();
     if (waiting > 0 && !queue_->AnyControllerIsDownloading())
         queue_->StartAll();

@@ -42,6 +42,9 @@ private:
         std::string url;
         std::string format;
         std::vector<std::string> subtitles; ///< languages
+        float percent = 0;
+        std::string text;          ///< the tool's, on speed and time
+        HVDownloadProgress record; ///< the latest that was told
         bool started = false;
         bool over = false;
         bool live = false;      ///< recorded until it is finished
@@ -52,7 +55,9 @@ private:
 
     void Listen(IHVDownloadController& controller, int row);
     void Started(int row);
-    void Progressed(int row, float percent, std::string const& text);
+    void Progressed(int row, float percent, std::string const& text, HVDownloadProgress const& record);
+    void Recorded(int row, HVDownloadProgress const& record);
+    void TellProgress(int row, HVDownloadProgress const& record);
     void Completed(int row, std::shared_ptr<IHVError const> const& error);
     void Finished(Row const& row, int id);
     void EndRow(Row& row, int id);

@@ -1,9 +1,12 @@
 #include "HVProgressDisplay.h"
 
+#include "HVItemText.h"
+
 #include <Reelhaul/HVDisplayText.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -32,6 +35,33 @@ std::string Bar(float percent, std::size_t cells) {
     return "[" + std::string(full, '#') + std::string(cells - full, '-') + "] ";
 }
 
+std::string Clock(double seconds) {
+    constexpr long kMinute = 60;
+    auto const whole = std::lround(seconds);
+    std::string const rest = std::to_string(whole % kMinute);
+    return std::to_string(whole / kMinute) + (rest.size() < 2 ? ":0" : ":") + rest;
+}
+
+/// Rate and time first: on a narrow terminal the rest goes.
+std::string Amounts(std::uint64_t bytes, std::uint64_t total, double rate, double seconds) {
+    std::string text;
+    if (rate > 0)
+        text = SizeText(static_cast<std::uint64_t>(rate)) + "/s ";
+    if (seconds >= 0)
+        text += Clock(seconds) + " ";
+    return text + SizeText(bytes) + (total > 0 ? " of " + SizeText(total) : "");
+}
+
+std::string Words(HVDownloadProgress const& record) {
+    std::string const phase = DownloadPhaseName(record.phase);
+    if (record.live)
+        return Amounts(record.bytes, 0, record.bytesPerSecond, -1) + " in " + Clock(record.recordedSeconds);
+    if (record.phase < HVDownloadPhaseMedia || record.phase > HVDownloadPhaseAudio)
+        return phase;
+    return Amounts(record.partBytes, record.partTotal, record.bytesPerSecond, record.secondsLeft) +
+           (record.phase == HVDownloadPhaseMedia ? "" : " " + phase);
+}
+
 } // namespace
 
 HVProgressDisplay::HVProgressDisplay(HVConsole& console) : console_(console) {}
@@ -52,12 +82,14 @@ void HVProgressDisplay::Begin(int id, std::string const& name, bool recording) {
         console_.Note("Downloading " + download.name);
 }
 
-void HVProgressDisplay::Update(int id, float percent, std::string const& text) {
+void HVProgressDisplay::Update(int id, float percent, std::string const& text,
+                               HVDownloadProgress const& record) {
     auto const found = downloads_.find(id);
     if (found == downloads_.end())
         return;
     Download& download = found->second;
     download.percent = std::clamp(percent, 0.0F, kAll);
+    download.record = record;
     download.text = PlainLine(text);
     download.text.erase(download.text.find_last_not_of(' ') + 1);
     int const tenths = static_cast<int>(download.percent / 10);
@@ -93,9 +125,10 @@ void HVProgressDisplay::Refresh() {
     for (auto const& [id, download] : downloads_)
         if (lines.size() < room)
             lines.push_back(Line(download));
-    if (hidden > 0 || waiting_ > 0)
+    if (downloads_.size() > 1 || waiting_ > 0)
         lines.push_back((hidden > 0 ? std::to_string(hidden) + " more running, " : std::string()) +
-                        std::to_string(waiting_) + " waiting");
+                        std::to_string(waiting_) + " waiting; all: " +
+                        Amounts(total_.bytes, total_.total, total_.bytesPerSecond, total_.secondsLeft));
     if (!activity_.empty())
         lines.push_back(activity_);
     console_.ShowLive(std::move(lines));
@@ -108,20 +141,20 @@ std::string HVProgressDisplay::Line(Download const& download) const {
         std::size_t const name = columns > used + kShortestName ? columns - used : kShortestName;
         return CutToWidth(FitToWidth(download.name, name) + "  " + download.text, columns);
     }
-    // At the end the tool merges and says nothing: its last words on the time would be untrue.
-    std::string const text = download.percent >= kAll ? "finishing" : download.text;
+    std::string const text = Words(download.record);
+    float const percent = static_cast<float>(download.record.fraction) * kAll;
     // As a terminal gets narrower, first the bar shrinks and goes, then the text, and the name; never the
     // percentage.
     std::string bar;
     if (constexpr std::size_t kRest = kShortestName + kGap + 3 + kPercentRoom + kGap + kTextRoom;
         columns >= kRest + kFewestCells)
-        bar = Bar(download.percent, std::min(columns - kRest, kMostCells));
+        bar = Bar(percent, std::min(columns - kRest, kMostCells));
     std::size_t name = kShortestName;
     if (std::size_t const rest = kGap + bar.size() + kPercentRoom + kGap + kTextRoom; columns > rest + name)
         name = columns - rest;
     else if (columns < kShortestName + kGap + kPercentRoom)
         name = columns > kGap + kPercentRoom ? columns - kGap - kPercentRoom : 0;
-    std::string line = FitToWidth(download.name, name) + "  " + bar + Percent(download.percent);
+    std::string line = FitToWidth(download.name, name) + "  " + bar + Percent(percent);
     constexpr std::size_t kShortestText = 4;
     if (std::size_t const used = DisplayWidth(line) + kGap; columns >= used + kShortestText)
         line += "  " + CutToWidth(text, columns - used);

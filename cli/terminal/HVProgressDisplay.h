@@ -4,6 +4,8 @@
 
 #include "HVConsole.h"
 
+#include <Reelhaul/HVDownloadProgress.h>
+
 #include <map>
 #include <string>
 
@@ -17,13 +19,15 @@ public:
     void SetActivity(std::string const& text);
     /// A download runs, or a recording; `id` names it in the calls below.
     void Begin(int id, std::string const& name, bool recording);
-    /// `percent` is 0 to 100, `text` what the tool says about speed and time.
-    void Update(int id, float percent, std::string const& text);
+    /// `percent` is 0 to 100, `text` what the tool says about speed and time; the record is for live lines.
+    void Update(int id, float percent, std::string const& text, HVDownloadProgress const& record);
     /// The same for a recording, which has no end of its own: how long it is, and what is to be said.
     void UpdateRecording(int id, int seconds, std::string const& text);
     void End(int id);
     /// Number of downloads that wait for a place.
     void SetWaiting(int count) { waiting_ = count; }
+    /// What all of them come to.
+    void SetTotal(HVQueueProgress const& total) { total_ = total; }
     /// Brings the live lines up to date.
     void Refresh();
 
@@ -32,6 +36,7 @@ private:
         std::string name;
         float percent = 0;
         std::string text;
+        HVDownloadProgress record;
         int told = 0; ///< tenths, or minutes, that plain lines have told of
         bool recording = false;
     };
@@ -41,6 +46,7 @@ private:
     HVConsole& console_;
     std::string activity_;
     std::map<int, Download> downloads_;
+    HVQueueProgress total_;
     int waiting_ = 0;
 };
 

@@ -1,8 +1,6 @@
 #include "HVDisplayText.h"
+#include "HVFaultText.h"
 #include "HVMaskedArguments.h"
-
-#include <string_view>
-#include <vector>
 
 namespace Halvorn {
 
@@ -37,7 +35,9 @@ void DropTail(std::string_view& line) {
             line = Trimmed(line.substr(0, at));
 }
 
-std::vector<std::string_view> Lines(std::string_view text) {
+} // namespace
+
+std::vector<std::string_view> TextLines(std::string_view text) {
     std::vector<std::string_view> lines;
     while (!text.empty()) {
         auto const end = text.find('\n');
@@ -48,11 +48,13 @@ std::vector<std::string_view> Lines(std::string_view text) {
     return lines;
 }
 
+namespace {
+
 /// The lines that tell the fault, without their marks; all lines where none is marked as one.
 std::vector<std::string_view> FaultLines(std::string_view text) {
     std::vector<std::string_view> faults;
     std::vector<std::string_view> others;
-    for (std::string_view line : Lines(text)) {
+    for (std::string_view line : TextLines(text)) {
         if (auto const usage = line.find(": error: "); usage != std::string_view::npos)
             line.remove_prefix(usage + 2);
         bool const fault = TakeFront(line, "ERROR:") || TakeFront(line, "error:");

@@ -16,6 +16,7 @@
 /// Ownership: shared pointers; the queue holds its controllers. When the last pointer to a controller goes
 /// while its download runs, the download goes on and nobody is told.
 
+#include "HVDownloadProgress.h"
 #include "IHVDownloadTaskDelegate.h"
 
 #include <cstdint>
@@ -134,6 +135,13 @@ public:
     /// Called once at the end of each run with its result, after the queue has started the next one and after
     /// the file stands in its place. A run that was replaced by a new start is not reported.
     virtual void SetDownloadCompleteFunc(std::function<void(std::shared_ptr<IHVError const>)> function) = 0;
+
+    /// The function gets the progress in numbers, phase by phase: at most so many calls a second (all of them
+    /// for 0), but the last record of each phase always, also the one in which the file is in its place. On
+    /// the thread that delivers the tool's output, and on the worker. An empty function takes it away.
+    void SetProgressFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond = 10);
+    /// The latest record of the current run, also where no function is set.
+    HVDownloadProgress GetProgress() const;
 
     /// Cancels whatever is to come, and returns at once: a controller that is Pending becomes Idle, and hears
     /// no end; a running download is asked to end, as by StopDownload. Nothing happens in other states.

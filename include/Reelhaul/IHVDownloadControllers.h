@@ -105,6 +105,9 @@ public:
     /// application. At the end of a program call StopAll first.
     int WaitFinish(unsigned int milliseconds) const;
 
+    /// The sum over all rows, and how many rows are in which state. Walks the list; rows go on meanwhile.
+    HVQueueProgress GetProgress() const;
+
     /// Whether the controller is in the list.
     bool ExistController(std::shared_ptr<IHVDownloadController const> controller) const;
     /// Rows of the selected controllers, ascending.

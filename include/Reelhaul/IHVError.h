@@ -6,6 +6,7 @@
 /// Ownership: held by shared pointers, as `shared_ptr<IHVError const>`.
 
 #include "HVConstants.h"
+#include "HVErrorKind.h"
 #include "HVExport.h"
 
 #include <cstdarg>
@@ -68,6 +69,15 @@ public:
 
     /// The message as one plain line for a person, safe for a terminal: see PlainFault. Never empty.
     std::string GetPlainMessage() const;
+    /// What kind of failure it is: from what the tool's own exception was, where that is known, else from the
+    /// words of the message. HVErrorKindOther where neither tells.
+    HVErrorKind GetKind() const;
+    /// Whether the same may succeed when it is tried again, after a while, with nothing changed.
+    bool CanRetry() const;
+    /// Seconds that the site asks to wait before the next try; 0 where it does not say.
+    int GetRetryDelay() const;
+    /// What the user can do about it, in one sentence; empty where nothing is known to help.
+    std::string GetRemedy() const;
 
 protected:
     ~IHVError() = default;

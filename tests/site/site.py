@@ -14,6 +14,7 @@ import io
 import json
 import mimetypes
 import os
+import re
 import signal
 import socketserver
 import ssl
@@ -44,6 +45,8 @@ class Server(ThreadingHTTPServer):
         self.started = time.monotonic()
         self.log = log
         self.lock = threading.Lock()
+        self.media_sent = 0  # bytes of files, but for lists of fragments
+        self.cut_already = set()
 
     def server_bind(self):
         socketserver.TCPServer.server_bind(self)  # the base class asks the name service here
@@ -93,15 +96,23 @@ class Handler(BaseHTTPRequestHandler):
     def write_body(self, file):
         """Sends a body with the throttle and the cut that the query asks for."""
         rate, cut = (int(self.query.get(key, 0)) for key in ("rate", "cut"))
+        once = int(self.query.get("cutonce", 0))
+        if once:
+            with self.server.lock:
+                cut = 0 if self.path in self.server.cut_already else once
+                self.server.cut_already.add(self.path)
+        counted = self.path.startswith(("/media/", "/direct/")) and ".m3u8" not in self.path
         begin = time.monotonic()
         while part := file.read(max(1, min(CHUNK, rate // 10)) if rate else CHUNK):
             if cut and self.sent + len(part) > cut:
-                self.wfile.write(part[:cut - self.sent])
-                self.sent = cut
+                part = part[:cut - self.sent]
                 self.close_connection = True
-                return
+            with self.server.lock:
+                self.server.media_sent += len(part) * counted
             self.wfile.write(part)
             self.sent += len(part)
+            if cut and self.sent == cut:
+                return
             if rate:
                 time.sleep(max(0.0, begin + self.sent / rate - time.monotonic()))
 
@@ -109,7 +120,14 @@ class Handler(BaseHTTPRequestHandler):
         self.status = status
         self.send_response(status)
         self.send_header("Content-Type", content_type)
-        self.send_header("Content-Length", str(length))
+        if self.query.get("length") == "none":
+            self.close_connection = True
+        else:
+            self.send_header("Content-Length", str(length))
+        if status == 206:
+            self.send_header("Content-Range", self.range)
+        if "wait" in self.query:
+            self.send_header("Retry-After", self.query["wait"])
         if "set" in self.query:
             self.send_header("Set-Cookie", f"{self.query['set']}; Path=/; Max-Age=86400")
         self.end_headers()
@@ -118,6 +136,18 @@ class Handler(BaseHTTPRequestHandler):
         self.head(status, length, content_type)
         if self.command != "HEAD":
             self.write_body(file)
+
+    def file(self, file, size, content_type):
+        """A file, from where the client asks for it; from its begin with "ranges=no"."""
+        wanted = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
+        if not wanted or self.query.get("ranges") == "no":
+            return self.body(file, size, content_type)
+        begin, end = int(wanted[1]), int(wanted[2] or size - 1)
+        if begin >= size:
+            return self.text("nothing there\n", status=416)
+        self.range = f"bytes {begin}-{min(end, size - 1)}/{size}"
+        length = min(end, size - 1) - begin + 1
+        return self.body(io.BytesIO(os.pread(file.fileno(), length, begin)), length, content_type, 206)
 
     def text(self, text, content_type="text/plain; charset=utf-8", status=200):
         data = text.encode()
@@ -138,11 +168,13 @@ class Handler(BaseHTTPRequestHandler):
             self.text(pages.HTML[name](site), "text/html")
         elif room == "caption" and (text := pages.caption(*name.partition(".")[::2])):
             self.text(text)
+        elif path == "sent":
+            self.text(str(self.server.media_sent))
         elif room == "media" and name.endswith(".m3u8"):
             self.m3u8(name)
         elif room in ("media", "direct") and (path := site.folder / name).is_file() and ".." not in name:
             with open(path, "rb") as file:
-                self.body(file, path.stat().st_size, mimetypes.guess_type(path.name)[0] or "application/octet-stream")
+                self.file(file, path.stat().st_size, mimetypes.guess_type(path.name)[0] or "application/octet-stream")
         else:
             self.text("nothing here\n", status=404)
 

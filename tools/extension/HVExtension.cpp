@@ -11,7 +11,7 @@ namespace {
 /// Where the tool looks for plugins in each folder that it is told of.
 constexpr char kPlugins[] = "yt_dlp_plugins/extractor";
 
-int Write(std::string const& path, char const* text) {
+int Write(std::string const& path, std::string const& text) {
     if (IHVFileProvider::PathFileExist(path))
         return 0;
     HVAtomicFile file(path);

@@ -9,6 +9,8 @@ namespace Halvorn {
 
 /// tools/extension/reelhaul_cookies.py
 extern char const HVCookiesGuardText[];
+/// tools/extension/reelhaul_report.py, with a place for the mark
+extern char const HVToolReportText[];
 /// tools/extension/reelhaul_warm.py, and what it imports
 extern char const HVWarmToolText[];
 extern char const HVWarmToolLinkText[];
@@ -17,7 +19,7 @@ extern char const HVWarmToolRunText[];
 
 struct HVExtensionFile {
     char const* name;
-    char const* text;
+    std::string text;
 };
 
 /// Writes the files where the tool finds them as a plugin's: `place` is the folder that it is told of, in the

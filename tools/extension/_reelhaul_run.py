@@ -16,16 +16,16 @@ from yt_dlp_plugins.extractor import _reelhaul_link as link
 from yt_dlp_plugins.extractor import _reelhaul_load as load
 
 PER_RUN = (b"PATH", b"PYTHONPATH")  # the variables that a run may have otherwise than the resident
-GUARD = ("yt_dlp_plugins", "extractor", "reelhaul_cookies")
+PLACE = ("yt_dlp_plugins", "extractor")
 
 
 def live(start, status, environment, own_arguments):
     """The fork's life. Does not return."""
     code = 1
     try:
-        request, guard = become(start, status, environment)
+        request, extension = become(start, status, environment)
         begin(request.arguments, own_arguments)
-        yt_dlp._load_all_plugins = plugin_loader(request.arguments, guard)
+        yt_dlp._load_all_plugins = plugin_loader(request.arguments, extension)
         code = finish(work(yt_dlp.main))
         link.say(status, f"code {code}")
     except link.Changed as what:
@@ -37,11 +37,11 @@ def live(start, status, environment, own_arguments):
 
 
 def become(start, status, environment):
-    """Takes over the request, up to the library's word that the run may begin; the folder of the cookies guard as well."""
+    """Takes over the request, up to the library's word that the run may begin; the folder of the run's extension as well."""
     os.setsid()
     fields, streams = link.receive(start)
     request = link.read(link.Request, fields)
-    guard = take_variables(link.variables(request.environment), environment)
+    extension = take_variables(link.variables(request.environment), environment)
     null = os.open(os.devnull, os.O_RDONLY)
     for number, target in ((null, 0), *zip(streams, (1, 2), strict=True)):
         os.dup2(number, target)
@@ -52,25 +52,25 @@ def become(start, status, environment):
     if start.recv(1) != b"g":
         os._exit(0)
     start.close()
-    return request, guard
+    return request, extension
 
 
 def take_variables(wanted, own):
-    """Gives the fork the variables of its own; the folder of the cookies guard, where the run has it in front of PYTHONPATH."""
+    """Gives the fork the variables of its own; the folder of its extension, where the run has it in front of PYTHONPATH."""
     def others(environment):
         return {name: value for name, value in environment.items() if name not in PER_RUN}
 
     modules, mine = wanted.get(b"PYTHONPATH", b""), own.get(b"PYTHONPATH", b"")
-    guard = modules.removesuffix(mine).removesuffix(b":")
+    extension = modules.removesuffix(mine).removesuffix(b":")
     # The rest was read at the start of the resident, and what came of it is in its memory.
-    if others(wanted) != others(own) or modules not in (mine, b":".join(filter(None, (guard, mine)))):
+    if others(wanted) != others(own) or modules not in (mine, b":".join(filter(None, (extension, mine)))):
         raise link.Changed("the environment")
     for name in PER_RUN:
         if name in wanted:
             os.environb[name] = wanted[name]
         else:
             os.environb.pop(name, None)
-    return os.fsdecode(guard)
+    return os.fsdecode(extension)
 
 
 def begin(arguments, own_arguments):
@@ -97,24 +97,27 @@ def recognise_programs():
                 cache[name] = cache[path]
 
 
-def plugin_loader(arguments, guard):
-    """What the tool calls to load plugins: they are there, but for the guard."""
+def plugin_loader(arguments, extension):
+    """What the tool calls to load plugins: they are there, but for the run's own."""
     def load_plugins():
         if shared.plugin_dirs.value != ["default"]:
             # The user's configuration wants others: this run is better off as a new process.
             os.execve(arguments[0], arguments, os.environb)
-        if guard and not hasattr(sys, "frozen"):
-            load_guard(guard)
+        if extension and not hasattr(sys, "frozen"):
+            load_extension(extension)
 
     return load_plugins
 
 
-def load_guard(folder):
+def load_extension(folder):
     """Loads it where a run of its own would have found it, behind the program itself."""
-    spec = importlib.util.spec_from_file_location(".".join(GUARD), os.path.join(folder, *GUARD) + ".py")
     sys.path.insert(1, folder)
-    sys.modules[spec.name] = module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    place = os.path.join(folder, *PLACE)
+    for file in sorted(os.listdir(place)):
+        if file.startswith("reelhaul_") and file.endswith(".py"):
+            spec = importlib.util.spec_from_file_location(".".join((*PLACE, file[:-3])), os.path.join(place, file))
+            sys.modules[spec.name] = module = importlib.util.module_from_spec(spec)
+            spec.loader.exec_module(module)
 
 
 def work(main):
