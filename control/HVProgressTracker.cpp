@@ -234,7 +234,6 @@ bool HVProgressTracker::TakeLine(std::string const& line) {
         return false;
     now_.part = std::max(passes_, 1);
     Part& part = At(now_.part - 1);
-    now_.parts = static_cast<int>(parts_.size());
     now_.phase = part.phase;
     auto const of = rest.find(" of ");
     part.total = of == std::string::npos ? 0 : Bytes(rest.substr(rest.find_first_not_of("~ ", of + 4)));

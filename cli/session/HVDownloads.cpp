@@ -118,9 +118,11 @@ void HVDownloads::Progressed(int row, float percent, std::string const& text,
 void HVDownloads::Recorded(int row, HVDownloadProgress const& record) {
     // A percentage of the same moment has been told with the same numbers.
     HVDownloadProgress const& told = rows_[static_cast<std::size_t>(row)].record;
-    bool const news = record.phase != told.phase || record.bytes != told.bytes ||
-                      record.recordedSeconds > told.recordedSeconds || record.fraction > told.fraction;
-    if (news && record.phase != HVDownloadPhaseWaiting)
+    // What a tool without reports says comes with its percentages; it never tells how many parts there are.
+    bool const news = record.parts > 0 &&
+                      (record.phase != told.phase || record.bytes != told.bytes ||
+                       record.recordedSeconds > told.recordedSeconds || record.fraction > told.fraction);
+    if (news)
         TellProgress(row, record);
 }
 

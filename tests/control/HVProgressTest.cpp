@@ -50,18 +50,20 @@ TEST(HVProgressTracker, WeighsThePartsByTheirSizesAndNeverFalls) {
     EXPECT_DOUBLE_EQ(last.secondsLeft, 2);
     // Odd numbers of a broken tool harm nothing.
     Fractions(1,
-              {R"({"record":"bytes","part":-7,"bytes":1e300,"total":-3})", R"({"record":"bytes","part":2000000000})",
-               R"({"record":"step","fraction":1e300})", "[download] ..% of ...MiB at . ETA 1", "[download] 1% of ~ at ETA"},
+              {R"({"record":"bytes","part":-7,"bytes":1e300,"total":-3})",
+               R"({"record":"bytes","part":2000000000})", R"({"record":"step","fraction":1e300})",
+               "[download] ..% of ...MiB at . ETA 1", "[download] 1% of ~ at ETA"},
               last);
     EXPECT_LT(last.fraction, 1);
 }
 
 TEST(HVProgressTracker, ReadsTheLinesOfAToolThatReportsNothing) {
     HVDownloadProgress last;
-    auto const fractions = Fractions(2,
-                                     {"[download] Destination: a\n", "\r[download]  50.0% of    8.00MiB at 1.00MiB/s ETA 00:04",
-                                      "[download] Destination: b\n", "\r[download]  25.0% of ~ 1.00KiB at 512.00B/s ETA 00:01"},
-                                     last);
+    auto const fractions =
+        Fractions(2,
+                  {"[download] Destination: a\n", "\r[download]  50.0% of    8.00MiB at 1.00MiB/s ETA 00:04",
+                   "[download] Destination: b\n", "\r[download]  25.0% of ~ 1.00KiB at 512.00B/s ETA 00:01"},
+                  last);
     EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
     EXPECT_EQ(last.part, 2);
     EXPECT_EQ(last.partBytes, 256U);
