@@ -24,9 +24,8 @@ std::string PlayListDocument(IHVPlayList const& playList,
 std::string EntryDocument(HVListEntry const& entry);
 
 /// One line: {"event": name, ...fields}.
-using HVJsonField =
-    std::pair<char const*, std::variant<std::string, int, std::int64_t, double, bool, std::uint64_t,
-                                        std::vector<std::string>>>;
+using HVJsonField = std::pair<char const*, std::variant<std::string, int, std::int64_t, double, bool,
+                                                        std::uint64_t, std::vector<std::string>>>;
 std::string EventLine(char const* name, std::vector<HVJsonField> const& fields);
 
 } // namespace Halvorn

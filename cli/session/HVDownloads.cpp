@@ -70,8 +70,6 @@ void AddProgress(std::vector<HVJsonField>& fields, HVDownloadProgress const& rec
         fields.emplace_back("fragments", record.fragments);
         fields.emplace_back("fragment_count", record.fragmentCount);
     }
-    if (record.live)
-        fields.emplace_back("recorded_seconds", record.recordedSeconds);
 }
 
 } // namespace
@@ -119,9 +117,9 @@ void HVDownloads::Recorded(int row, HVDownloadProgress const& record) {
     // A percentage of the same moment has been told with the same numbers.
     HVDownloadProgress const& told = rows_[static_cast<std::size_t>(row)].record;
     // What a tool without reports says comes with its percentages; it never tells how many parts there are.
-    bool const news = record.parts > 0 &&
-                      (record.phase != told.phase || record.bytes != told.bytes ||
-                       record.recordedSeconds > told.recordedSeconds || record.fraction > told.fraction);
+    bool const news =
+        record.parts > 0 && !record.live &&
+        (record.phase != told.phase || record.bytes != told.bytes || record.fraction > told.fraction);
     if (news)
         TellProgress(row, record);
 }

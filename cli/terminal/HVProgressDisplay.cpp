@@ -54,8 +54,6 @@ std::string Amounts(std::uint64_t bytes, std::uint64_t total, double rate, doubl
 
 std::string Words(HVDownloadProgress const& record) {
     std::string const phase = DownloadPhaseName(record.phase);
-    if (record.live)
-        return Amounts(record.bytes, 0, record.bytesPerSecond, -1) + " in " + Clock(record.recordedSeconds);
     if (record.phase < HVDownloadPhaseMedia || record.phase > HVDownloadPhaseAudio)
         return phase;
     return Amounts(record.partBytes, record.partTotal, record.bytesPerSecond, record.secondsLeft) +
