@@ -63,12 +63,17 @@ class KillTest(DisasterTest):
 
 
 class SmallDiskTest(DisasterTest):
+    OWN_MOUNTS = ["unshare", "-m", *([] if os.geteuid() == 0 else ["-r"])]
+
     def run_on_small_disk(self, folder, kibibytes, *command, fill=""):
         """Runs a command while the folder is a file system of its own; then prints what is there."""
         script = f'mount -t tmpfs -o size={kibibytes}k none "$1"; at=$1; shift\n{fill}\n"$@"; status=$?\n' \
                  'find "$at" -type f -exec echo left {} +; exit $status'
-        own = [] if os.geteuid() == 0 else ["-r"]
-        return subprocess.run(["unshare", "-m", *own, "sh", "-c", script, "sh", folder, *command], env=self.environment,
+        # A chroot or a container may not have mounts of its own.
+        refusal = subprocess.run([*self.OWN_MOUNTS, "true"], text=True, capture_output=True).stderr
+        if refusal:
+            self.skipTest(f"no small disk can be mounted here: {refusal.strip()}")
+        return subprocess.run([*self.OWN_MOUNTS, "sh", "-c", script, "sh", folder, *command], env=self.environment,
                               text=True, capture_output=True, timeout=120)
 
     def test_no_room_for_the_download_or_its_merge(self):
@@ -101,8 +106,8 @@ class SmallDiskTest(DisasterTest):
         folder = self.folder / "settings-disk"
         folder.mkdir()
         self.environment["REELHAUL_SETTINGS"] = str(folder / "settings.json")
-        run = self.run_on_small_disk(folder, 64, "sh", "-c", f'{COMMAND} tools use built-in; echo $?; cat "{folder}/settings.json"',
-                                     fill='echo mine >"$at/settings.json"; cat /dev/zero >"$at/full" 2>/dev/null')
+        run = self.run_on_small_disk(folder, 64, "sh", "-c", '"$1" tools use built-in; echo $?; cat "$2/settings.json"',
+                                     "sh", COMMAND, folder, fill='echo mine >"$at/settings.json"; cat /dev/zero >"$at/full" 2>/dev/null')
         self.assertEqual(run.stdout.splitlines()[:2], ["1", "mine"])
         self.assertIn("Can't write the settings", run.stderr)
 
@@ -111,10 +116,8 @@ class SmallDiskTest(DisasterTest):
             with self.subTest(what):
                 self.out.mkdir(exist_ok=True)
                 command = self.get_command(self.page("combined?media.rate=150000"))
-                if os.geteuid() == 0:  # who may write everywhere
-                    for path in (self.folder, self.temporary, self.out):
-                        os.chown(path, 65534, 65534)
-                    command = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", *command]
+                if os.geteuid() == 0:  # may write everywhere, unless it gives that up
+                    command = ["setpriv", "--bounding-set=-dac_override", *command]
                 with subprocess.Popen(command, env={**self.environment, "HOME": str(self.folder)}, text=True,
                                       stderr=subprocess.PIPE, stdout=subprocess.PIPE) as process:
                     while process.poll() is None and not list(self.temporary.rglob("*.part")):
