@@ -13,7 +13,7 @@ using namespace Halvorn;
 
 namespace {
 
-struct Listener : IHVDownloadTaskDelegate {
+struct Listener final : IHVDownloadTaskDelegate {
     std::shared_ptr<IHVDownloadItem> item;
     std::string fault;
     void DownloadTaskStarted(std::string, IHVDownloadTask const*) override {}
