@@ -30,7 +30,7 @@ set_target_properties(reelhaul_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
 target_include_directories(reelhaul_objects PUBLIC ${header_folders})
 target_include_directories(reelhaul_objects SYSTEM PRIVATE ${RAPIDJSON_INCLUDE_DIR})
-target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION="${PROJECT_VERSION}")
+target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION_TEXT="${PROJECT_VERSION}")
 # Threads run on while the process ends: no object of the library may be gone by then.
 target_compile_options(reelhaul_objects PRIVATE $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wexit-time-destructors>)
 target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}

@@ -2,13 +2,11 @@
 
 namespace Halvorn {
 
-const std::int32_t HVErrSuccess = 0;
-const std::int32_t HVErrFailure = 1;
-const std::int32_t HVErrTimeout = 2;
-const std::uint32_t HVInfiniteTimeOut = 0xFFFFFFFFU;
-
-const std::int32_t HVErrorCodeSucceed = 0;
-const std::int32_t HVErrorCodeCancelled = 1;
-const std::int32_t HVErrorCodeIO = 5;
+// What takes their addresses makes the compiler emit the constants here, so that the library exports them.
+extern std::int32_t const* const kExportedNumbers[];
+std::int32_t const* const kExportedNumbers[] = {&HVErrSuccess,       &HVErrFailure,         &HVErrTimeout,
+                                                &HVErrorCodeSucceed, &HVErrorCodeCancelled, &HVErrorCodeIO};
+extern std::uint32_t const* const kExportedTimes[];
+std::uint32_t const* const kExportedTimes[] = {&HVInfiniteTimeOut};
 
 } // namespace Halvorn

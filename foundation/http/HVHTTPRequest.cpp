@@ -68,7 +68,7 @@ void SetUp(Answer& answer, HVHTTPAddress const& address, long milliseconds) {
     curl_easy_setopt(easy, CURLOPT_URL, address.url.c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, address.secure ? "https" : "http");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, "Reelhaul/" REELHAUL_VERSION);
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, "Reelhaul/" REELHAUL_VERSION_TEXT);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, kConnectSeconds);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);

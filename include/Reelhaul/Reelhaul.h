@@ -23,6 +23,7 @@
 #include "HVFormatWish.h"
 #include "HVItemDetails.h"
 #include "HVListEntry.h"
+#include "HVVersion.h"
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
 #include "IHVBrowserState.h"
@@ -52,7 +53,7 @@
 #include "IHVProxy.h"
 #include "IHVWarmTool.h"
 
-/// Version of the interface.
+/// Version of the interface, the minor version as hundredths: 1.02 is version 1.2.
 extern "C" HV_EXPORT const double ReelhaulVersionNumber;
 /// Version stamp of the build, a text such as "1.0.0".
 extern "C" HV_EXPORT const unsigned char ReelhaulVersionString[];
