@@ -11,8 +11,8 @@ update=no
 [[ ${1:-} != --update ]] || { update=yes && shift; }
 accepted=$(dirname "${BASH_SOURCE[0]}")/../cmake/symbols.txt
 
-exported=$(nm --dynamic --defined-only --demangle --format=posix "$1" |
-  sed -e 's/ [A-Z] [0-9a-f]* [0-9a-f]*$//; /^vtable for /d' \
+exported=$(nm --dynamic --defined-only --demangle --without-symbol-versions --format=posix "$1" |
+  sed -e 's/ [A-Zu] [0-9a-f]* [0-9a-f]*$//; /^vtable for /d; /^REELHAUL_[0-9]*$/d' \
     -e 's/__va_list_tag\*/va_list/; s/std::__va_list\b/va_list/' \
     -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/std::string/g' |
   LC_ALL=C sort -u)

@@ -6,6 +6,21 @@
 
 using namespace Halvorn;
 
+#if REELHAUL_VERSION < 10000 || REELHAUL_VERSION_MAJOR != REELHAUL_VERSION / 10000
+#error "the macros don't fit each other"
+#endif
+
+static char const* NameOf(std::int32_t code) {
+    switch (code) {
+    case HVErrorCodeSucceed:
+        return "succeeded";
+    case HVErrorCodeCancelled:
+        return "cancelled";
+    default:
+        return "failed";
+    }
+}
+
 int main() {
     IHVDownloadPlugin::UseLocalPluginForThisProcess(false);
     auto const plugin = IHVDownloadPlugin::SharedDownloadPlugin();
@@ -14,5 +29,8 @@ int main() {
     queue->AddController(IHVDownloadController::MallocDownloadController(item, "."));
     std::printf("%s %.1f %d %s\n", reinterpret_cast<char const*>(ReelhaulVersionString),
                 ReelhaulVersionNumber, queue->GetControllerCount(), plugin->BuiltInPluginVersion().c_str());
+    std::puts(NameOf(IHVError::MallocSucceed("main", __LINE__, __func__)->GetErrorCode()));
+    if (static_cast<int>(ReelhaulVersionNumber * 100 + 0.5) != REELHAUL_VERSION / 100)
+        return 1;
     return queue->GetControllerCount() == 1 && !plugin->BuiltInPluginVersion().empty() ? 0 : 1;
 }
