@@ -28,7 +28,7 @@ inline bool Eventually(std::function<bool()> const& condition,
 }
 
 /// Keeps what it hears as one line each.
-class Recorder : public Halvorn::IHVDownloadTaskDelegate {
+class Recorder final : public Halvorn::IHVDownloadTaskDelegate {
 public:
     /// Called with each line, on the reporting thread, after it was kept.
     std::function<void(std::string const&)> onEvent;
