@@ -9,6 +9,8 @@ option(REELHAUL_TESTS "Build the tests" ${REELHAUL_TOP_LEVEL})
 option(REELHAUL_BENCH "Build the measurements" OFF)
 option(REELHAUL_FUZZ "Build the fuzz targets for libFuzzer (clang)" OFF)
 option(REELHAUL_WERROR "Treat warnings as errors, as all presets do" OFF)
+option(REELHAUL_REFERENCE "Make and install the reference of the interface (Doxygen)" OFF)
+option(REELHAUL_SYSTEM_TOOLS "Install links to the system's yt-dlp, ffmpeg and deno instead of copies" OFF)
 set(REELHAUL_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
 set(REELHAUL_TOOLS_DIR "" CACHE PATH
     "Folder with yt-dlp, ffmpeg, ffprobe and deno to set up beside the library (scripts/get-tools.sh makes one)")
@@ -74,7 +76,7 @@ endif()
 # presets "tidy" and "macos" do without, so that a source which lacks an include is found.
 set(REELHAUL_PRECOMPILED <algorithm> <array> <atomic> <chrono> <condition_variable> <cstdio> <cstdlib> <functional> <map>
     <memory> <mutex> <optional> <set> <string> <string_view> <thread> <utility> <vector>)
-if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND (REELHAUL_TESTS OR NOT CMAKE_DISABLE_PRECOMPILE_HEADERS))
   # Otherwise a precompiled header out of ccache is refused as older than its sources.
   target_compile_options(reelhaul_flags INTERFACE "SHELL:-Xclang -fno-pch-timestamp")
 endif()

@@ -8,12 +8,12 @@ say() { printf '%s\n' "reelhaul: $*" >&2; }
 PACKAGES_build=(g++ cmake make ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libcli11-dev python3
   ca-certificates ffmpeg npm git)
 # shellcheck disable=SC2034
-PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy
+PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy abigail-tools xz-utils
   procps util-linux openssl chromium man-db zsh fish libglib2.0-dev doxygen)
 # shellcheck disable=SC2034
-PACKAGES_macos=(llvm)
+PACKAGES_macos=(llvm googletest)
 # shellcheck disable=SC2034
-PACKAGES_package=(dpkg-dev file)
+PACKAGES_package=(dpkg-dev file lintian doxygen)
 # shellcheck disable=SC2034
 PACKAGES_debootstrap=(debootstrap)
 

@@ -36,6 +36,12 @@ quietly ctest --test-dir "$work/package/built" --output-on-failure --no-tests=er
 LD_LIBRARY_PATH=$lib "$work/package/built/by_pkg_config"
 "$prefix/bin/reelhaul" --version
 python3 "$here/shared_files.py" "$prefix"
+# A reader of the installed documents gets where their links lead.
+python3 -c 'import pathlib, re, sys
+pages = list(pathlib.Path(sys.argv[1]).rglob("*.md"))
+lost = [(str(page), link) for page in pages for link in re.findall(r"\]\(([^)#]+\.\w+)[^)]*\)", page.read_text())
+        if ":" not in link and not (page.parent / link).exists()]
+sys.exit(str(lost) if lost or len(pages) < 10 else 0)' "$prefix/share/doc/reelhaul" || fail "these links lead nowhere"
 # A plug-in that links the library may go while a thread of the library runs.
 python3 -c 'import _ctypes, ctypes, os, sys
 _ctypes.dlclose(ctypes.CDLL(sys.argv[1])._handle)
