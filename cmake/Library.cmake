@@ -52,7 +52,11 @@ set_target_properties(reelhaul PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION $
 
 # On macOS an application takes the library with it as a framework, the headers and the tools in it.
 if(APPLE)
-  target_sources(reelhaul PRIVATE ${REELHAUL_PUBLIC_HEADER_FILES})
+  set(module_map ${PROJECT_SOURCE_DIR}/cmake/macos/module.modulemap)
+  target_sources(reelhaul PRIVATE ${REELHAUL_PUBLIC_HEADER_FILES} ${module_map})
+  set_source_files_properties(${module_map} PROPERTIES MACOSX_PACKAGE_LOCATION Modules)
+  add_custom_command(TARGET reelhaul POST_BUILD VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E create_symlink Versions/Current/Modules $<TARGET_BUNDLE_DIR:reelhaul>/Modules)
   set_target_properties(reelhaul PROPERTIES FRAMEWORK ON FRAMEWORK_VERSION A OUTPUT_NAME Reelhaul
     PUBLIC_HEADER "${REELHAUL_PUBLIC_HEADER_FILES}" MACOSX_FRAMEWORK_IDENTIFIER reelhaul.Reelhaul
     BUILD_WITH_INSTALL_NAME_DIR ON INSTALL_NAME_DIR @rpath

@@ -14,11 +14,13 @@ reelhaul_borrow(CLI CLI/App.hpp)
 
 # Newer compilers refuse an operator in the headers of Debian 12's RapidJSON, which assigns to a constant. Nobody calls it.
 find_path(found_rapidjson rapidjson/document.h PATHS /usr/include NO_DEFAULT_PATH REQUIRED)
-file(COPY ${found_rapidjson}/rapidjson DESTINATION ${system}/include)
-file(READ ${system}/include/rapidjson/document.h document)
-string(REGEX REPLACE "GenericStringRef& operator=\\(const GenericStringRef& rhs\\) { s = rhs.s; length = rhs.length; }" ""
-       document "${document}")
-file(WRITE ${system}/include/rapidjson/document.h "${document}")
+if(NOT EXISTS ${system}/include/rapidjson)
+  file(COPY ${found_rapidjson}/rapidjson DESTINATION ${system}/include)
+  file(READ ${system}/include/rapidjson/document.h document)
+  string(REGEX REPLACE "GenericStringRef& operator=\\(const GenericStringRef& rhs\\) { s = rhs.s; length = rhs.length; }" ""
+         document "${document}")
+  file(WRITE ${system}/include/rapidjson/document.h "${document}")
+endif()
 set(RAPIDJSON_INCLUDE_DIR ${system}/include CACHE PATH "")
 set(CLI11_INCLUDE_DIR ${system}/include CACHE PATH "")
 set(CMAKE_DISABLE_FIND_PACKAGE_PkgConfig ON)
@@ -47,6 +49,15 @@ exports:
 ...
 ")
 list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/find)
+
+# Stand-ins for the Mac's copies of the tools, so that the places which they get can be looked at.
+if(NOT REELHAUL_TOOLS_DIR)
+  foreach(tool yt-dlp ffmpeg ffprobe deno)
+    file(WRITE ${system}/tools/${tool} "#!/bin/sh\necho \"stands in for ${tool}\"; exit 1\n")
+    file(CHMOD ${system}/tools/${tool} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+  endforeach()
+  set(REELHAUL_TOOLS_DIR ${system}/tools CACHE PATH "" FORCE)
+endif()
 
 # CMake asks Apple's development kit whether the loader knows relative names; there is none here.
 foreach(kind SHARED_LIBRARY EXECUTABLE)

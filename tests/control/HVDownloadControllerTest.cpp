@@ -117,9 +117,9 @@ TEST_F(Controller, ObeysOutOfItsOwnFunctions) {
     // Stopped or reset in the very moment in which the queue starts it: a stop is an end, a reset takes the
     // start back.
     for (auto const& [reset, events] : {std::pair(false, "1>2 2>3 3>6 Cancel"), {true, "1>2 2>3 3>1"}}) {
-        onState = [&reset = reset](HVDownloadController& self, HVDownloadState state) {
+        onState = [&undo = reset](HVDownloadController& self, HVDownloadState state) {
             if (state == HVDownloadStateDownloading)
-                reset ? self.ResetDownload() : self.StopDownload();
+                undo ? self.ResetDownload() : self.StopDownload();
         };
         auto const controller = New("hang");
         controller->SetLastError(IHVError::MallocError("f", 1, "g", -1, "Earlier", "m"));

@@ -234,7 +234,7 @@ TEST(HVTask, AForkedCopyIsNotTheApplication) {
     ShellRun run;
     run.Start("echo $$; exec sleep 60");
     pid_t const child = run.PrintedPid();
-    auto const [status, own] = Application([](std::ofstream& report) {
+    auto [status, own] = Application([](std::ofstream& report) {
         ShellRun its; // it has children of its own, and ends those
         its.Start("echo $$; exec sleep 60");
         report << its.PrintedPid() << std::flush;
@@ -250,7 +250,7 @@ TEST(HVTask, AForkedCopyIsNotTheApplication) {
 }
 
 TEST(HVTask, ChildrenDieWithTheApplication) {
-    auto const [status, pids] = Application([](std::ofstream& report) {
+    auto [status, pids] = Application([](std::ofstream& report) {
         // One has ended, and its number may be another's: what it has left behind stands for that one.
         ShellRun ended;
         ended.Start("sleep 60 >/dev/null 2>&1 & echo $!");
@@ -275,7 +275,7 @@ TEST(HVTask, ChildrenDieWithTheApplication) {
 
 TEST(HVTask, ChildrenEndBeforeTheTemporaryFolderGoes) {
     Folder const folder;
-    auto const [status, pids] = Application([&](std::ofstream&) {
+    auto [status, pids] = Application([&](std::ofstream&) {
         ShellRun run;
         run.Start("trap 'ls -d " + IHVFileProvider::GetTmpPath() + " > " + (folder / "seen") +
                   "; exit' TERM; echo $$; while :; do sleep 0.01; done");
