@@ -73,7 +73,7 @@ if(REELHAUL_FUZZ)
 endif()
 
 # The headers that most sources include. Without precompiling, half of the compiler's time goes into reading them. The
-# presets "tidy" and "macos" do without, so that a source which lacks an include is found.
+# presets "tidy" and "macos-arm64" do without, so that a source which lacks an include is found.
 set(REELHAUL_PRECOMPILED <algorithm> <array> <atomic> <chrono> <condition_variable> <cstdio> <cstdlib> <functional> <map>
     <memory> <mutex> <optional> <set> <string> <string_view> <thread> <utility> <vector>)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND (REELHAUL_TESTS OR NOT CMAKE_DISABLE_PRECOMPILE_HEADERS))
