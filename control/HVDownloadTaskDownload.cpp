@@ -5,6 +5,7 @@
 #include "HVExplainedError.h"
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
+#include "HVKeptDocument.h"
 #include "HVTmpFolder.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
@@ -57,17 +58,20 @@ void HVDownloadTaskDownload::asyncProgressTask() {
                                                  SystemTmpFolder().c_str()));
         return;
     }
-    TempFile file;
-    file.extension = format->Extension();
-    file.path = IHVFileProvider::AppendPathComponent(
-        folder, IHVFileProvider::CreateRandomFileName(file.extension, kRandomNameLength));
     Track([&format](HVProgressTracker& tracker) {
         tracker.Begin(format->MergeFormat() ? 2 : 1);
         return true;
     });
-    auto const result = RunTool(file);
+    auto const result = RunTool(MakeTempFile(folder, format->Extension()));
     TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
     notifyTaskComplete(result);
+}
+
+HVDownloadTaskDownload::TempFile HVDownloadTaskDownload::MakeTempFile(std::string const& folder,
+                                                                      std::string const& extension) {
+    return {IHVFileProvider::AppendPathComponent(
+                folder, IHVFileProvider::CreateRandomFileName(extension, kRandomNameLength)),
+            extension};
 }
 
 bool HVDownloadTaskDownload::FinishRecording() {
@@ -80,7 +84,33 @@ bool HVDownloadTaskDownload::FinishRecording() {
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& file) {
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
-    auto const args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.path);
+    bool failed = false;
+    std::string const document = DocumentToUse();
+    auto args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.path);
+    if (document.empty() || args.empty())
+        return RunTool(file, args, failed);
+    // The address ends every command.
+    args.pop_back();
+    if (!args.empty() && args.back() == "--")
+        args.pop_back();
+    args.insert(args.end(), {"--load-info-json", document});
+    auto result = RunTool(file, args, failed);
+    if (!failed)
+        return result;
+    IHVLogConfig::Printf("The download is made by the address, not by the analysis's document.");
+    // Another name: what the first run leaves is removed when its last process has ended.
+    auto const second = MakeTempFile(IHVFileProvider::GetTmpPath(), file.extension);
+    return RunTool(second, builder.BuildDownloadItemArgs(downloadItem_.get(), second.path), failed);
+}
+
+std::string HVDownloadTaskDownload::DocumentToUse() {
+    auto const* const own = dynamic_cast<HVDownloadItem const*>(downloadItem_.get());
+    auto const document = own == nullptr ? nullptr : own->Document();
+    return document != nullptr && document->Serves(Terms()) ? document->Path() : std::string();
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> const& args, bool& failed) {
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
     run.SetJSRuntimePath(GetJSRuntimePath());
     run.SetOptions(GetMutableOptions().get());
@@ -103,6 +133,9 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     auto const outcome = run.Run();
     if (outcome.startError != nullptr)
         return outcome.startError;
+    // Where the tool has gone back to the address by itself, that would not help a second time.
+    failed = outcome.handlerError == nullptr && !UserCancel() && !IsFinished(file, outcome) &&
+             outcome.errors.find("trying with URL") == std::string::npos;
     auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
     RemoveLeftovers(run, file);
     return result;

@@ -53,7 +53,14 @@ private:
         std::string path;
         std::string extension;
     };
+    static TempFile MakeTempFile(std::string const& folder, std::string const& extension);
+    /// Downloads by the analysis's document where that is kept, else, or where that fails, by the address.
     std::shared_ptr<IHVError const> RunTool(TempFile const& file);
+    /// The path of that document; empty where it can't serve.
+    std::string DocumentToUse();
+    /// One run. Sets `failed` where the tool delivered no file and was not stopped either.
+    std::shared_ptr<IHVError const> RunTool(TempFile const& file, std::vector<std::string> const& args,
+                                            bool& failed);
     bool IsFinished(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);

@@ -189,6 +189,7 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->thumbnail_ = thumbnail_;
     copy->allFormats_ = allFormats_;
     copy->details_ = details_;
+    copy->document_ = document_;
     copy->liveStream_ = liveStream_;
     copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;
     copy->entryIndex_ = entryIndex_;

@@ -10,6 +10,8 @@
 
 namespace Halvorn {
 
+class HVKeptDocument;
+
 class HVDownloadItem final : public IHVDownloadItem {
 public:
     explicit HVDownloadItem(std::string const& url);
@@ -72,6 +74,9 @@ public:
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
     std::string const& JsonText() const { return jsonText_; }
+    /// What a download may be made from instead of the address; may be empty.
+    void TakeDocument(std::shared_ptr<HVKeptDocument const> document) { document_ = std::move(document); }
+    std::shared_ptr<HVKeptDocument const> const& Document() const { return document_; }
 
     /// "hh:mm:ss", with more digits of hours where needed.
     static std::string FormatSeconds(int seconds);
@@ -101,6 +106,7 @@ private:
     std::weak_ptr<IHVPlayList> playList_;
     std::shared_ptr<HVItemDetails const> details_ = std::make_shared<HVItemDetails>();
     std::string jsonText_;
+    std::shared_ptr<HVKeptDocument const> document_;
 };
 
 } // namespace Halvorn

@@ -53,6 +53,7 @@ public:
     HVItemDetails GetDetails() const;
     /// The document itself as JSON.
     std::string GetText() const;
+    HVJsonNode const& GetJsonValue() const { return node_; }
 
 private:
     int SecondsOfNumbers() const;

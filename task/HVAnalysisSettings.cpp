@@ -58,6 +58,10 @@ void IHVDownloadTask::SetKeepDocuments(bool keep) {
     Set(*this, &HVAnalysisSettings::documents, keep);
 }
 
+void IHVDownloadTask::SetKeepForDownload(bool keep) {
+    Set(*this, &HVAnalysisSettings::forDownload, keep);
+}
+
 void IHVDownloadTask::SetAnalysesAtOnce(int entries) {
     if (auto* const parser = dynamic_cast<HVDownloadTaskParser*>(this))
         parser->Settings().lanes.atOnce = entries;

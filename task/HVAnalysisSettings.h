@@ -20,6 +20,7 @@ struct HVAnalysisSettings {
     bool thumbnailsByHTTP = false;
     bool webP = false;
     bool documents = false;
+    bool forDownload = false;
     bool tablesWhereNoJson = false;
     int listDepth = 0;
     HVEntryLanes::Limits lanes;

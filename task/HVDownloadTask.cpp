@@ -1,5 +1,6 @@
 #include "HVDownloadTask.h"
 
+#include "HVArgsBuilder.h"
 #include "IHVDownloadTaskDelegate.h"
 #include "IHVLogConfig.h"
 
@@ -43,6 +44,15 @@ void HVDownloadTask::SetJSRuntimePath(std::string const& path) {
 std::string HVDownloadTask::GetJSRuntimePath() {
     std::lock_guard const lock(mutex_);
     return jsRuntimePath_;
+}
+
+std::size_t HVDownloadTask::Terms() {
+    HVArgsBuilder builder(GetMutableOptions());
+    builder.SetJsRuntimePath(GetJSRuntimePath());
+    std::string all;
+    for (auto const& arg : builder.BuildParsePlayItemArgs("address", true))
+        all.append(arg).push_back('\0');
+    return std::hash<std::string>()(all);
 }
 
 std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {

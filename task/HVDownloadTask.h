@@ -10,6 +10,7 @@
 #include "IHVThread.h"
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -45,6 +46,9 @@ public:
     bool StoppedInTime() const { return stoppedInTime_; }
     /// What the task's runs of the tool are ended by.
     HVToolStop* Stop() { return &stop_; }
+
+    /// Stands for all that decides what the tool finds at an address; equal for equal options.
+    std::size_t Terms();
 
     void notifyTaskStarted(std::string const& message);
     void notifyTaskProgress(std::string const& message, float percent);

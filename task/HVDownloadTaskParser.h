@@ -59,6 +59,9 @@ public:
                                                     int index);
     std::shared_ptr<IHVError const> GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
                                                 std::shared_ptr<HVJsonObjectPlayItem> json);
+    /// Keeps the document for the item's download, where that is wanted. `listURL` is the address of an item
+    /// that has none of its own.
+    void KeepForDownload(IHVDownloadItem& item, HVJsonObjectPlayItem const& json, std::string const& listURL);
     void GetPlayItemThumbnail(std::shared_ptr<IHVDownloadItem>& item,
                               std::shared_ptr<HVJsonObjectPlayItem>& json);
     static void GetPlayItemFormats(std::shared_ptr<IHVDownloadItem>& item,

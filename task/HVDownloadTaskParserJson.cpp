@@ -12,6 +12,7 @@
 #include "HVJsonObjectPlaylistEntry.h"
 #include "HVJsonObjectSubtitle.h"
 #include "HVJsonObjectThumbnail.h"
+#include "HVKeptDocument.h"
 #include "HVStableSort.h"
 #include "HVToolAnswer.h"
 #include "IHVDownloadItem.h"
@@ -108,8 +109,9 @@ void HVDownloadTaskParser::UsingJsonOutput() {
 
 void HVDownloadTaskParser::CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayItem> json) {
     auto item = IHVDownloadItem::MallocDownloadItem(taskURL_);
-    auto const result = GetPlayItem(item, std::move(json));
+    auto const result = GetPlayItem(item, json);
     if (result != nullptr && result->Succeed()) {
+        KeepForDownload(*item, *json, {});
         // A cancel here is reported, and then the success too: both ends are true.
         if (UserCancel())
             notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingJsonOutput"));
@@ -221,7 +223,10 @@ HVDownloadTaskParser::LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, s
     if (json == nullptr)
         return ToolFailure(__LINE__, "GetPlaylistItem", errorText, "No item json string exists.");
     item = IHVDownloadItem::MallocDownloadItem(url);
-    return GetPlayItem(item, json);
+    auto result = GetPlayItem(item, json);
+    if (result != nullptr && result->Succeed())
+        KeepForDownload(*item, *json, listURL);
+    return result;
 }
 
 std::shared_ptr<IHVError const>
@@ -245,6 +250,16 @@ HVDownloadTaskParser::GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
         return IHVError::MallocSucceed(kFile, __LINE__, "GetPlayItem");
     return IHVError::MallocError(kFile, __LINE__, "GetPlayItem", -1, "Error",
                                  "Failed to load play item json data.");
+}
+
+void HVDownloadTaskParser::KeepForDownload(IHVDownloadItem& item, HVJsonObjectPlayItem const& json,
+                                           std::string const& listURL) {
+    auto* const own = dynamic_cast<HVDownloadItem*>(&item);
+    // What a live stream's document names is gone within seconds.
+    if (own == nullptr || !settings_.forDownload || item.IsLiveStream())
+        return;
+    std::string const& address = item.DownloadURL().empty() ? listURL : item.DownloadURL();
+    own->TakeDocument(HVKeptDocument::Keep(json.GetJsonValue(), address, Terms()));
 }
 
 void HVDownloadTaskParser::GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>& item,

@@ -101,13 +101,16 @@ bool HVFullAnalysis::ReadsTables(HVJsonNode const& root, std::string const& erro
 
 void HVFullAnalysis::CompleteItem(HVJsonNode const& document) {
     auto item = IHVDownloadItem::MallocDownloadItem(task_.TaskURL());
-    auto result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    auto const json = HVJsonObjectPlayItem::WholeDocument(document);
+    auto result = task_.GetPlayItem(item, json);
     if (task_.UserCancel()) {
         task_.notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "CompleteItem"));
         return;
     }
-    if (result->Succeed())
+    if (result->Succeed()) {
+        task_.KeepForDownload(*item, *json, {});
         task_.notifyGetPlayItem(item);
+    }
     task_.notifyTaskComplete(result);
 }
 
@@ -225,7 +228,10 @@ HVFullAnalysis::Result HVFullAnalysis::LoadItem(Entry const& entry, HVJsonNode c
     if (entry.told.url.empty() && entry.list->GetPlaylistURL().empty())
         return ToolFailure(__LINE__, "LoadItem", {}, "The entry has no address, and neither has its list.");
     auto item = IHVDownloadItem::MallocDownloadItem(entry.told.url);
-    auto result = task_.GetPlayItem(item, HVJsonObjectPlayItem::WholeDocument(document));
+    auto const json = HVJsonObjectPlayItem::WholeDocument(document);
+    auto result = task_.GetPlayItem(item, json);
+    if (result->Succeed())
+        task_.KeepForDownload(*item, *json, entry.list->GetPlaylistURL());
     if (result->Succeed() && ReadString(entry.node, "_type") == "url_transparent")
         TakeWordsOfEntry(*item, entry.told);
     found.item = std::move(item);

@@ -167,6 +167,9 @@ void HVCommandLine::AddGet() {
     AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
     AddRuns(app);
+    AddFlag(app, "--analyse-once", request_.analyseOnce,
+            "Download by what the analysis found, without having the tool read the page again")
+        .group("Tools");
     AddRecords(app, true);
 }
 

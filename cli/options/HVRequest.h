@@ -29,9 +29,10 @@ struct HVRequest {
     std::string toolFolder;           ///< folder of the local copies; empty for the built-in ones
     std::string jsRuntime;            ///< empty for the built-in one
     int jobs = 6;
-    int analyses = 4;  ///< entries of a list that are loaded at once
-    int duration = 0;  ///< seconds after which a live recording is finished; 0 for no limit
-    bool cold = false; ///< the tool is started anew for each run
+    int analyses = 4;         ///< entries of a list that are loaded at once
+    int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit
+    bool cold = false;        ///< the tool is started anew for each run
+    bool analyseOnce = false; ///< downloads are made by the analysis's document
     bool quiet = false;
     bool json = false;
     bool text = false;

@@ -38,6 +38,7 @@ void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetThumbnailBytes(false);
     task_->SetWebPThumbnails(true);
     task_->SetAnalysesAtOnce(request.analyses);
+    task_->SetKeepForDownload(request.analyseOnce);
     task_->SetListDepth(request.flat ? 0 : kListDepth);
     task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
     if (request.listOnly)

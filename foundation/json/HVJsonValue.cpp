@@ -95,14 +95,43 @@ std::shared_ptr<IHVJsonValue const> HVJsonValue::GetArrayItem(std::string const&
     return std::make_shared<HVJsonValue>(document_, &(*array)[static_cast<rapidjson::SizeType>(index)]);
 }
 
+namespace {
+
+using Buffer = rapidjson::StringBuffer;
+using Writer = rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::ASCII<>, rapidjson::CrtAllocator,
+                                 rapidjson::kWriteNanAndInfFlag>;
+
+} // namespace
+
 std::string HVJsonValue::ToText() const {
-    using Buffer = rapidjson::StringBuffer;
-    using Writer = rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::ASCII<>, rapidjson::CrtAllocator,
-                                     rapidjson::kWriteNanAndInfFlag>;
     Buffer buffer;
     Writer writer(buffer);
     value_->Accept(writer);
     return {buffer.GetString(), buffer.GetSize()};
+}
+
+std::string HVJsonValue::ToTextWith(std::string const& key, std::string const& value) const {
+    if (!value_->IsObject())
+        return {};
+    Buffer buffer;
+    Writer writer(buffer);
+    writer.StartObject();
+    for (auto member = value_->MemberBegin(); member != value_->MemberEnd(); ++member) {
+        if (key.compare(0, std::string::npos, member->name.GetString(), member->name.GetStringLength()) == 0)
+            continue;
+        member->name.Accept(writer);
+        member->value.Accept(writer);
+    }
+    writer.Key(key.c_str(), static_cast<rapidjson::SizeType>(key.size()));
+    writer.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
+    writer.EndObject();
+    return {buffer.GetString(), buffer.GetSize()};
+}
+
+std::string IHVJsonReader::JsonTextWith(std::shared_ptr<IHVJsonValue const> const& node,
+                                        std::string const& key, std::string const& value) {
+    auto const* const own = dynamic_cast<HVJsonValue const*>(node.get());
+    return own == nullptr ? std::string() : own->ToTextWith(key, value);
 }
 
 std::string IHVJsonReader::JsonText(std::shared_ptr<IHVJsonValue const> const& node) {

@@ -22,6 +22,8 @@ public:
     std::vector<std::string> GetMemberNames() const override;
     /// See IHVJsonReader::JsonText.
     std::string ToText() const;
+    /// See IHVJsonReader::JsonTextWith.
+    std::string ToTextWith(std::string const& key, std::string const& value) const;
 
 private:
     rapidjson::Value const* Find(char const* key, std::size_t length) const;

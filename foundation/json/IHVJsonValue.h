@@ -45,6 +45,10 @@ public:
     /// The node as a JSON text of one line, pure ASCII; an integer of more than 64 bits has become a number
     /// with a fraction, NaN and Infinity stay. Empty for an empty node, and for one that no reader made.
     static std::string JsonText(std::shared_ptr<IHVJsonValue const> const& node);
+    /// The same of an object, with the text `value` for its member `key`, whether or not it has one; empty
+    /// for a node that is no object.
+    static std::string JsonTextWith(std::shared_ptr<IHVJsonValue const> const& node, std::string const& key,
+                                    std::string const& value);
 };
 
 } // namespace Halvorn

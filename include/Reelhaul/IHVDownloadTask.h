@@ -137,6 +137,12 @@ public:
     void SetWebPThumbnails(bool take);
     /// Whether items keep their documents, see IHVDownloadItem::DocumentText. In every analysis from JSON.
     void SetKeepDocuments(bool keep);
+    /// Whether the tool's document about an item is kept for its download: the tool then downloads by that
+    /// instead of fetching and reading the page anew. The file is in the private temporary folder, for the
+    /// user alone to read, as long as the item lives. A download goes by the address all the same where its
+    /// options would have the tool find something else, for a live stream, three hours after the analysis,
+    /// and where what the site named has expired. False until it is set. In every analysis from JSON.
+    void SetKeepForDownload(bool keep);
     /// How many entries of a list are loaded at the same time; 1, one after the other, until it is set. Less
     /// than 1 counts as 1. Reports come in the order of the list all the same, so an entry that is loaded
     /// early waits for those before it; the numbers of a progress count what is loaded. There are as many

@@ -21,6 +21,7 @@ import ssl
 import sys
 import threading
 import time
+from collections import Counter
 from http.cookies import SimpleCookie
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from pathlib import Path
@@ -47,6 +48,7 @@ class Server(ThreadingHTTPServer):
         self.lock = threading.Lock()
         self.media_sent = 0  # bytes of files, but for lists of fragments
         self.cut_already = set()
+        self.described = Counter()
 
     def server_bind(self):
         socketserver.TCPServer.server_bind(self)  # the base class asks the name service here
@@ -184,6 +186,11 @@ class Handler(BaseHTTPRequestHandler):
             return self.text("no such page\n", status=404)
         description["title"] = self.query.get("title", description["title"])
         passed_on = {key.removeprefix("media."): value for key, value in self.query.items() if key.startswith("media.")}
+        if old := int(passed_on.pop("old", 0)):
+            with self.server.lock:
+                self.server.described[self.path] += 1
+                if self.server.described[self.path] <= old:
+                    passed_on["status"] = "403"
         for part in description.get("formats", []) + description.get("manifests", []):
             part["url"] = add_query(part["url"], passed_on)
         return self.text(json.dumps(description), "application/json")
