@@ -1,7 +1,7 @@
 #include "HVCallback.h"
+#include "HVDisplayText.h"
 #include "HVFormat.h"
 #include "HVLateLog.h"
-#include "HVMaskedArguments.h"
 #include "IHVLogConfig.h"
 
 #include <cstdio>
@@ -44,7 +44,7 @@ void Emit(IHVLogConfig::LogLevel level, std::string line) {
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
         line.pop_back();
     // Also what the tool itself has printed: people show their logs to others.
-    line = MaskedText(line);
+    line = WithoutPasswords(line);
     if (HVLateLog::Take(level, line))
         return;
     // Not through the dispatcher: a line is to be there before a crash. What the handler throws is dropped,

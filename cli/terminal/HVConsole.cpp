@@ -17,8 +17,13 @@ namespace {
 /// A list of a thousand items prints them faster than a terminal can draw.
 constexpr std::chrono::milliseconds kRedrawPause{100};
 
+/// Messages are copied into reports; results name an address as it was given.
+std::string Message(std::string_view text) {
+    return PlainLine(WithoutPasswords(text));
+}
+
 std::string FaultLine(std::string_view text) {
-    return "reelhaul: " + PlainLine(text);
+    return "reelhaul: " + Message(text);
 }
 
 std::string LogLines(std::string_view text) {
@@ -87,12 +92,12 @@ void HVConsole::LogFromAnyThread(std::string_view text) {
 }
 
 void HVConsole::Always(std::string_view text) {
-    ErrorLine(PlainLine(text));
+    ErrorLine(Message(text));
 }
 
 void HVConsole::Note(std::string_view text) {
     if (!quiet_)
-        ErrorLine(PlainLine(text));
+        ErrorLine(Message(text));
 }
 
 void HVConsole::ShowLive(std::vector<std::string> lines) {

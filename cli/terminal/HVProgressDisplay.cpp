@@ -65,7 +65,7 @@ std::string Words(HVDownloadProgress const& record) {
 HVProgressDisplay::HVProgressDisplay(HVConsole& console) : console_(console) {}
 
 void HVProgressDisplay::SetActivity(std::string const& text) {
-    activity_ = PlainLine(text);
+    activity_ = PlainLine(WithoutPasswords(text));
     if (!console_.Live() && !activity_.empty())
         console_.Note(activity_);
 }

@@ -1,5 +1,7 @@
 #include "HVMaskedArguments.h"
 
+#include "HVDisplayText.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -61,12 +63,13 @@ std::string MaskedAddress(std::string const& address) {
     return WithoutPassword(address, false);
 }
 
-std::string MaskedText(std::string const& text) {
+std::string WithoutPasswords(std::string_view text) {
     std::string result;
     std::size_t done = 0;
     for (std::size_t mark; (mark = text.find("://", done)) != std::string::npos;) {
         std::size_t const end = std::min(text.find_first_of(kLoginEnd, mark + 3), text.size());
-        result.append(text, done, mark - done).append(MaskedAddress(text.substr(mark, end - mark)));
+        result.append(text, done, mark - done)
+            .append(MaskedAddress(std::string(text.substr(mark, end - mark))));
         done = end;
     }
     return result.append(text, done);

@@ -1,5 +1,6 @@
 #pragma once
-// Passwords kept out of the log and of messages. Pure; may be called from any thread.
+// Passwords kept out of the log and of messages; out of whole texts: WithoutPasswords in HVDisplayText.h.
+// Pure; may be called from any thread.
 
 #include <string>
 #include <vector>
@@ -13,8 +14,5 @@ std::string MaskedArguments(std::vector<std::string> const& args);
 
 /// The address with "***" for a password in it.
 std::string MaskedAddress(std::string const& address);
-
-/// The text with "***" for the password in each address in it.
-std::string MaskedText(std::string const& text);
 
 } // namespace Halvorn

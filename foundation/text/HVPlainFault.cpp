@@ -1,6 +1,5 @@
 #include "HVDisplayText.h"
 #include "HVFaultText.h"
-#include "HVMaskedArguments.h"
 
 namespace Halvorn {
 
@@ -85,7 +84,7 @@ std::string PlainFault(std::string_view message) {
     }
     if (result.empty())
         return "no reason was given";
-    return PlainLine(CutToWidth(MaskedText(result), kLongest));
+    return PlainLine(CutToWidth(WithoutPasswords(result), kLongest));
 }
 
 } // namespace Halvorn
