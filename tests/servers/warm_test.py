@@ -232,7 +232,7 @@ class LifeTest(WarmTest):
         warm = self.resident(seconds=0.2)
         self.assertEqual(warm.run("--version")[2], 0)
         warm.wait_for("rest")
-        self.assertEqual(warm.process.wait(10), 0)
+        self.assertEqual(warm.process.wait(60), 0)
         # A run goes on without it, and tells its own end.
         for end in ("connection", "process"):
             with self.subTest(end):
@@ -245,7 +245,7 @@ class LifeTest(WarmTest):
                     warm.process.wait()
                 output, _, status = run.finish()
                 self.assertEqual((json.loads(output)["id"], status), ("a", 0))
-                warm.process.wait(10)
+                warm.process.wait(60)
 
     def test_a_run_that_is_no_longer_wanted_does_not_begin(self):
         warm = self.resident(until="ready")
@@ -267,5 +267,5 @@ class CommandTest(ServerTest):
                 self.assertEqual(any("--plugin-dirs" in line for line in tools), not cold, tools)
                 self.assertEqual(any("watch/slow" in line for line in tools), bool(cold), tools)
                 command.send_signal(signal.SIGINT)
-                self.assertEqual(command.wait(10), 130)
+                self.assertEqual(command.wait(60), 130)
                 self.assert_nothing_left()

@@ -77,11 +77,14 @@ TEST(HVToolRun, TellsWhatItCameTo) {
 }
 
 TEST(HVToolRun, MaySpendNoTimeWhileAllAreSuspended) {
+    Folder const folder;
     IHVTask::SuspendAll(true);
-    auto run = std::async(std::launch::async, [] {
-        return Outcome("sleep 0.1; echo 1", Limits({2000, 2000, 0}));
+    auto run = std::async(std::launch::async, [&] {
+        return Outcome("until [ -e " + (folder / "go") + " ]; do sleep 0.05; done; echo 1",
+                       Limits({3000, 3000, 0}));
     });
-    EXPECT_EQ(run.wait_for(2500ms), std::future_status::timeout);
+    EXPECT_EQ(run.wait_for(3500ms), std::future_status::timeout);
+    folder.Put("go", "");
     IHVTask::SuspendAll(false);
     EXPECT_EQ(run.get(), "tool|1|0|0|1\n|");
 }
