@@ -12,6 +12,7 @@
 #include "IHVPlayList.h"
 #include "IHVStringHelper.h"
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
 #include <string_view>
@@ -108,6 +109,19 @@ int AnnouncedItems(std::string const& output) {
         if (int const announced = CountOfLine(IHVStringHelper::Trimmed(line)); announced != 0)
             count = announced;
     return count == 0 && output.find("Downloading 1 format(s)") != std::string::npos ? 1 : count;
+}
+
+/// The tool's name of the file, without the extension that goes with one of the formats.
+std::string NameOfFile(std::string const& file,
+                       std::vector<std::shared_ptr<IHVDownloadFormat>> const& formats) {
+    auto const point = file.rfind('.');
+    if (point == std::string::npos || point == 0)
+        return file;
+    std::string const extension = file.substr(point + 1);
+    bool const known =
+        extension == "mkv" || std::any_of(formats.begin(), formats.end(),
+                                          [&](auto const& one) { return one->Extension() == extension; });
+    return known ? file.substr(0, point) : file;
 }
 
 std::shared_ptr<IHVError const> UnknownError(std::string const& errorText) {
@@ -229,7 +243,8 @@ HVDownloadTaskParser::ParseDownloadItemInfo(std::string const& output,
         rows.Take(lines[i]);
     if (hasDuration)
         item->SetDuration(lines.back());
-    item->SetFileName(lines[lines.size() - behindName]);
+    std::string const& file = lines[lines.size() - behindName];
+    item->SetFileName(settings_.full ? NameOfFile(file, rows.all) : file);
     item->SetThumbnail(FindBestThumbnail(rows.thumbnails));
     TakeAllFormats(*item, std::move(rows.all));
     item->AddDownloadFormat(MergeDownloadFormats(rows.videos.Formats(), rows.audios.Formats(),

@@ -104,6 +104,8 @@ public:
     ///   being analysed video by video; one level of them is gone into for each level of SetListDepth;
     /// - an entry of a feed keeps the feed's title;
     /// - of thumbnails without sizes the last one is the best, as the tool means it;
+    /// - tables may hold a bar in an identifier or a note, sizes in TiB, and no duration; the name that the
+    ///   tool would give the file is taken without its extension;
     /// - a stop is reported as a cancel, once.
     void SetFullAnalysis(bool full);
     /// How many levels of lists inside the list are gone into; 0 only tells of them. An address that leads

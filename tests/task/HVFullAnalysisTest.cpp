@@ -225,7 +225,7 @@ TEST_P(FullAnalysis, KeepsWhatElseTheDocumentSays) {
 TEST_P(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
     std::string const tables =
         "when --list-formats\nline ID  EXT RESOLUTION | FILESIZE PROTO | VCODEC ACODEC\n"
-        "line 18  mp4 640x360    |  1.00MiB https | avc1   mp4a\nline ----\nline A name\n";
+        "line 18  mp4 640x360    |  1.00MiB https | avc1   mp4a\nline ----\nline A name.mp4\n";
     auto const run = [&](std::string const& first) {
         Put("row", "when -J\n" + first +
                        "\nunless -J\nunless --list-formats\n"
