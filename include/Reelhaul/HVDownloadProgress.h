@@ -33,7 +33,7 @@ HV_EXPORT char const* DownloadPhaseName(HVDownloadPhase phase);
 
 /// How far one download is.
 struct HVDownloadProgress {
-    HVDownloadPhase phase = HVDownloadPhaseNone;
+    HVDownloadPhase phase = HVDownloadPhaseNone; ///< what is being done
     ///@{
     /// The part that is fetched, counted from 1, and how many there are: the picture and the sound, or one
     /// file. 0 while that is not known.
