@@ -62,8 +62,10 @@ bool IsUnexpected(IHVJsonValue const& record) {
     return !record.GetValueBool("expected") && Holds(record, {"classes", "ExtractorError", {}});
 }
 
+/// The words themselves would need a destructor, which on the main thread runs before the application has
+/// ended.
 struct Remembered {
-    std::string errors;
+    std::size_t hashOfErrors = 0;
     HVFault fault;
 };
 
@@ -142,12 +144,12 @@ HVFault FaultOfRun(HVRaised const& raised, std::string const& errors) {
 }
 
 void RememberFault(std::string const& errors, HVFault const& fault) {
-    OfThisThread() = {errors, fault};
+    OfThisThread() = {std::hash<std::string>()(errors), fault};
 }
 
 HVFault RememberedFault(std::string const& errors) {
     Remembered const& remembered = OfThisThread();
-    return remembered.errors == errors ? remembered.fault : HVFault{};
+    return remembered.hashOfErrors == std::hash<std::string>()(errors) ? remembered.fault : HVFault{};
 }
 
 } // namespace Halvorn
