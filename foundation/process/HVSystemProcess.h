@@ -49,7 +49,7 @@ public:
 
 private:
     int exit_ = -1;
-    int wake_ = -1;
+    [[maybe_unused]] int wake_ = -1; ///< on macOS the queue at exit_ wakes as well
     int failure_ = 0;
 };
 
