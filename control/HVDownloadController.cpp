@@ -116,6 +116,8 @@ void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& task,
     run_ = std::move(run);
     runEnded_ = false;
     stopWanted_ = false;
+    pauseWanted_ = false;
+    resumeWanted_ = false;
     progressText_.clear();
     progress_ = {};
     untoldRecord_.reset();
@@ -196,6 +198,9 @@ std::vector<std::shared_ptr<HVDownloadControllers>> HVDownloadController::Owners
 
 std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<HVDownloadTask> const& task) {
     task->SetJSRuntimePath(Get(jsRuntimePath_));
+    if (auto* const download = dynamic_cast<HVDownloadTaskDownload*>(task.get()))
+        if (auto const settings = Get(resume_))
+            download->SetResume(*settings);
     if (auto options = Get(options_))
         task->SetOptions(std::move(options));
     // A fresh task always starts: a failure is its completion.
@@ -265,8 +270,13 @@ std::shared_ptr<HVDownloadTask> HVDownloadController::TakeRunToStop() {
 
 void HVDownloadController::StopDownload() {
     std::shared_ptr<HVDownloadTask> task;
+    ChangeState(HVDownloadStateCancelled, [this](HVDownloadState state) {
+        return state == HVDownloadStatePaused && (runEnded_ || task_ == nullptr);
+    });
+    TellChanges();
     {
         std::lock_guard const lock(mutex_);
+        pauseWanted_ = false;
         HVDownloadState const state = state_;
         if (state == HVDownloadStateDownloading || state == HVDownloadStatePaused)
             task = TakeRunToStop();
@@ -281,6 +291,7 @@ void HVDownloadController::ResetDownload() {
     ChangeState(HVDownloadStateIdle, [&](HVDownloadState) {
         // In any state: a running one may have been made to wait.
         task = TakeRunToStop();
+        pauseWanted_ = false;
         lastError_.swap(former);
         return true;
     });
@@ -342,24 +353,28 @@ void HVDownloadController::DownloadTaskProgress(std::string message, float perce
 void HVDownloadController::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
                                                  IHVDownloadTask const* task) {
     bool const cancelled = error != nullptr && error->UserCancel();
+    bool const paused = cancelled && TakePause(task);
     auto result = error;
     std::vector<std::shared_ptr<HVDownloadControllers>> owners;
     std::shared_ptr<HVDownloadRun> run;
     // Another thread may start a new run at this moment: its state stands.
-    bool const current =
-        ChangeState(cancelled ? HVDownloadStateCancelled : HVDownloadStateDone, [&](HVDownloadState) {
-            // In one go with the mark of the end: a queue that gives the row up later finds the run ended.
-            owners = Owners();
-            if (task_.get() != task)
-                return false;
-            runEnded_ = true;
-            run = run_;
-            if (run != nullptr && !run->Choice()->GetDownloadFile().empty())
-                resultPath_ = run->Choice()->GetDownloadFile();
-            if (!cancelled)
-                lastError_.swap(result);
-            return true;
-        });
+    bool const current = ChangeState(paused      ? HVDownloadStatePaused
+                                     : cancelled ? HVDownloadStateCancelled
+                                                 : HVDownloadStateDone,
+                                     [&](HVDownloadState) {
+                                         // In one go with the mark of the end: a queue that gives the row up
+                                         // later finds the run ended.
+                                         owners = Owners();
+                                         if (task_.get() != task)
+                                             return false;
+                                         runEnded_ = true;
+                                         run = run_;
+                                         if (run != nullptr && !run->Choice()->GetDownloadFile().empty())
+                                             resultPath_ = run->Choice()->GetDownloadFile();
+                                         if (!cancelled)
+                                             lastError_.swap(result);
+                                         return true;
+                                     });
     TellChanges();
     // The next one has been started by the time that the application hears of the end of this one.
     for (auto const& owner : owners)
@@ -368,6 +383,16 @@ void HVDownloadController::DownloadTaskCompleted(std::shared_ptr<IHVError const>
         return;
     if (run != nullptr)
         run->End();
+    if (paused) { // which is no end
+        bool resume = false;
+        {
+            std::lock_guard const lock(mutex_);
+            std::swap(resume, resumeWanted_);
+        }
+        if (resume)
+            ResumeDownload();
+        return;
+    }
     Report([this, error] {
         downloadComplete_.With([&](auto const& function) { CallApplication(function, error); });
     });

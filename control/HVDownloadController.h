@@ -13,6 +13,7 @@
 #include "HVCallback.h"
 #include "HVDownloadProgress.h"
 #include "HVDownloadTask.h"
+#include "HVResumeSettings.h"
 #include "IHVDownloadController.h"
 
 #include <atomic>
@@ -60,8 +61,8 @@ public:
     HVDownloadState State() const override;
     std::shared_ptr<IHVError const> StartDownload() override;
     void PendingDownload() override;
-    void PauseDownload() override {}
-    void ResumeDownload() override {}
+    void PauseDownload() override;
+    void ResumeDownload() override;
     void StopDownload() override;
     void ResetDownload() override;
     void SetOpaque(std::shared_ptr<void> opaque) override { Set(opaque_, std::move(opaque)); }
@@ -94,6 +95,10 @@ public:
     bool Finish();
     Recording RecordingNow() const;
     std::string ProgressTextNow() const { return Get(progressText_); }
+    void SetResume(HVResumeSettings const& settings) {
+        Set(resume_, std::optional<HVResumeSettings>(settings));
+    }
+    bool RemovePartialData();
     /// See IHVDownloadController::SetProgressFunc.
     void SetProgressRecordFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond);
     HVDownloadProgress ProgressNow() const;
@@ -134,6 +139,7 @@ private:
     std::shared_ptr<IHVError const> StartIf(Decision const& wanted, std::shared_ptr<IHVDownloadItem> choice);
     void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
     bool DropUnbegun(HVDownloadRun& run);
+    bool TakePause(IHVDownloadTask const* task);
     void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
@@ -164,6 +170,9 @@ private:
     std::shared_ptr<HVDownloadRun> run_;      // of that task
     bool runEnded_ = false;                   // that task has completed
     bool stopWanted_ = false;                 // that task is to stop, whether it was started yet or not
+    bool pauseWanted_ = false;                // it is to stop for a pause
+    bool resumeWanted_ = false;               // and to go on after that
+    std::optional<HVResumeSettings> resume_;  // empty where a stopped run leaves nothing
     bool hasRun_ = false;                     // there was a start: resultPath_ counts
     int runsUnderWay_ = 0;                    // also those that were replaced by a new start
     std::deque<StateChange> untold_;

@@ -55,6 +55,8 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
         if (row.own == nullptr)
             continue;
         row.own->AddOwner(*this);
+        if (resume_.has_value())
+            row.own->SetResume(*resume_);
         // A run that comes back with its row is counted by the row.
         auto const self = row.own->weak_from_this();
         std::erase_if(removedRuns_, [&self](auto const& run) { return run->BelongsTo(self); });
@@ -63,6 +65,14 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
     }
     auto const at = std::clamp<std::ptrdiff_t>(index, 0, std::ssize(rows_));
     rows_.insert(rows_.begin() + at, rows.begin(), rows.end());
+}
+
+void HVDownloadControllers::SetResumeOfRows(HVResumeSettings const& settings) {
+    std::lock_guard const lock(mutex_);
+    resume_ = settings;
+    for (auto const& row : rows_)
+        if (row.own != nullptr)
+            row.own->SetResume(settings);
 }
 
 bool HVDownloadControllers::HasRow(IHVDownloadController const* controller) const {

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 
 namespace Halvorn {
@@ -72,6 +73,8 @@ public:
     /// How many runs have ended so far.
     std::uint64_t Completions() const;
     void FillFreePlaces();
+    /// See IHVDownloadControllers::SetResumable.
+    void SetResumeOfRows(HVResumeSettings const& settings);
     /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
 
@@ -100,6 +103,7 @@ private:
     std::map<IHVDownloadController const*, HeldStart> starts_; // rows that hold a place to be started
     std::vector<std::shared_ptr<HVDownloadRun>> removedRuns_;  // runs whose row was removed while they ran
     std::uint64_t completions_ = 0;
+    std::optional<HVResumeSettings> resume_; // of rows that are added
 };
 
 } // namespace Halvorn

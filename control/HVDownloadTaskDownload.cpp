@@ -62,16 +62,16 @@ void HVDownloadTaskDownload::asyncProgressTask() {
         tracker.Begin(format->MergeFormat() ? 2 : 1);
         return true;
     });
-    auto const result = RunTool(MakeTempFile(folder, format->Extension()));
+    auto const result = RunWithRetries(MakeTempFile(folder, format->Extension()));
     TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
     notifyTaskComplete(result);
 }
 
 HVDownloadTaskDownload::TempFile HVDownloadTaskDownload::MakeTempFile(std::string const& folder,
                                                                       std::string const& extension) {
-    return {IHVFileProvider::AppendPathComponent(
-                folder, IHVFileProvider::CreateRandomFileName(extension, kRandomNameLength)),
-            extension};
+    std::string const path = IHVFileProvider::AppendPathComponent(
+        folder, IHVFileProvider::CreateRandomFileName(extension, kRandomNameLength));
+    return {path, path, extension, nullptr};
 }
 
 bool HVDownloadTaskDownload::FinishRecording() {
@@ -86,8 +86,9 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     builder.SetJsRuntimePath(GetJSRuntimePath());
     bool failed = false;
     std::string const document = DocumentToUse();
-    auto args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.path);
-    if (document.empty() || args.empty())
+    auto args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.toolPath);
+    // What goes on may be days old: it asks the site for addresses that still serve.
+    if (document.empty() || args.empty() || file.partial != nullptr)
         return RunTool(file, args, failed);
     // The address ends every command.
     args.pop_back();
@@ -100,7 +101,7 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
     IHVLogConfig::Printf("The download is made by the address, not by the analysis's document.");
     // Another name: what the first run leaves is removed when its last process has ended.
     auto const second = MakeTempFile(IHVFileProvider::GetTmpPath(), file.extension);
-    return RunTool(second, builder.BuildDownloadItemArgs(downloadItem_.get(), second.path), failed);
+    return RunTool(second, builder.BuildDownloadItemArgs(downloadItem_.get(), second.toolPath), failed);
 }
 
 std::string HVDownloadTaskDownload::DocumentToUse() {
@@ -137,14 +138,23 @@ HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> c
     failed = outcome.handlerError == nullptr && !UserCancel() && !IsFinished(file, outcome) &&
              outcome.errors.find("trying with URL") == std::string::npos;
     auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
-    RemoveLeftovers(run, file);
+    RemoveLeftovers(run, file, result->Succeed());
     return result;
 }
 
-void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& file) {
+void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& file, bool placed) {
     // Once the child is gone: until then it may write more. A finished file that has no place is kept.
-    std::string const name = file.path.substr(file.path.rfind('/') + 1);
-    run.OnExit([stem = name.substr(0, kRandomNameLength)] { IHVFileProvider::RemoveTmpFiles(stem); });
+    // Partial data stays, and its folder is locked until then.
+    std::string const place =
+        file.partial == nullptr ? file.path : file.toolPath.substr(0, file.toolPath.rfind('/'));
+    std::string const name = place.substr(place.rfind('/') + 1);
+    run.OnExit([stem = name.substr(0, kRandomNameLength), partial = file.partial, placed] {
+        IHVFileProvider::RemoveTmpFiles(stem);
+        if (partial != nullptr && placed)
+            partial->Remove();
+        else if (partial != nullptr)
+            partial->RemoveUnlessNoted();
+    });
 }
 
 bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
@@ -182,13 +192,15 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     finished.name =
         IHVFileProvider::MakeValidFilenameAtPath(downloadItem_->GetFileName(), file.extension, outputPath_);
     if (finished.name.empty()) {
-        IHVFileProvider::KeepTmpFile(file.path);
+        if (file.partial == nullptr)
+            IHVFileProvider::KeepTmpFile(file.path);
         return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Can't make outfile");
     }
     if (outputPath_.empty())
         IHVLogConfig::Printf("CreateUniquePathFile Failed");
     TakeSubtitles(finished);
-    HVPlacement const placement = PlaceFinishedFile(finished);
+    HVPlacement const placement =
+        file.partial == nullptr ? PlaceFinishedFile(finished) : PutIntoFolder(finished);
     if (placement.failure.empty()) {
         if (auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get()))
             item->SetSideFiles(placement.sides);

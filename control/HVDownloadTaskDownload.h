@@ -5,6 +5,7 @@
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
 #include "HVDownloadTask.h"
+#include "HVPartialData.h"
 #include "HVProgressTracker.h"
 #include "HVRecording.h"
 
@@ -12,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,8 @@ public:
     void SetProgressRecorder(std::function<void(HVDownloadProgress const&)> recorder) {
         recorder_ = std::move(recorder);
     }
+    /// Has the run go on where an earlier one stopped, and keep what it leaves; to be set before the start.
+    void SetResume(HVResumeSettings settings) { resume_ = std::move(settings); }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -51,9 +55,18 @@ private:
     /// One run's file, where the tool writes it.
     struct TempFile {
         std::string path;
+        std::string toolPath; ///< the same, as the tool is told of it
         std::string extension;
+        std::shared_ptr<HVPartialFolder> partial; ///< empty for a random name
     };
     static TempFile MakeTempFile(std::string const& folder, std::string const& extension);
+    std::shared_ptr<IHVError const> RunWithRetries(TempFile const& file);
+    bool UsePartialFolder(TempFile& file);
+    bool MayResume() const;
+    std::shared_ptr<HVPartialFolder> WaitForPartialFolder();
+    bool WaitToRetry(IHVError const& failure, int retry);
+    /// Waits so long, unless it is stopped: false then.
+    bool Sleep(double seconds);
     /// Downloads by the analysis's document where that is kept, else, or where that fails, by the address.
     std::shared_ptr<IHVError const> RunTool(TempFile const& file);
     /// The path of that document; empty where it can't serve.
@@ -64,7 +77,7 @@ private:
     bool IsFinished(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
-    static void RemoveLeftovers(HVToolRun& run, TempFile const& file);
+    static void RemoveLeftovers(HVToolRun& run, TempFile const& file, bool placed);
     /// Changes the record, and hands it on when `change` says that it has changed.
     void Track(std::function<bool(HVProgressTracker&)> const& change);
     void TrackPhase(HVDownloadPhase phase);
@@ -79,6 +92,7 @@ private:
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;
+    std::optional<HVResumeSettings> resume_;
     std::function<void(HVDownloadProgress const&)> recorder_;
     std::mutex trackerMutex_;
     HVProgressTracker tracker_;

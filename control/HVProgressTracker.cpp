@@ -73,6 +73,14 @@ void HVProgressTracker::Enter(HVDownloadPhase phase) {
         now_.fraction = 1;
 }
 
+void HVProgressTracker::WaitToRetry(double seconds) {
+    Enter(HVDownloadPhaseRetryWaiting);
+    now_.secondsLeft = seconds;
+    passes_ = 0;
+    for (Part& part : parts_)
+        part.fraction = 0;
+}
+
 /// The one place where the fraction of a run that goes on changes.
 void HVProgressTracker::Rise(double fraction) {
     now_.fraction = std::max(now_.fraction, std::min(fraction, kMoving));

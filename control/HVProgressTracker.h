@@ -20,6 +20,8 @@ public:
     bool TakeRecord(IHVJsonValue const& record);
     /// Takes a chunk of the tool's lines; nothing once a record has come. False when it changes nothing.
     bool TakeLines(std::string const& text);
+    /// So many seconds pass before the next try, which reports anew what it has.
+    void WaitToRetry(double seconds);
     /// A phase of the library's own.
     void Enter(HVDownloadPhase phase);
     /// The record as it is now.

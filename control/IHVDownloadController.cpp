@@ -23,6 +23,16 @@ void IHVDownloadController::SetProgressFunc(std::function<void(HVDownloadProgres
         controller->SetProgressRecordFunc(std::move(function), mostCallsASecond);
 }
 
+void IHVDownloadController::SetResumable(HVResumeSettings const& settings) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetResume(settings);
+}
+
+bool IHVDownloadController::DiscardPartial() {
+    auto* const controller = dynamic_cast<HVDownloadController*>(this);
+    return controller != nullptr && controller->RemovePartialData();
+}
+
 HVDownloadProgress IHVDownloadController::GetProgress() const {
     auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
     return controller == nullptr ? HVDownloadProgress() : controller->ProgressNow();

@@ -10,6 +10,11 @@ std::shared_ptr<IHVDownloadControllers> IHVDownloadControllers::MallocDownloadCo
     return std::make_shared<HVDownloadControllers>();
 }
 
+void IHVDownloadControllers::SetResumable(HVResumeSettings const& settings) {
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
+        queue->SetResumeOfRows(settings);
+}
+
 namespace {
 
 /// Rows of the controllers of which `test` is true, ascending.

@@ -74,6 +74,8 @@ int GetCommand::Run() {
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
+    if (request_.goOn && downloads_.AnyCancelled())
+        session_.Console().Always("What was fetched is kept: the same command goes on with it.");
     if (early != HVExitDone)
         return early;
     if (finishing_ && (cutShort_ || downloads_.AnyCancelled())) {

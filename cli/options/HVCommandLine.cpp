@@ -160,6 +160,9 @@ void HVCommandLine::AddGet() {
     app.add_option("--duration", duration_, "Finish a live recording after so long, such as 90 or 1:30:00")
         ->type_name("TIME")
         ->check(NotEmpty, "");
+    AddFlag(app, "--continue", request_.goOn,
+            "Keep what an interrupt or a failure leaves, go on with what an earlier one left, and try again "
+            "after a lost network");
     app.add_option("--name", request_.name, "Name of the file instead of the title")
         ->type_name("TEXT")
         ->check(NotEmpty, "");

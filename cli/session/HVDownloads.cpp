@@ -14,6 +14,9 @@ namespace Halvorn {
 
 namespace {
 
+/// In a row without any progress: five minutes together.
+constexpr int kRetries = 6;
+
 /// Whether one of the files is the subtitle in this language: its name ends in ".LANG.EXT", perhaps with a
 /// number behind the language.
 bool HoldsLanguage(std::vector<std::string> const& files, std::string const& language) {
@@ -29,6 +32,11 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
     : session_(session), request_(request), display_(display),
       queue_(IHVDownloadControllers::MallocDownloadControllers()) {
     queue_->SetConcurrentDownload(request.jobs);
+    if (request.goOn) {
+        HVResumeSettings settings;
+        settings.retries = kRetries;
+        queue_->SetResumable(settings);
+    }
 }
 
 void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {

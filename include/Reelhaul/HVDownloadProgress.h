@@ -52,7 +52,9 @@ struct HVDownloadProgress {
     ///@}
     bool estimated = false;    ///< the totals are an estimate
     double bytesPerSecond = 0; ///< 0 where that is not known
-    double secondsLeft = -1;   ///< until all bytes have come; below 0 where that is not known
+    /// Until all bytes have come, or, while it waits to try again, when the wait began, until the next
+    /// try; below 0 where that is not known.
+    double secondsLeft = -1;
     ///@{
     /// Fragments of the part that have come, and how many it has; 0 for a part in one piece, and where that
     /// is not known.
@@ -60,7 +62,7 @@ struct HVDownloadProgress {
     int fragmentCount = 0;
     ///@}
     bool live = false;          ///< a recording: it has no total
-    double recordedSeconds = 0; ///< of a live recording
+    double recordedSeconds = 0; ///< for how long a recording has run
     /// Of the whole, 0 to 1. It never falls within a run, moves through all phases, and is 1 only when the
     /// file is in its place.
     double fraction = 0;

@@ -17,6 +17,7 @@
 /// while its download runs, the download goes on and nobody is told.
 
 #include "HVDownloadProgress.h"
+#include "HVResumeSettings.h"
 #include "IHVDownloadTaskDelegate.h"
 
 #include <cstdint>
@@ -35,7 +36,7 @@ enum HVDownloadState {
     HVDownloadStateIdle = 1,        ///< not started, or reset
     HVDownloadStatePending = 2,     ///< waits for a free place in the queue
     HVDownloadStateDownloading = 3, ///< a task is starting or running
-    HVDownloadStatePaused = 4,      ///< reserved, never entered
+    HVDownloadStatePaused = 4,      ///< stopped by a pause, to go on later: see SetResumable
     HVDownloadStateDone = 5,        ///< over, with success or with an error: LastError() tells which
     HVDownloadStateCancelled = 6,   ///< over by the user's stop
     HVDownloadStateMixed = 7        ///< no controller's state; that of controllers in different states
@@ -95,7 +96,10 @@ public:
     /// Makes the controller wait for a free place. The run will download what the item says at this moment.
     virtual void PendingDownload() = 0;
     ///@{
-    /// No effect: a pause does not exist.
+    /// Without effect unless SetResumable was called. PauseDownload ends a running download, whose data
+    /// stays; the state is Paused when it has ended, and no function hears an end. One that is Pending is
+    /// Paused at once. ResumeDownload starts a Paused one, or lets it wait for a place in its queue; it goes
+    /// on where it stopped. StopDownload makes a Paused one Cancelled.
     virtual void PauseDownload() = 0;
     virtual void ResumeDownload() = 0;
     ///@}
@@ -135,6 +139,15 @@ public:
     /// Called once at the end of each run with its result, after the queue has started the next one and after
     /// the file stands in its place. A run that was replaced by a new start is not reported.
     virtual void SetDownloadCompleteFunc(std::function<void(std::shared_ptr<IHVError const>)> function) = 0;
+
+    /// From the next start on, what a stopped, failed or killed download has fetched stays, and a later one
+    /// of the same item, format and target goes on with it; also that of another controller or process. What
+    /// the server has changed since is fetched anew. It needs a tool that loads our extension; a recording,
+    /// and a download without a part file, begin anew. No effect on other implementations.
+    void SetResumable(HVResumeSettings const& settings);
+    /// Removes the partial data of this item, its chosen format and the target. False while a download uses
+    /// it.
+    bool DiscardPartial();
 
     /// The function gets the progress in numbers, phase by phase: at most so many calls a second (all of them
     /// for 0), but the last record of each phase always, also the one in which the file is in its place. On

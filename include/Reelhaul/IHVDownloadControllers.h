@@ -89,7 +89,7 @@ public:
     std::vector<std::shared_ptr<IHVError const>> StartAll();
     std::vector<std::shared_ptr<IHVError const>> StartRows(std::vector<int> const& indices);
     ///@}
-    /// No effect: a pause does not exist.
+    /// IHVDownloadController::PauseDownload of the downloading ones of the rows; StartDownload resumes.
     void PauseDownload(std::vector<int> indices);
     ///@{
     /// Makes the Pending ones of the rows Idle, then asks the downloading ones to end. StopRows takes exactly
@@ -105,6 +105,12 @@ public:
     /// application. At the end of a program call StopAll first.
     int WaitFinish(unsigned int milliseconds) const;
 
+    /// IHVDownloadController::SetResumable of all rows, and of those that are added later.
+    void SetResumable(HVResumeSettings const& settings);
+    /// Removes partial data in which nothing has changed for so many days: that in `folder`, a target folder
+    /// or one that was named as the folder of partial data. What is in use stays. How many downloads' data
+    /// there was. Blocks as long as the removal takes.
+    static int SweepPartial(std::string const& folder, int days);
     /// The sum over all rows, and how many rows are in which state. Walks the list; rows go on meanwhile.
     HVQueueProgress GetProgress() const;
 

@@ -57,6 +57,11 @@ protected:
             {"wait", [&] { return controller.WaitFinish(1) == HVErrTimeout; }},
             {"reset", [&] { return controller.ResetDownload(), true; }},
             {"pause", [&] { return controller.PauseDownload(), controller.ResumeDownload(), true; }},
+            {"keep", [&] { return controller.SetResumable({}), true; }},
+            {"halt", [&] { return controller.PauseDownload(), true; }},
+            {"paused",
+             [&] { return Eventually([&] { return controller.State() == HVDownloadStatePaused; }); }},
+            {"resume", [&] { return controller.ResumeDownload(), true; }},
             {"up", [&] { return AwaitFile("up") && std::filesystem::remove(Path("up")); }},
             {"go", [&] { return Put("go"), true; }},
             {"end", [&] { return Eventually([this] { return ends_ > awaited_; }) && ++awaited_ > 0; }},
@@ -98,6 +103,12 @@ TEST_F(Controller, GoesThroughItsStates) {
              {hang, "start up pending reset end quiet", "1>3 3>2 2>1 1>6 Cancel|6|"},
              {hang, "start up start up stop end quiet", "1>3 3>6 Cancel|6|"},
              {hang, "start up reset start up stop end quiet", "1>3 3>1 1>3 3>6 Cancel|6|"},
+             {hang, "keep start up halt paused resume up stop end", "1>3 3>4 4>3 3>6 Cancel|6|"},
+             {hang, "keep start up pause up stop end", "1>3 3>4 4>3 3>6 Cancel|6|"},
+             {hang, "keep start up halt stop end", "1>3 3>6 Cancel|6|"},
+             {hang, "keep start up halt paused stop", "1>3 3>4 4>6|6|"},
+             {hang, "keep pending halt resume up stop end", "1>2 2>4 4>3 3>6 Cancel|6|"},
+             {"write . 1", "keep start end", "1>3 3>5 Succeed|5|Succeed"},
          }) {
         auto const controller = New(script);
         std::istringstream words(operations);

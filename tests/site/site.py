@@ -31,6 +31,7 @@ import media
 import pages
 
 CHUNK = 16 * 1024
+INVERTED = bytes(255 - byte for byte in range(256))
 LIVE_WINDOW = 6  # segments in a live playlist at any time
 
 
@@ -67,7 +68,7 @@ class Handler(BaseHTTPRequestHandler):
     disable_nagle_algorithm = True  # head and body are two writes
 
     def do_GET(self):
-        self.sent, self.status, self.begin = 0, "-", time.time()
+        self.sent, self.status, self.begin, self.mark = 0, "-", time.time(), None
         address = urlsplit(self.path)
         self.query = dict(parse_qsl(address.query, keep_blank_values=True))
         try:
@@ -126,6 +127,8 @@ class Handler(BaseHTTPRequestHandler):
             self.close_connection = True
         else:
             self.send_header("Content-Length", str(length))
+        if self.mark:
+            self.send_header("ETag", self.mark)
         if status == 206:
             self.send_header("Content-Range", self.range)
         if "wait" in self.query:
@@ -139,17 +142,27 @@ class Handler(BaseHTTPRequestHandler):
         if self.command != "HEAD":
             self.write_body(file)
 
+    def version(self, name):
+        """Another file in this one's place."""
+        return name.replace("320", "640") if self.query.get("version") == "larger" else name
+
+    def bytes_of(self, file, begin, length):
+        data = os.pread(file.fileno(), length, begin)
+        return data.translate(INVERTED) if self.query.get("version") == "inverted" else data
+
     def file(self, file, size, content_type):
         """A file, from where the client asks for it; from its begin with "ranges=no"."""
         wanted = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
+        if self.query.get("marks") != "no":
+            self.mark = f'"{self.query.get("version", "")}-{size}"'
         if not wanted or self.query.get("ranges") == "no":
-            return self.body(file, size, content_type)
+            return self.body(io.BytesIO(self.bytes_of(file, 0, size)), size, content_type)
         begin, end = int(wanted[1]), int(wanted[2] or size - 1)
         if begin >= size:
             return self.text("nothing there\n", status=416)
         self.range = f"bytes {begin}-{min(end, size - 1)}/{size}"
         length = min(end, size - 1) - begin + 1
-        return self.body(io.BytesIO(os.pread(file.fileno(), length, begin)), length, content_type, 206)
+        return self.body(io.BytesIO(self.bytes_of(file, begin, length)), length, content_type, 206)
 
     def text(self, text, content_type="text/plain; charset=utf-8", status=200):
         data = text.encode()
@@ -174,7 +187,7 @@ class Handler(BaseHTTPRequestHandler):
             self.text(str(self.server.media_sent))
         elif room == "media" and name.endswith(".m3u8"):
             self.m3u8(name)
-        elif room in ("media", "direct") and (path := site.folder / name).is_file() and ".." not in name:
+        elif room in ("media", "direct") and (path := site.folder / self.version(name)).is_file() and ".." not in name:
             with open(path, "rb") as file:
                 self.file(file, path.stat().st_size, mimetypes.guess_type(path.name)[0] or "application/octet-stream")
         else:

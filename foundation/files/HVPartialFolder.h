@@ -1,0 +1,41 @@
+#pragma once
+// A folder for what a stopped or failed download leaves, so that the next one goes on there: one for each
+// item, format and target, under a name that stays the same. A lock tells one in use, also by other
+// processes. Thread-safe but for one object, which one thread uses at a time.
+
+#include "HVDescriptor.h"
+
+#include <memory>
+#include <string>
+
+namespace Halvorn {
+
+class HVPartialFolder {
+public:
+    /// Makes the folder `name` in `parent`, where it is missing, and locks it. Empty when that is not
+    /// possible; `inUse` tells whether another download has it.
+    static std::shared_ptr<HVPartialFolder> Open(std::string const& parent, std::string const& name,
+                                                 bool& inUse);
+    std::string const& Path() const { return path_; }
+    /// Removes it and all in it, and `parent` when nothing else is there.
+    void Remove();
+    /// Removes it unless it holds what another run can go on with: our extension has noted the source.
+    void RemoveUnlessNoted();
+
+    /// Removes the folders in `parent` in which nothing has changed for so many days, but for those in use.
+    /// How many there were.
+    static int Sweep(std::string const& parent, int days);
+
+private:
+    HVPartialFolder(std::string parent, std::string name, HVDescriptor lock);
+
+    std::string const parent_;
+    std::string const name_;
+    std::string const path_;
+    HVDescriptor const lock_;
+};
+
+/// A name for a folder that stays the same for the same text, in all versions.
+std::string StableName(std::string const& text);
+
+} // namespace Halvorn

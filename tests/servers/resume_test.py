@@ -1,0 +1,107 @@
+"""Downloads that go on where they stopped, with the real tool: after kills, and against a server that changes its files."""
+
+import json
+import random
+import shutil
+import signal
+import subprocess
+import urllib.request
+from pathlib import Path
+
+from servers import COMMAND, TOOL, ServerTest, probe
+
+RATE = "media.rate=300000"
+
+
+class ResumeTest(ServerTest):
+    def setUp(self):
+        super().setUp()
+        self.out = self.folder / "out"
+        self.environment = self.environment_of_command()
+
+    def command(self, page, code, *more):
+        return [COMMAND, "get", "--json", "--continue", "-o", self.out, "--format", code, *more, self.page(page)]
+
+    def sent(self):
+        with urllib.request.urlopen(f"{self.site.address}/sent") as answer:
+            return int(answer.read())
+
+    def stop_at(self, least, page, code, stop=signal.SIGKILL):
+        """Ends the download once so many bytes have come; true when it had ended before."""
+        with subprocess.Popen(self.command(page, code), env=self.environment, text=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as process:
+            for event in map(json.loads, process.stdout):
+                if event["event"] == "progress" and event["bytes"] >= least:
+                    process.send_signal(stop)
+                    break
+            words = process.stderr.read()
+            process.stdout.read()
+        self.wait_until(lambda: not self.processes())
+        return words
+
+    def finish(self, page, code, *more):
+        run = subprocess.run(self.command(page, code, *more), env=self.environment, text=True, capture_output=True, timeout=120)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        events = [json.loads(line) for line in run.stdout.splitlines()]
+        file = next(event["path"] for event in events if event["event"] == "finished")
+        self.assertEqual([path.name for path in self.out.iterdir()], [file.rpartition("/")[2]])  # no partial data is left
+        return file
+
+    def width(self, file):
+        return subprocess.run([TOOL.parent / "ffprobe", "-v", "error", "-show_entries", "stream=width", "-of", "csv=p=0", file],
+                              text=True, capture_output=True).stdout.strip()
+
+    def test_nothing_is_fetched_twice_and_every_file_is_whole(self):
+        moments = random.Random(7)
+        for page, code, size in (("combined", "combined320-mp4", 800_000), ("merged-mp4", "video320mp4+audio-en", 700_000),
+                                 ("hls", "640", 790_000), ("dash", "1+2", 1_900_000)):
+            with self.subTest(page):
+                before, kills = self.sent(), 4
+                marks = sorted(moments.uniform(0.05, 0.95) * size * 0.5 for _ in range(kills))
+                for number, mark in enumerate(marks):
+                    words = self.stop_at(mark, f"{page}?{RATE}", code, (signal.SIGKILL, signal.SIGINT)[number % 2])
+                    if number % 2:
+                        self.assertIn("the same command goes on", words)
+                file = self.finish(f"{page}?{RATE}", code)
+                self.assertEqual(probe(file), "video audio 8")
+                whole = self.sent() - before
+                shutil.rmtree(self.out)
+                before = self.sent()
+                self.finish(page, code)
+                once = self.sent() - before
+                shutil.rmtree(self.out)
+                # What was on its way at a kill, or the fragment.
+                self.assertLess(whole, once + kills * 300_000, f"{once} bytes")
+                print(f"{page}: {whole} bytes sent with {kills} kills, {once} without")
+
+    def test_a_file_that_the_server_changes_in_between_is_never_a_mixture(self):
+        for page, code, faults, change, file in (
+                ("combined", "combined320-mp4", "", "inverted", "combined320.mp4"),
+                ("combined", "combined320-mp4", "&media.marks=no", "inverted", "combined320.mp4"),
+                ("combined", "combined320-mp4", "&media.ranges=no", "inverted", "combined320.mp4"),
+                ("combined", "combined320-mp4", "", "larger", "combined320.mp4"),
+                ("merged-mp4", "video320mp4+audio-en", "", "larger", "")):
+            with self.subTest(page, faults=faults, change=change):
+                self.stop_at(100_000, f"{page}?{RATE}{faults}", code)
+                self.assertTrue([path for path in self.out.rglob("*") if path.name.endswith((".part", ".mp4"))])
+                result = self.finish(f"{page}?media.version={change}{faults}", code)
+                if file:
+                    with urllib.request.urlopen(f"{self.site.address}/media/{file}?version={change}") as answer:
+                        self.assertEqual(Path(result).read_bytes(), answer.read())
+                else:
+                    self.assertEqual(self.width(result), "640")
+                shutil.rmtree(self.out)
+
+    def test_tries_again_by_itself_and_a_stop_ends_the_wait(self):
+        with subprocess.Popen(self.command("combined?media.status=503", "combined320-mp4", "--retries", "0"), text=True,
+                              env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
+            for event in map(json.loads, process.stdout):
+                if event.get("phase") == "waiting-to-retry":
+                    break
+            self.assertGreater(event["seconds_left"], 3)
+            process.send_signal(signal.SIGINT)
+            process.stdout.read()
+        self.assertEqual(process.returncode, 130)
+        # The connection is cut once, and the tool itself is told not to try again.
+        file = self.finish("combined?media.cutonce=100000", "combined320-mp4", "--retries", "0")
+        self.assertEqual(probe(file), "video audio 8")
