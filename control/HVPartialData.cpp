@@ -20,7 +20,7 @@ constexpr char kSeparator = '\n';
 std::string Identity(IHVDownloadItem const& item) {
     if (auto const details = item.Details(); details != nullptr && !details->id.empty())
         return details->extractor + kSeparator + details->id;
-    std::string const url = item.DownloadURL();
+    std::string const& url = item.DownloadURL();
     return url.empty() ? item.GetPlaylistURL() + kSeparator + std::to_string(item.GetEntryIndexOfPlayList())
                        : url;
 }
