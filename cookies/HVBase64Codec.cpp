@@ -1,5 +1,6 @@
 #include "IHVBase64Codec.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Halvorn {
@@ -50,6 +51,21 @@ std::string IHVBase64Codec::Decode(std::string_view text) {
     if (digits % 4 == 1 || (padding > 0 && (digits + padding) % 4 != 0) || padding > 2)
         return {};
     return bytes;
+}
+
+std::string IHVBase64Codec::Encode(std::string_view bytes) {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t begin = 0; begin < bytes.size(); begin += 3) {
+        std::size_t const count = std::min<std::size_t>(bytes.size() - begin, 3);
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < 3; ++i)
+            bits = bits << 8U | (i < count ? static_cast<unsigned char>(bytes[begin + i]) : 0U);
+        for (std::size_t i = 0; i < 4; ++i)
+            text += i <= count ? kDigits[bits >> (18 - 6 * i) & 63U] : '=';
+    }
+    return text;
 }
 
 } // namespace Halvorn

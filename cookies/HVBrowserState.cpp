@@ -34,6 +34,13 @@ BrowserNames const& NamesOf(HVDownloadBrowser browser) {
 
 } // namespace
 
+HVDownloadBrowser BrowserOfWord(std::string const& word) {
+    for (auto const& names : Names)
+        if (word == names.param)
+            return names.browser;
+    return HVDownloadBrowserUnknown;
+}
+
 std::string IHVBrowserState::BrowserName(HVDownloadBrowser browser) {
     return NamesOf(browser).name;
 }

@@ -7,6 +7,9 @@
 
 namespace Halvorn {
 
+/// The browser that the tool knows by this word; HVDownloadBrowserUnknown for none.
+HVDownloadBrowser BrowserOfWord(std::string const& word);
+
 struct HVBrowserState final : IHVBrowserState {
     bool HasCookieData() const override { return hasData; }
     long long GetStateTime() const override { return time; }

@@ -34,6 +34,18 @@ std::shared_ptr<IHVError const> Failure(int line, char const* text) {
     return IHVError::MallocError("HVDownLoadCookies", line, "GenerateCookiesFile", -1, "Error", text);
 }
 
+/// As the tool takes it: BROWSER[+KEYRING][:PROFILE][::CONTAINER].
+std::string BrowserArgument(HVDownloadBrowser browser, IHVDownloadCookies::BrowserStore const& store) {
+    std::string argument = IHVBrowserState::BrowserParamName(browser);
+    if (!store.keyring.empty())
+        argument += "+" + store.keyring;
+    if (!store.profile.empty())
+        argument += ":" + store.profile;
+    if (!store.container.empty())
+        argument += "::" + store.container;
+    return argument;
+}
+
 /// In milliseconds; as much as the type holds where that is less.
 long long PollLimit(long long seconds) {
     return std::clamp(seconds, 0LL, std::numeric_limits<long long>::max() / 1000 - 1) * 1000;
@@ -51,7 +63,9 @@ std::string HVDownloadCookies::GetCookiesPathFile() const {
 
 std::shared_ptr<IHVDownloadCookies> HVDownloadCookies::Clone() const {
     std::lock_guard const lock(mutex_);
-    return std::make_shared<HVDownloadCookies>(cookiesPathFile_, cookiesFromBrowser_);
+    auto clone = std::make_shared<HVDownloadCookies>(cookiesPathFile_, cookiesFromBrowser_);
+    clone->browserStore_ = browserStore_;
+    return clone;
 }
 
 void HVDownloadCookies::SetCookiesFromBrowser(HVDownloadBrowser browser) {
@@ -80,8 +94,8 @@ std::shared_ptr<IHVError const> HVDownloadCookies::GenerateCookiesFile(std::stri
         std::lock_guard const lock(mutex_);
         cookiesPathFile_ = file;
     }
-    HVToolRun run(ToolInForce(),
-                  {"--cookies-from-browser", IHVBrowserState::BrowserParamName(browser), "--cookies", file});
+    auto const browserArgument = BrowserArgument(browser, KeptBrowserStore());
+    HVToolRun run(ToolInForce(), {"--cookies-from-browser", browserArgument, "--cookies", file});
     run.SetLimits({kBrowserTime, 0, 0});
     auto const result = run.Run();
     ReleaseFileReservation(file);
@@ -238,6 +252,30 @@ std::string IHVDownloadCookies::CookiesFromBrowserName() const {
 
 std::string IHVDownloadCookies::CookiesFromBrowserParamName() const {
     return IHVBrowserState::BrowserParamName(GetCookiesFromBrowser());
+}
+
+std::string IHVDownloadCookies::CookiesFromBrowserArgument() const {
+    return BrowserArgument(GetCookiesFromBrowser(), GetBrowserStore());
+}
+
+void HVDownloadCookies::KeepBrowserStore(BrowserStore store) {
+    std::lock_guard const lock(mutex_);
+    browserStore_ = std::move(store);
+}
+
+IHVDownloadCookies::BrowserStore HVDownloadCookies::KeptBrowserStore() const {
+    std::lock_guard const lock(mutex_);
+    return browserStore_;
+}
+
+void IHVDownloadCookies::SetBrowserStore(BrowserStore store) {
+    if (auto* const own = dynamic_cast<HVDownloadCookies*>(this))
+        own->KeepBrowserStore(std::move(store));
+}
+
+IHVDownloadCookies::BrowserStore IHVDownloadCookies::GetBrowserStore() const {
+    auto const* const own = dynamic_cast<HVDownloadCookies const*>(this);
+    return own != nullptr ? own->KeptBrowserStore() : BrowserStore();
 }
 
 } // namespace Halvorn

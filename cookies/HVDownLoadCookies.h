@@ -31,6 +31,8 @@ public:
 
     std::shared_ptr<IHVError const> StartAsking(HVBrowserQuestion const& question, AnswerFunc answer);
     void EndAsking();
+    void KeepBrowserStore(BrowserStore store);
+    BrowserStore KeptBrowserStore() const;
 
 private:
     /// What the callback is told.
@@ -58,6 +60,7 @@ private:
     mutable std::mutex mutex_; // guards the fields, never held while others' code runs
     std::string cookiesPathFile_;
     HVDownloadBrowser cookiesFromBrowser_;
+    BrowserStore browserStore_;
     std::shared_ptr<IHVThread> worker_;
     Callback callback_;
     std::shared_ptr<HVLatch> stopAsking_; ///< of the last AskRunningBrowser

@@ -11,6 +11,8 @@ public:
     /// The decoded bytes. White space is skipped, padding may be missing; a text with any other foreign
     /// character decodes to nothing.
     static std::string Decode(std::string_view text);
+    /// In one line, with padding.
+    static std::string Encode(std::string_view bytes);
 };
 
 } // namespace Halvorn

@@ -209,7 +209,7 @@ Args HVArgsBuilder::BuildCookiesptions() const {
     auto const path = cookies->GetCookiesPathFile();
     if (!path.empty())
         return {"--cookies", path};
-    return {"--cookies-from-browser", cookies->CookiesFromBrowserParamName()};
+    return {"--cookies-from-browser", cookies->CookiesFromBrowserArgument()};
 }
 
 } // namespace Halvorn

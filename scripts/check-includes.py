@@ -10,7 +10,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-FLOORS = [["foundation"], ["model", "tools"], ["cookies"], ["options"], ["task"], ["control"]]
+FLOORS = [["foundation"], ["model", "tools"], ["cookies"], ["options", "browser"], ["task"], ["control"]]
 FLOOR = {room: number for number, rooms in enumerate(FLOORS) for room in rooms}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 SYSTEM_ONLY = re.compile(r"__attribute__|__APPLE__|__linux__|\bvasprintf\b")

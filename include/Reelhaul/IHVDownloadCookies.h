@@ -79,6 +79,19 @@ public:
     /// Ends the wait of AskRunningBrowser; returns at once.
     void StopAsking();
 
+    /// Which of the browser's stores the tool reads; what is empty is left to the tool.
+    struct BrowserStore {
+        std::string profile;   ///< name of a profile, or the path of its folder
+        std::string container; ///< of Firefox; "none" for cookies outside of all containers
+        std::string keyring; ///< that decrypts Chromium's cookies on Linux, such as "basictext" or "kwallet5"
+    };
+    /// Counts wherever the tool reads a browser for this record; a clone has it, too.
+    void SetBrowserStore(BrowserStore store);
+    BrowserStore GetBrowserStore() const; ///< as it was set
+
+    /// The value of the tool's "--cookies-from-browser": CookiesFromBrowserParamName, with the store where
+    /// one is set.
+    std::string CookiesFromBrowserArgument() const;
     /// IHVBrowserState::BrowserName of the record's browser.
     std::string CookiesFromBrowserName() const;
     /// IHVBrowserState::BrowserParamName of the record's browser.

@@ -51,6 +51,7 @@
 #include "IHVNetworkOptions.h"
 #include "IHVPlayList.h"
 #include "IHVProxy.h"
+#include "IHVRunningBrowsers.h"
 #include "IHVWarmTool.h"
 
 /// Version of the interface, the minor version as hundredths: 1.02 is version 1.2.

@@ -358,8 +358,11 @@ TEST(Groups, Authentication) {
 TEST(Groups, Cookies) {
     auto const both = IHVDownloadCookies::MallocDownloadCookies("/c d.txt");
     both->SetCookiesFromBrowser(HVDownloadBrowserFirefox);
+    auto const stored = IHVDownloadCookies::MallocDownloadCookies(HVDownloadBrowserChromium);
+    stored->SetBrowserStore({"Profile 1", "none", "basictext"});
     for (auto const& [record, expected] :
          {std::pair(both, "--cookies '/c d.txt'"),
+          std::pair(stored->Clone(), "--cookies-from-browser 'chromium+basictext:Profile 1::none'"),
           std::pair(IHVDownloadCookies::MallocDownloadCookies(HVDownloadBrowserSafari),
                     "--cookies-from-browser safari"),
           std::pair(IHVDownloadCookies::MallocDownloadCookies(), "--cookies-from-browser unknown")})
