@@ -18,5 +18,5 @@ scripts/test.sh coverage -E "^(install|symbols)$" "$@" >build/coverage.log || {
   exit 1
 }
 rooms=()
-for room in foundation model options task control tools cookies cli; do rooms+=(--filter "$room/"); done
+for room in foundation model options task control tools cookies browser cli; do rooms+=(--filter "$room/"); done
 exec gcovr --root . "${rooms[@]}" --exclude-throw-branches --print-summary build/coverage

@@ -9,6 +9,7 @@
 #include "HVJsonText.h"
 #include "HVProgressDisplay.h"
 #include "HVRequest.h"
+#include "HVRunningCookies.h"
 #include "HVSession.h"
 #include "HVToolSetUp.h"
 
@@ -215,6 +216,9 @@ int RunGet(HVSession& session, HVRequest& request) {
     }
     // An analysis and a download at least.
     WarmTool(request);
+    HVRunningCookies cookies;
+    if (int const status = cookies.Ask(session, request); status != HVExitDone)
+        return status;
     return GetCommand(session, request).Run();
 }
 

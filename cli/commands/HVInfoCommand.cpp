@@ -7,6 +7,7 @@
 #include "HVJsonText.h"
 #include "HVProgressDisplay.h"
 #include "HVRequest.h"
+#include "HVRunningCookies.h"
 #include "HVSession.h"
 #include "HVToolSetUp.h"
 
@@ -156,6 +157,9 @@ int RunInfo(HVSession& session, HVRequest& request) {
         return HVExitFailed;
     }
     request.listOnly = request.flat;
+    HVRunningCookies cookies;
+    if (int const status = cookies.Ask(session, request); status != HVExitDone)
+        return status;
     return InfoCommand(session, request).Run();
 }
 

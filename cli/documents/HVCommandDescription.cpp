@@ -86,6 +86,7 @@ private:
         {"--js-runtime", {"none"}},
         {"--xff", {"default", "never"}},
         {"--cookies-from-browser", Browsers()},
+        {"--cookies-from-running", Browsers()},
         {"--ap-mso", Providers()},
         {"BROWSER", Browsers()},
         {"COPIES", {"local", "built-in"}}};

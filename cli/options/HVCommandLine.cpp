@@ -8,6 +8,7 @@
 #include "HVOptionDocument.h"
 #include "HVOptionTable.h"
 #include "HVProvidersCommand.h"
+#include "HVRunningCookies.h"
 #include "HVToolsCommand.h"
 
 #include <Reelhaul/Reelhaul.h>
@@ -141,6 +142,7 @@ void HVCommandLine::AddInfo() {
     AddItems(app);
     AddToolPaths(app);
     AddRuns(app);
+    AddRunningBrowser(app);
     AddRecords(app, false);
 }
 
@@ -173,6 +175,7 @@ void HVCommandLine::AddGet() {
     AddFlag(app, "--analyse-once", request_.analyseOnce,
             "Download by what the analysis found, without having the tool read the page again")
         .group("Tools");
+    AddRunningBrowser(app);
     AddRecords(app, true);
 }
 
@@ -245,20 +248,37 @@ void HVCommandLine::AddRecords(CLI::App& app, bool downloads) {
     }
 }
 
+void HVCommandLine::AddRunningBrowser(CLI::App& app) {
+    app.add_option(
+           "--cookies-from-running", request_.runningBrowser,
+           "Ask this browser, which runs, for the cookies of the addresses' sites; :PROFILE may follow")
+        ->type_name("NAME")
+        ->check(NotEmpty, "")
+        ->group("Cookies");
+}
+
+void HVCommandLine::AddCookies() {
+    CLI::App& cookies =
+        Add("cookies", "Write a cookies file from a browser, or set browsers up to be asked", RunCookies);
+    cookies.add_option("BROWSER", request_.browser, "The browser, such as firefox")->type_name("");
+    cookies.add_option("-o,--output", request_.folder, "Folder for the file")
+        ->type_name("DIR")
+        ->check(PathLike, "");
+    auto& install = AddFlag(cookies, "--install-host", request_.installHost,
+                            "Let BROWSER be asked while it runs; every browser there is unless named");
+    auto& uninstall = AddFlag(cookies, "--uninstall-host", request_.uninstallHost, "Take that back");
+    auto& status = AddFlag(cookies, "--status", request_.status, "Tell how it is with each browser");
+    install.excludes(&uninstall)->excludes(&status);
+    uninstall.excludes(&status);
+    AddToolPaths(cookies);
+}
+
 void HVCommandLine::AddLesser() {
     CLI::App& providers = Add("providers", "List the TV providers for --ap-mso, id and name", RunProviders);
     providers.add_option("TEXT", request_.search, "Only those whose id or name holds this text")
         ->type_name("");
 
-    CLI::App& cookies = Add("cookies", "Write a cookies file from a browser", RunCookies);
-    cookies.add_option("BROWSER", request_.browser, "The browser, such as firefox")
-        ->required()
-        ->type_name("");
-    cookies.add_option("-o,--output", request_.folder, "Folder for the file")
-        ->required()
-        ->type_name("DIR")
-        ->check(PathLike, "");
-    AddToolPaths(cookies);
+    AddCookies();
 
     CLI::App& tools = Add("tools", "Show the copies of the tools, and which are in force", RunTools);
     tools.require_subcommand(0, 1);
@@ -327,6 +347,21 @@ std::string HVCommandLine::Read(int count, char const* const* arguments, int& st
     }
 }
 
+std::string HVCommandLine::CookiesFault() const {
+    bool const setsUp = request_.installHost || request_.uninstallHost || request_.status;
+    if (run_ == RunCookies && !setsUp && request_.browser.empty())
+        return "BROWSER is required";
+    if (run_ == RunCookies && !setsUp && app_->get_subcommand("cookies")->count("--output") == 0)
+        return "--output is required";
+    if (!request_.runningBrowser.empty() &&
+        (given_.contains("--cookies") || given_.contains("--cookies-from-browser")))
+        return "--cookies-from-running can't be given together with other cookies";
+    if (HVBrowserQuestion question; !request_.runningBrowser.empty())
+        if (std::string const fault = ReadRunningBrowser(request_.runningBrowser, question); !fault.empty())
+            return "--cookies-from-running: " + fault;
+    return {};
+}
+
 std::string HVCommandLine::Complete() {
     for (std::string const& url : request_.urls)
         if (url.empty())
@@ -334,6 +369,8 @@ std::string HVCommandLine::Complete() {
     if (request_.subtitleKind != "people" && request_.subtitleKind != "machine" &&
         request_.subtitleKind != "any")
         return "--subtitle-kind must be people, machine or any, not \"" + request_.subtitleKind + "\"";
+    if (std::string fault = CookiesFault(); !fault.empty())
+        return fault;
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7-, not \"" + request_.items + "\"";
     for (std::string fault :

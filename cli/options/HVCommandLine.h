@@ -51,7 +51,10 @@ private:
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
     void AddRuns(CLI::App& app);
+    void AddRunningBrowser(CLI::App& app);
+    void AddCookies();
     void AddRecords(CLI::App& app, bool downloads);
+    std::string CookiesFault() const;
     /// Completes the request from what was given. Returns the fault.
     std::string Complete();
 

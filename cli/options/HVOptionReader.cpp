@@ -9,6 +9,7 @@
 
 #include <Reelhaul/IHVBrowserState.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdint>
@@ -90,7 +91,7 @@ std::string ReadValue(HVOptionRow const& row, HVOptionValue& value) {
     if (row.kind == HVOptionKind::Proxy)
         value.proxy = ReadProxy(value.text, fault);
     if (row.kind == HVOptionKind::Browser)
-        return ReadBrowser(value.text, value.browser);
+        return ReadBrowserStore(value.text, value.browser, value.store);
     return fault;
 }
 
@@ -189,6 +190,22 @@ std::string ReadBrowser(std::string_view name, HVDownloadBrowser& browser) {
         known.append(known.empty() ? "" : ", ").append(word);
     }
     return "there is no browser " + Quoted(name) + "; there are " + known;
+}
+
+std::string ReadBrowserStore(std::string const& given, HVDownloadBrowser& browser,
+                             IHVDownloadCookies::BrowserStore& store) {
+    std::string front = given;
+    // Takes what follows the mark off the text.
+    auto const behind = [&front](std::string_view mark) {
+        auto const place = front.find(mark);
+        std::string const part = place == std::string::npos ? "" : front.substr(place + mark.size());
+        front.resize(std::min(place, front.size()));
+        return part;
+    };
+    store.container = behind("::");
+    store.profile = behind(":");
+    store.keyring = behind("+");
+    return ReadBrowser(front, browser);
 }
 
 std::string PathFault(std::string const& name, std::string const& path) {

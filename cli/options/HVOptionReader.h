@@ -2,6 +2,7 @@
 // The options given on the command line, checked and turned into the library's records.
 
 #include <Reelhaul/HVDownloadBrowser.h>
+#include <Reelhaul/IHVDownloadCookies.h>
 #include <Reelhaul/IHVDownloadOptions.h>
 
 #include <map>
@@ -21,6 +22,10 @@ std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions
 /// The browser that the tool knows by this name. Returns the fault, which lists the names; empty when all is
 /// well.
 std::string ReadBrowser(std::string_view name, HVDownloadBrowser& browser);
+
+/// The same of "NAME[+KEYRING][:PROFILE][::CONTAINER]".
+std::string ReadBrowserStore(std::string const& given, HVDownloadBrowser& browser,
+                             IHVDownloadCookies::BrowserStore& store);
 
 /// Why `path`, the value of the option `name`, is no existing path; empty when it is one.
 std::string PathFault(std::string const& name, std::string const& path);

@@ -127,9 +127,11 @@ constexpr std::array kTable{
         [](Records& r, Value const& v) { r.SetCookies(IHVDownloadCookies::MallocDownloadCookies(v.text)); }},
     HVOptionRow{kCookies, "--cookies-from-browser", "NAME", Kind::Browser, 0, 0, false, "", "",
                 "IHVDownloadCookies::MallocDownloadCookies", "--cookies-from-browser",
-                "Send the cookies of this browser",
+                "Send the cookies of this browser, as NAME[+KEYRING][:PROFILE][::CONTAINER]",
                 [](Records& r, Value const& v) {
-                    r.SetCookies(IHVDownloadCookies::MallocDownloadCookies(v.browser));
+                    auto cookies = IHVDownloadCookies::MallocDownloadCookies(v.browser);
+                    cookies->SetBrowserStore(v.store);
+                    r.SetCookies(cookies);
                 }},
     HVOptionRow{kDownload, "--limit-rate", "RATE", Kind::Rate, 1, kLargest, true, "", "",
                 "IHVGeneralOptions::SetLimitDownloadRate", "--limit-rate",

@@ -3,6 +3,7 @@
 // checks and docs/options.md are made from.
 
 #include <Reelhaul/HVDownloadBrowser.h>
+#include <Reelhaul/IHVDownloadCookies.h>
 #include <Reelhaul/IHVProxy.h>
 
 #include <memory>
@@ -21,7 +22,7 @@ enum class HVOptionKind {
     Rate,    ///< a number of bytes, perhaps with K, M or G
     Path,    ///< of something that exists
     Proxy,   ///< an address
-    Browser, ///< a name that the tool knows
+    Browser, ///< a name that the tool knows, perhaps with keyring, profile and container
 };
 
 /// A value, checked; which member counts depends on the kind.
@@ -30,6 +31,7 @@ struct HVOptionValue {
     int number = 0;
     std::shared_ptr<IHVProxy> proxy;
     HVDownloadBrowser browser = HVDownloadBrowserUnknown;
+    IHVDownloadCookies::BrowserStore store; ///< of the browser
 };
 
 struct HVOptionRow {

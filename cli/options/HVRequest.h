@@ -23,6 +23,7 @@ struct HVRequest {
     std::string items;                ///< see HVItemRanges; empty for all
     std::string name;                 ///< instead of the title; empty for the title
     std::string browser;              ///< of "cookies"
+    std::string runningBrowser;       ///< the browser that is asked for cookies, perhaps with :PROFILE
     std::string search;               ///< of "providers"
     std::string copies;               ///< of "tools use"
     std::string document;             ///< of "generate"
@@ -35,6 +36,9 @@ struct HVRequest {
     bool analyseOnce = false; ///< downloads are made by the analysis's document
     bool goOn = false;        ///< partial data stays, and is gone on with
     bool quiet = false;
+    bool installHost = false;   ///< of "cookies"
+    bool uninstallHost = false; ///< of "cookies"
+    bool status = false;        ///< of "cookies"
     bool json = false;
     bool text = false;
     bool flat = false;                           ///< lists inside a list are not gone into

@@ -11,6 +11,8 @@ PACKAGES_build=(g++ cmake make ninja-build pkg-config ccache rapidjson-dev libcu
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy abigail-tools xz-utils
   procps util-linux openssl chromium man-db zsh fish libglib2.0-dev doxygen)
 # shellcheck disable=SC2034
+PACKAGES_browsers=(firefox-esr)
+# shellcheck disable=SC2034
 PACKAGES_macos=(llvm googletest)
 # shellcheck disable=SC2034
 PACKAGES_package=(dpkg-dev file lintian doxygen)

@@ -49,7 +49,7 @@ ctypes.CDLL(sys.argv[1], os.RTLD_NOLOAD)' "$(find "$lib" -name "libreelhaul.so*"
 
 # What the library itself is made from suffices; anything for developers would miss its folder.
 mkdir -p "$work/part/reelhaul"
-cp -r "$source"/{CMakeLists.txt,cmake,data,include,foundation,model,options,task,control,tools,cookies} "$work/part/reelhaul/"
+cp -r "$source"/{CMakeLists.txt,cmake,data,include,foundation,model,options,task,control,tools,cookies,browser} "$work/part/reelhaul/"
 consumer part -DREELHAUL_TOOLS_DIR="$2" "-DCMAKE_CXX_COMPILER_LAUNCHER=$(command -v ccache)"
 "$work/part/built/by_subproject"
 

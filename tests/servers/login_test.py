@@ -106,6 +106,8 @@ class CookieTest(ServerTest):
                           " ('member', 'yes', '127.0.0.1', '/', ?, 0)", (int(time.time()) + 3600,))
         store.close()
         self.succeeds("info", "--cookies-from-browser", "firefox", self.wanted, **self.home)
+        self.succeeds("info", "--cookies-from-browser", f"firefox:{profile}::none", self.wanted, **self.home)
+        self.fails("containers.json", "info", "--cookies-from-browser", "firefox::nowhere", self.wanted, **self.home)
         self.addCleanup(os.umask, os.umask(0))
         run = self.succeeds("cookies", "firefox", "-o", self.folder / "secrets/made", **self.home)
         made = Path(run.stdout.split()[-1])

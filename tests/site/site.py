@@ -135,6 +135,8 @@ class Handler(BaseHTTPRequestHandler):
             self.send_header("Retry-After", self.query["wait"])
         if "set" in self.query:
             self.send_header("Set-Cookie", f"{self.query['set']}; Path=/; Max-Age=86400")
+        if "set-as-it-is" in self.query:
+            self.send_header("Set-Cookie", f"{self.query['set-as-it-is']}; Path=/")
         self.end_headers()
 
     def body(self, file, length, content_type, status=200):
