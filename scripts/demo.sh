@@ -68,6 +68,6 @@ else
   # The entry that fails is told, and makes the status 1.
   show get "$site/list/mixed" -o "$files" || [[ $? -eq 1 ]]
   printf '\n(With a subtitle the tool waits ten seconds, to be gentle to the site.)\n'
-  show get "$site/watch/subtitles" -o "$files" --format combined320-mp4 --subtitle en.srt
+  show get "$site/watch/subtitles" -o "$files" --format combined320-mp4 --subtitle en.vtt
 fi
 list_files
