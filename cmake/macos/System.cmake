@@ -27,7 +27,7 @@ set(CMAKE_DISABLE_FIND_PACKAGE_PkgConfig ON)
 set(CMAKE_DISABLE_FIND_PACKAGE_Doxygen ON)
 
 # The functions of libcurl that the library calls, as a text that the linker takes for the library.
-file(GLOB_RECURSE sources ${PROJECT_SOURCE_DIR}/foundation/http/*.cpp)
+file(GLOB_RECURSE sources ${PROJECT_SOURCE_DIR}/foundation/*.cpp ${PROJECT_SOURCE_DIR}/foundation/*.h)
 set(functions)
 foreach(source IN LISTS sources)
   file(READ ${source} text)
