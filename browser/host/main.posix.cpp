@@ -166,7 +166,7 @@ void Host::Wait() {
     for (auto const& application : applications_)
         waited.push_back({application.channel.In(), events(application.channel), 0});
     constexpr int kLook = 1000; // for connections that say nothing
-    if (poll(waited.data(), waited.size(), applications_.empty() ? -1 : kLook) < 0)
+    if (poll(waited.data(), static_cast<nfds_t>(waited.size()), applications_.empty() ? -1 : kLook) < 0)
         return;
     auto place = waited.begin() + 3;
     for (auto& application : applications_) {
