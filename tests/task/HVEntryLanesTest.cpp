@@ -163,8 +163,8 @@ TEST_F(SideBySide, TellsAListInItsOrderOnEveryRoute) {
         Put("list", text ? "run text" : "run json");
         std::filesystem::remove(Path("third"));
         EXPECT_EQ(Run(route,
-                      [full = full](auto& task) {
-                          task.SetFullAnalysis(full);
+                      [whole = full](auto& task) {
+                          task.SetFullAnalysis(whole);
                           task.SetAnalysesAtOnce(3);
                       }),
                   std::string("started: Parse started|") +
