@@ -66,7 +66,12 @@ protected:
             {"go", [&] { return Put("go"), true; }},
             {"end", [&] { return Eventually([this] { return ends_ > awaited_; }) && ++awaited_ > 0; }},
             // The run that nobody hears of any more has ended.
-            {"quiet", [&] { return Eventually([this] { return Running().first == 0; }) && NothingLeft(); }},
+            {"quiet",
+             [&] {
+                 Put("over");
+                 bool const ended = Eventually([this] { return Running().first == 0; });
+                 return std::filesystem::remove(Path("over")) && ended && NothingLeft();
+             }},
         };
         EXPECT_TRUE(operations.at(operation)()) << operation;
     }
@@ -84,7 +89,7 @@ private:
 
 TEST_F(Controller, GoesThroughItsStates) {
     std::string const hang = "touch up;hang";
-    std::string const slow = "ignore-term;touch up;hang"; // ends later than the next operation comes
+    std::string const slow = "ignore-term;touch up;wait over"; // longer than until the next operation
     // A script, what is done, and what is told, with the state and the last error's title at the end.
     for (auto const& [script, operations, expected] : std::vector<std::array<std::string, 3>>{
              {"write . 1", "start end", "1>3 3>5 Succeed|5|Succeed"},
