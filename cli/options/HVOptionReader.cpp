@@ -198,7 +198,7 @@ std::string ReadBrowserStore(std::string const& given, HVDownloadBrowser& browse
     // Takes what follows the mark off the text.
     auto const behind = [&front](std::string_view mark) {
         auto const place = front.find(mark);
-        std::string const part = place == std::string::npos ? "" : front.substr(place + mark.size());
+        std::string part = place == std::string::npos ? "" : front.substr(place + mark.size());
         front.resize(std::min(place, front.size()));
         return part;
     };

@@ -53,7 +53,7 @@ std::string Amounts(std::uint64_t bytes, std::uint64_t total, double rate, doubl
 }
 
 std::string Words(HVDownloadProgress const& record) {
-    std::string const phase = DownloadPhaseName(record.phase);
+    std::string phase = DownloadPhaseName(record.phase);
     if (record.phase < HVDownloadPhaseMedia || record.phase > HVDownloadPhaseAudio)
         return phase;
     return Amounts(record.partBytes, record.partTotal, record.bytesPerSecond, record.secondsLeft) +
