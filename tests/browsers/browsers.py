@@ -12,7 +12,16 @@ import time
 CHROMIUM_ID = "hkpegjcnhgedmhdmbmaegjidikonnpla"
 
 
-class Chromium:
+class Browser:
+    def wait(self, session, condition):
+        until = time.monotonic() + 60
+        while not self.run(session, condition):
+            if time.monotonic() > until:
+                raise RuntimeError(f"never true: {condition}")
+            time.sleep(0.05)
+
+
+class Chromium(Browser):
     """Headless, driven over pipes by its own protocol."""
 
     word = "chromium"
@@ -74,13 +83,6 @@ class Chromium:
 
     run_async = run  # which waits for a promise
 
-    def wait(self, session, condition):
-        until = time.monotonic() + 60
-        while not self.run(session, condition):
-            if time.monotonic() > until:
-                raise RuntimeError(f"never true: {condition}")
-            time.sleep(0.05)
-
     def popup(self):
         return self.open(f"chrome-extension://{CHROMIUM_ID}/popup.html")
 
@@ -93,7 +95,7 @@ class Chromium:
             os.close(fd)
 
 
-class Firefox:
+class Firefox(Browser):
     """Headless, driven by Marionette over a loopback socket."""
 
     word = "firefox"
@@ -162,13 +164,6 @@ class Firefox:
     def run_async(self, session, script):
         self.call("WebDriver:SwitchToWindow", handle=session)
         return self.call("WebDriver:ExecuteAsyncScript", script=f"({script}).then(arguments[arguments.length - 1])", args=[])["value"]
-
-    def wait(self, session, condition):
-        until = time.monotonic() + 60
-        while not self.run(session, condition):
-            if time.monotonic() > until:
-                raise RuntimeError(f"never true: {condition}")
-            time.sleep(0.05)
 
     def popup(self):
         self.call("Marionette:SetContext", value="chrome")

@@ -54,7 +54,7 @@ protected:
         item->SetLiveStream(live);
         return item;
     }
-    /// Of a playlist that is gone by now: its address stays.
+    /// An entry whose playlist has been destroyed: the item keeps the list's address.
     static Item EntryOf(std::string const& playlist, std::string const& url) {
         auto item = ItemOf(url);
         item->SetPlayList(IHVPlayList::MallocPlayList(playlist), 4);
