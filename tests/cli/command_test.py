@@ -198,7 +198,7 @@ class GetTest(ScriptedTest):
 
     def test_a_second_interrupt_gives_a_recording_up(self):
         self.write("scripts/item.json", json.dumps({**json.loads(ITEM), "is_live": True}))
-        self.write("scripts/item", ITEM_SCRIPT + "hold-int\nwrite +.part 9\ntouch up\nhang\n")
+        self.write("scripts/item", ITEM_SCRIPT + "hold-int\nwrite +.part +9\ntouch up\nhang\n")
         command = [COMMAND, "get", "--tool", self.folder / "tools", "-o", self.folder / "out", "script:item"]
         with subprocess.Popen(command, env=self.environment_of_command(**self.environment), text=True,
                               stderr=subprocess.PIPE) as process:

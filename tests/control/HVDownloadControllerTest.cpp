@@ -233,7 +233,7 @@ TEST_F(Controller, FinishesARecording) {
         bool live = true;
         bool noPart = false;
     };
-    std::string const up = "hold-int;write +.part 9;err ERROR: x time=00:01:07.20 bitrate=1\\r;touch up;";
+    std::string const up = "hold-int;write +.part +9;err ERROR: x time=00:01:07.20 bitrate=1\\r;touch up;";
     for (auto const& [script, events, size, live, noPart] : std::vector<Row>{
              {up + "take-int;write . 12", "1>3 3>5 Succeed", 12},
              // The tool leaves what it has as a part; it has nothing; it has written without a part.

@@ -192,7 +192,7 @@ TEST_F(Analysis, FetchesAThumbnailAndNothingElse) {
     std::string const list = "line [youtube] x\nline [download] Downloading playlist: P\nwrite . 9";
     for (auto const& [script, size] : Rows{{"write . 1000", "1000"},
                                            {"write . 1001", "0"},
-                                           {"write +.part 1001\nhang", "0"}, // a film that comes
+                                           {"write +.part +1001\nhang", "0"}, // a film that comes
                                            {list, "0"},
                                            {list + "\nhang", "0"},
                                            {"line x [download] Downloading playlist: P\nwrite . 9", "9"},
