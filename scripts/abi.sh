@@ -28,16 +28,26 @@ if [[ $update == yes ]]; then
   exit
 fi
 xz -d <"$accepted" >"$work/accepted.abi"
+functions() { grep -oE "<elf-symbol name='[^']+" "$1" | cut -d"'" -f2 | LC_ALL=C sort -u; }
 # Classes of our own that no public header declares may change as they like.
 in_both() { grep -hoE "<(class|enum)-decl name='[^'&]*" "$work"/{accepted,now}.abi | cut -d"'" -f2 | LC_ALL=C sort -u; }
 in_headers() { sed -nE 's/^(class|struct|enum)( class)?( HV_EXPORT)? (\w+).*/\4/p' include/Reelhaul/*.h | LC_ALL=C sort -u; }
 printf '[suppress_type]\n  name_regexp = ^(Halvorn::)?(__anonymous_namespace__::)?(%s)([:<].*)?$\n' \
   "$(LC_ALL=C comm -23 <(in_both) <(in_headers) | paste -s -d '|')" >"$work/private"
 compare() { abidiff --suppressions "$work/private" --no-added-syms "$@" "$work/accepted.abi" "$work/now.abi"; }
-# What no function takes or returns directly is named in two other ways: types that come and go with the library's own code are
-# among it, so changes alone count there.
-if ! compare >"$work/said" ||
-  { compare --non-reachable-types >"$work/said" || true; } && grep -q "^  \[C\] '" "$work/said"; then
+breaks() {
+  # A function that no longer exists is none of the library's own types, so the suppressions would hide it.
+  local removed
+  removed=$(LC_ALL=C comm -23 <(functions "$work/accepted.abi") <(functions "$work/now.abi"))
+  [[ -z $removed ]] || { printf 'No longer exported:\n%s\n' "$(c++filt <<<"$removed")" && return; }
+  ! compare || {
+    # What no function takes or returns directly is named in two other ways: types that come and go with the library's own
+    # code are among it, so changes alone count there.
+    compare --non-reachable-types >"$work/more" || true
+    grep -q "^  \[C\] '" "$work/more" && cat "$work/more"
+  }
+}
+if breaks >"$work/said"; then
   cat "$work/said" >&2
   printf '%s\n' "" "This breaks programs that are built already. If that is meant, accept it: scripts/abi.sh --update $1" >&2
   exit 1
