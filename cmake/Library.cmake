@@ -34,7 +34,7 @@ target_compile_definitions(reelhaul_objects PRIVATE REELHAUL_VERSION_TEXT="${PRO
 # Threads run on while the process ends: no object of the library may be gone by then.
 target_compile_options(reelhaul_objects PRIVATE $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wexit-time-destructors>)
 target_link_libraries(reelhaul_objects PUBLIC reelhaul_flags Threads::Threads ${CMAKE_DL_LIBS}
-                      PRIVATE CURL::libcurl)
+                      PRIVATE CURL::libcurl SQLite::SQLite3)
 
 target_precompile_headers(reelhaul_objects PRIVATE ${REELHAUL_PRECOMPILED})
 
@@ -44,7 +44,7 @@ endif()
 add_library(reelhaul SHARED)
 add_library(Reelhaul::Reelhaul ALIAS reelhaul)
 target_sources(reelhaul PRIVATE $<TARGET_OBJECTS:reelhaul_objects>)
-target_link_libraries(reelhaul PRIVATE reelhaul_flags CURL::libcurl ${CMAKE_DL_LIBS} Threads::Threads)
+target_link_libraries(reelhaul PRIVATE reelhaul_flags CURL::libcurl SQLite::SQLite3 ${CMAKE_DL_LIBS} Threads::Threads)
 target_compile_features(reelhaul INTERFACE cxx_std_17)
 target_include_directories(reelhaul INTERFACE $<BUILD_INTERFACE:${REELHAUL_INCLUDE_DIR}>)
 set_target_properties(reelhaul PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}

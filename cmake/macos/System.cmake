@@ -1,5 +1,5 @@
 # What a Mac has and this system lacks, for the presets that compile for macOS: headers without those of this system's C
-# library beside them, a stub of the libcurl that macOS brings along, and GoogleTest compiled from Debian's sources.
+# library beside them, stubs of the libcurl and the SQLite that macOS brings along, and GoogleTest compiled from Debian's sources.
 # CMake reads this file right after project().
 set(system ${CMAKE_BINARY_DIR}/system)
 file(MAKE_DIRECTORY ${system}/include)
@@ -11,6 +11,8 @@ function(reelhaul_borrow folder header)
 endfunction()
 reelhaul_borrow(curl curl/curl.h)
 reelhaul_borrow(CLI CLI/App.hpp)
+find_path(found_sqlite3 sqlite3.h PATHS /usr/include NO_DEFAULT_PATH REQUIRED)
+file(CREATE_LINK ${found_sqlite3}/sqlite3.h ${system}/include/sqlite3.h SYMBOLIC)
 
 # Newer compilers refuse an operator in the headers of Debian 12's RapidJSON, which assigns to a constant. Nobody calls it.
 find_path(found_rapidjson rapidjson/document.h PATHS /usr/include NO_DEFAULT_PATH REQUIRED)
@@ -26,28 +28,32 @@ set(CLI11_INCLUDE_DIR ${system}/include CACHE PATH "")
 set(CMAKE_DISABLE_FIND_PACKAGE_PkgConfig ON)
 set(CMAKE_DISABLE_FIND_PACKAGE_Doxygen ON)
 
-# The functions of libcurl that the library calls, as a text that the linker takes for the library.
-file(GLOB_RECURSE sources ${PROJECT_SOURCE_DIR}/foundation/*.cpp ${PROJECT_SOURCE_DIR}/foundation/*.h)
-set(functions)
-foreach(source IN LISTS sources)
-  file(READ ${source} text)
-  string(REGEX MATCHALL "curl_[a-z_]+" found "${text}")
-  list(APPEND functions ${found})
-endforeach()
-list(TRANSFORM functions PREPEND "_")
-list(REMOVE_DUPLICATES functions)
-list(JOIN functions ", " functions)
-file(CONFIGURE OUTPUT ${system}/lib/libcurl.tbd CONTENT "--- !tapi-tbd
+# The functions of a library that this one calls, as a text that the linker takes for the library.
+function(reelhaul_stub stub library prefix version)
+  file(GLOB_RECURSE sources ${PROJECT_SOURCE_DIR}/foundation/*.cpp ${PROJECT_SOURCE_DIR}/foundation/*.h)
+  set(functions)
+  foreach(source IN LISTS sources)
+    file(READ ${source} text)
+    string(REGEX MATCHALL "${prefix}_[a-z0-9_]+" found "${text}")
+    list(APPEND functions ${found})
+  endforeach()
+  list(TRANSFORM functions PREPEND "_")
+  list(REMOVE_DUPLICATES functions)
+  list(JOIN functions ", " functions)
+  file(CONFIGURE OUTPUT ${system}/lib/${stub}.tbd CONTENT "--- !tapi-tbd
 tbd-version: 4
 targets: [ arm64-macos, x86_64-macos ]
-install-name: /usr/lib/libcurl.4.dylib
+install-name: /usr/lib/${library}.dylib
 current-version: 9.0.0
-compatibility-version: 7.0.0
+compatibility-version: ${version}
 exports:
   - targets: [ arm64-macos, x86_64-macos ]
     symbols: [ ${functions} ]
 ...
 ")
+endfunction()
+reelhaul_stub(libcurl libcurl.4 curl 7.0.0)
+reelhaul_stub(libsqlite3 libsqlite3 sqlite3 9.0.0)
 list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/find)
 
 # Stand-ins for the Mac's copies of the tools, so that the places which they get can be looked at.

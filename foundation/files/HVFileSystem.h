@@ -24,6 +24,8 @@ std::size_t LongestFileName(std::string const& folder);
 std::string FolderOfPath(std::string const& path);
 /// Makes the folder and those above it, for the user alone. 0, or the error's number.
 int MakeFolders(std::string const& folder);
+/// Makes an empty file for the user alone. 0, or the error's number: EEXIST where something has the name.
+int MakePrivateFile(std::string const& path);
 /// The reason of a failed access, in words for a user.
 std::string FileErrorReason(int error);
 /// What tells the file of this path from another one that takes its place, or from itself before a change;

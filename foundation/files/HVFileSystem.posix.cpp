@@ -93,6 +93,11 @@ int MakeFolders(std::string const& folder) {
     return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
 }
 
+int MakePrivateFile(std::string const& path) {
+    HVDescriptor const file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    return file.Valid() ? 0 : errno;
+}
+
 std::string FileErrorReason(int error) {
     switch (error) {
     case ENOSPC:

@@ -5,7 +5,7 @@ say() { printf '%s\n' "reelhaul: $*" >&2; }
 
 # Debian's packages, by what they are for. Keep README.md's list for macOS in step.
 # shellcheck disable=SC2034 # read through a name reference
-PACKAGES_build=(g++ cmake make ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libcli11-dev python3
+PACKAGES_build=(g++ cmake make ninja-build pkg-config ccache rapidjson-dev libcurl4-openssl-dev libsqlite3-dev libcli11-dev python3
   ca-certificates ffmpeg npm git)
 # shellcheck disable=SC2034
 PACKAGES_test=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy abigail-tools xz-utils
@@ -23,7 +23,7 @@ PACKAGES_debootstrap=(debootstrap)
 install_packages() {
   if [ "$(uname -s)" = Darwin ]; then
     command -v cmake ninja >/dev/null && return
-    say "install what is needed first: brew install cmake ninja ccache rapidjson curl cli11 googletest google-benchmark glib doxygen yt-dlp ffmpeg deno"
+    say "install what is needed first: brew install cmake ninja ccache rapidjson curl sqlite cli11 googletest google-benchmark glib doxygen yt-dlp ffmpeg deno"
     exit 1
   fi
   local group wanted=() missing=() name log
