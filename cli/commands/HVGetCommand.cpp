@@ -41,7 +41,8 @@ private:
     /// What is recorded is finished first; the rest ends.
     bool Finish();
     bool Ending() const { return finishing_ || session_.Ending(); }
-    std::string const& URL() const { return request_.urls[next_ - 1]; }
+    HVListedAddress const& Address() const { return request_.addresses[next_ - 1]; }
+    std::string const& URL() const { return Address().url; }
 
     HVSession& session_;
     HVRequest const& request_;
@@ -97,7 +98,7 @@ bool GetCommand::Finish() {
 }
 
 void GetCommand::AnalyseNext() {
-    while (next_ < request_.urls.size() && !session_.Ending()) {
+    while (next_ < request_.addresses.size() && !session_.Ending()) {
         ++next_;
         isPlayList_ = false;
         itemCount_ = 0;
@@ -196,9 +197,11 @@ void GetCommand::Fail(HVFailure failure, IHVDownloadTask::FailedEntry const* ent
             fields.emplace_back("item", entry->number);
             fields.emplace_back("item_url", entry->url);
         }
+        if (!Address().place.empty())
+            fields.emplace_back("source", Address().place);
         session_.Console().Out(EventLine("failed", fields));
     }
-    session_.Console().Error(URL() + ": " + (entry != nullptr ? EntryName(*entry) + ": " : "") +
+    session_.Console().Error(NameOf(Address()) + ": " + (entry != nullptr ? EntryName(*entry) + ": " : "") +
                              failure.Line());
 }
 

@@ -19,12 +19,12 @@ namespace Halvorn {
 namespace {
 
 /// One address alone is done sooner without the start of a tool that stays.
-constexpr std::size_t kEntriesWorthIt = 3;
+constexpr std::size_t kRunsWorthIt = 3;
 
 class InfoCommand {
 public:
-    InfoCommand(HVSession& session, HVRequest const& request)
-        : session_(session), request_(request), display_(session.Console()) {}
+    InfoCommand(HVSession& session, HVRequest const& request, HVListedAddress const& address)
+        : session_(session), request_(request), address_(address), display_(session.Console()) {}
 
     int Run();
 
@@ -38,11 +38,11 @@ private:
     void ShowHead(IHVPlayList const& playList);
     void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
     void Done(std::shared_ptr<IHVError const> const& error);
-    std::string Beginning() const { return "Analysing " + request_.urls.front(); }
+    std::string Beginning() const { return "Analysing " + address_.url; }
     void Tell(std::string const& front, IHVError const& error) {
         HVFailure failure = FailureOf(error, request_);
         failure.message = session_.WithLoggedErrors(failure.message);
-        session_.Console().Error(request_.urls.front() + ": " + front + failure.Line());
+        session_.Console().Error(NameOf(address_) + ": " + front + failure.Line());
     }
     void Fail(IHVError const& error) {
         Tell({}, error);
@@ -51,6 +51,7 @@ private:
 
     HVSession& session_;
     HVRequest const& request_;
+    HVListedAddress const& address_;
     HVProgressDisplay display_;
     std::shared_ptr<HVAnalysis> analysis_;
     /// The list whose head stands above what is printed now; never used but to compare.
@@ -60,7 +61,6 @@ private:
 };
 
 int InfoCommand::Run() {
-    std::string const& url = request_.urls.front();
     analysis_ = std::make_shared<HVAnalysis>(
         session_.Queue(),
         HVAnalysis::Listener{
@@ -79,7 +79,7 @@ int InfoCommand::Run() {
             [this](std::shared_ptr<IHVPlayList const> playList, std::vector<HVListEntry> const& entries) {
                 ShowEntries(*playList, entries);
             }});
-    if (auto const error = analysis_->Start(url, request_); !error->Succeed()) {
+    if (auto const error = analysis_->Start(address_.url, request_); !error->Succeed()) {
         Fail(*error);
         return status_;
     }
@@ -113,7 +113,7 @@ void InfoCommand::ShowHead(IHVPlayList const& playList) {
 void InfoCommand::ShowEntries(IHVPlayList const& playList, std::vector<HVListEntry> const& entries) {
     if (!request_.listOnly) {
         // There is a run for each entry.
-        if (entries.size() >= kEntriesWorthIt)
+        if (entries.size() >= kRunsWorthIt)
             WarmTool(request_);
         return;
     }
@@ -146,7 +146,7 @@ void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
     else if (!error->Succeed()) // the task's own error is that of the last entry
         status_ = HVExitFailed;
     if (std::string const text = FailedEntriesText(failed, analysis_->EntryCount()); !text.empty())
-        session_.Console().Note(request_.urls.front() + ": " + text);
+        session_.Console().Note(address_.url + ": " + text);
 }
 
 } // namespace
@@ -160,7 +160,16 @@ int RunInfo(HVSession& session, HVRequest& request) {
     HVRunningCookies cookies;
     if (int const status = cookies.Ask(session, request); status != HVExitDone)
         return status;
-    return InfoCommand(session, request).Run();
+    if (request.addresses.size() >= kRunsWorthIt)
+        WarmTool(request);
+    int status = HVExitDone;
+    for (HVListedAddress const& address : request.addresses)
+        if (int const one = InfoCommand(session, request, address).Run(); one != HVExitDone) {
+            status = one;
+            if (session.Ending())
+                break;
+        }
+    return status;
 }
 
 } // namespace Halvorn

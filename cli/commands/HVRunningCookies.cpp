@@ -40,7 +40,8 @@ int HVRunningCookies::Ask(HVSession& session, HVRequest& request) {
         return HVExitDone;
     HVBrowserQuestion question;
     ReadRunningBrowser(request.runningBrowser, question); // which the command line has checked
-    question.addresses = request.urls;
+    for (HVListedAddress const& address : request.addresses)
+        question.addresses.push_back(address.url);
     std::string const name = IHVBrowserState::BrowserName(question.browser);
     session.Console().Note("Asking " + name +
                            " for cookies; it may wait for your word in the extension's popup");

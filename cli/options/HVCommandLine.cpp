@@ -5,6 +5,7 @@
 #include "HVGenerateCommand.h"
 #include "HVGetCommand.h"
 #include "HVInfoCommand.h"
+#include "HVOptionChecks.h"
 #include "HVOptionDocument.h"
 #include "HVOptionTable.h"
 #include "HVProvidersCommand.h"
@@ -36,20 +37,6 @@ Exit status: 0 all done, 1 something failed, 2 wrong usage, 130 interrupted.)";
 
 CLI::Option& AddFlag(CLI::App& app, char const* name, bool& wanted, char const* help) {
     return *app.add_flag(name, wanted, help)->disable_flag_override();
-}
-
-/// For options whose empty value would read like none.
-std::string NotEmpty(std::string const& value) {
-    return value.empty() ? "the value is empty" : "";
-}
-
-/// For paths: "--output --quiet" is meant otherwise. "./--quiet" names such a folder.
-std::string PathLike(std::string const& value) {
-    if (value.starts_with('-'))
-        return "the value \"" + value + "\" begins with \"-\" like an option";
-    if (value.starts_with('='))
-        return "the value \"" + value + "\" begins with \"=\"; write -o DIR or --output=DIR";
-    return NotEmpty(value);
 }
 
 /// Reads how many runs `option` asks for. Returns the fault.
@@ -131,10 +118,7 @@ CLI::App& HVCommandLine::Add(char const* name, char const* help, Command command
 
 void HVCommandLine::AddInfo() {
     CLI::App& app = Add("info", "Show what an address holds: title, duration, formats, subtitles", RunInfo);
-    app.add_option_function<std::string>(
-           "URL", [this](std::string const& url) { request_.urls = {url}; }, "The address")
-        ->required()
-        ->type_name("");
+    AddAddresses(app);
     AddFlag(app, "--json", request_.json, "Print one JSON document instead of text");
     AddFlag(app, "--text", request_.text, "Read the tool's printed tables instead of its JSON");
     AddFlag(app, "--flat", request_.flat, "Print the entries of a list at once, without loading them");
@@ -148,7 +132,7 @@ void HVCommandLine::AddInfo() {
 
 void HVCommandLine::AddGet() {
     CLI::App& app = Add("get", "Download what addresses hold", RunGet);
-    app.add_option("URL", request_.urls, "The addresses")->required()->type_name("");
+    AddAddresses(app);
     app.add_option("-o,--output", request_.folder,
                    "Folder for the files, made where it is missing; the current folder unless given")
         ->type_name("DIR")
@@ -177,12 +161,6 @@ void HVCommandLine::AddGet() {
         .group("Tools");
     AddRunningBrowser(app);
     AddRecords(app, true);
-}
-
-void HVCommandLine::AddItems(CLI::App& app) {
-    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5 or 7-")
-        ->type_name("LIST")
-        ->check(NotEmpty, "");
 }
 
 void HVCommandLine::AddFormatChoice(CLI::App& app) {
@@ -363,9 +341,8 @@ std::string HVCommandLine::CookiesFault() const {
 }
 
 std::string HVCommandLine::Complete() {
-    for (std::string const& url : request_.urls)
-        if (url.empty())
-            return "an address is empty";
+    if (std::string fault = TakeAddresses(); !fault.empty())
+        return fault;
     if (request_.subtitleKind != "people" && request_.subtitleKind != "machine" &&
         request_.subtitleKind != "any")
         return "--subtitle-kind must be people, machine or any, not \"" + request_.subtitleKind + "\"";

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -47,6 +48,7 @@ private:
     void AddInfo();
     void AddGet();
     void AddLesser();
+    void AddAddresses(CLI::App& app);
     void AddItems(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
@@ -55,12 +57,17 @@ private:
     void AddCookies();
     void AddRecords(CLI::App& app, bool downloads);
     std::string CookiesFault() const;
+    /// Reads the lists. Returns the fault.
+    std::string TakeAddresses();
     /// Completes the request from what was given. Returns the fault.
     std::string Complete();
 
     std::unique_ptr<CLI::App> app_;
     HVRequest request_;
     HVGivenOptions given_;
+    std::vector<CLI::App const*> addressTakers_;
+    std::vector<std::string> urls_;
+    std::vector<std::string> lists_;
     std::string jobs_;
     std::string analyses_;
     std::string duration_;

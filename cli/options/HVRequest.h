@@ -1,6 +1,8 @@
 #pragma once
 // What the user asked for, checked.
 
+#include "HVAddressList.h"
+
 #include <Reelhaul/IHVDownloadOptions.h>
 
 #include <memory>
@@ -13,7 +15,7 @@ namespace Halvorn {
 enum HVExitStatus { HVExitDone = 0, HVExitFailed = 1, HVExitUsage = 2, HVExitInterrupted = 130 };
 
 struct HVRequest {
-    std::vector<std::string> urls;
+    std::vector<HVListedAddress> addresses;
     std::string folder = ".";         ///< where files go
     std::string format = "best";      ///< see ChooseFormat
     std::string language;             ///< of the sound; empty for the original's

@@ -36,6 +36,10 @@ HVFailure FailureOf(IHVError const& error, HVRequest const& request) {
     return {std::move(text), error.GetKind(), error.CanRetry(), error.GetRetryDelay()};
 }
 
+std::string NameOf(HVListedAddress const& address) {
+    return (address.place.empty() ? "" : address.place + ": ") + address.url;
+}
+
 std::string EntryName(IHVDownloadTask::FailedEntry const& entry) {
     return "item " + std::to_string(entry.number) + (entry.level > 0 ? " of a list inside it" : "") +
            (entry.url.empty() ? "" : " (" + entry.url + ")");

@@ -12,6 +12,7 @@
 
 namespace Halvorn {
 
+struct HVListedAddress;
 struct HVRequest;
 
 /// What has failed, for a person and for a program.
@@ -29,6 +30,8 @@ struct HVFailure {
 
 /// The tool's words, put in order; and what else may be the cause.
 HVFailure FailureOf(IHVError const& error, HVRequest const& request);
+/// What stands in front of the failure of an address: itself, behind its place in a list.
+std::string NameOf(HVListedAddress const& address);
 /// What stands in front of the failure of a playlist's entry: its number and address.
 std::string EntryName(IHVDownloadTask::FailedEntry const& entry);
 /// What stands below the failures of a playlist's entries; empty where they speak for themselves.

@@ -1,0 +1,55 @@
+// What is to be fetched: the addresses, from the command line and from lists, and which items of playlists.
+
+#include "HVAddressList.h"
+#include "HVCommandLine.h"
+#include "HVOptionChecks.h"
+
+#include <CLI/App.hpp>
+
+#include <algorithm>
+
+namespace Halvorn {
+
+namespace {
+
+std::string ListLike(std::string const& value) {
+    return value == kStandardInput ? std::string() : PathLike(value);
+}
+
+} // namespace
+
+void HVCommandLine::AddAddresses(CLI::App& app) {
+    app.add_option("URL", urls_, "The addresses; - reads them from standard input")->type_name("");
+    addressTakers_.push_back(&app);
+    app.add_option("-a,--batch-file", lists_,
+                   "File with one address a line, - for standard input; may be given again")
+        ->type_name("FILE")
+        ->allow_extra_args(false)
+        ->check(ListLike, "");
+}
+
+void HVCommandLine::AddItems(CLI::App& app) {
+    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5 or 7-")
+        ->type_name("LIST")
+        ->check(NotEmpty, "");
+}
+
+std::string HVCommandLine::TakeAddresses() {
+    bool const needed = std::any_of(addressTakers_.begin(), addressTakers_.end(),
+                                    [](CLI::App const* command) { return command->parsed(); });
+    if (needed && urls_.empty() && lists_.empty())
+        return "URL is required, or a list of them (-a FILE)";
+    for (std::string const& url : urls_)
+        if (url.empty())
+            return "an address is empty";
+    bool const secretFromInput =
+        std::any_of(given_.begin(), given_.end(), [](auto const& given) { return given.second == "-"; });
+    auto const fromInput = [](std::vector<std::string> const& names) {
+        return std::find(names.begin(), names.end(), kStandardInput) != names.end();
+    };
+    if (secretFromInput && (fromInput(urls_) || fromInput(lists_)))
+        return "standard input can't hold both the addresses and a password";
+    return CollectAddresses(urls_, lists_, request_.addresses);
+}
+
+} // namespace Halvorn
