@@ -29,6 +29,10 @@ void IHVDownloadTask::SetWantedEntries(std::vector<std::pair<int, int>> ranges) 
     Set(*this, &HVAnalysisSettings::ranges, std::move(ranges));
 }
 
+void IHVDownloadTask::SetNewestEntries(int count) {
+    Set(*this, &HVAnalysisSettings::newest, count);
+}
+
 void IHVDownloadTask::SetEntryFilter(std::function<bool(HVListEntry const&)> filter) {
     Set(*this, &HVAnalysisSettings::filter, std::move(filter));
 }

@@ -24,7 +24,9 @@ struct HVAnalysisSettings {
     bool tablesWhereNoJson = false;
     int listDepth = 0;
     HVEntryLanes::Limits lanes;
-    /// First and last number, from 1; a last one of 0 means the end. Empty for all.
+    int newest = 0; ///< of the entries of a list; 0 or less for all
+    /// First and last number, from 1, or from the end if negative; a last one of 0 means the end. Empty for
+    /// all.
     std::vector<std::pair<int, int>> ranges;
     std::function<bool(HVListEntry const&)> filter;
     std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> list;

@@ -13,6 +13,7 @@
 #include "IHVLogConfig.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace Halvorn {
@@ -26,6 +27,11 @@ std::shared_ptr<HVPlayList> MakeList(HVJsonNode const& document, std::string con
     auto const json = std::make_shared<HVJsonObjectPlayList>();
     json->LoadFromJsonValue(document); // false for a video in several parts, which is a list like any other
     return std::make_shared<HVPlayList>(address, json);
+}
+
+bool InRange(std::pair<int, int> range, int number, int total) {
+    auto const fromFront = [total](int end) { return end < 0 ? total + 1 + end : end; };
+    return fromFront(range.first) <= number && (range.second == 0 || number <= fromFront(range.second));
 }
 
 /// A feed's own words go before those of the page that it leads to.
@@ -68,8 +74,8 @@ std::vector<std::string> HVFullAnalysis::RangeArgs() const {
     std::string text;
     for (auto const& [first, last] : settings_.ranges) {
         text += (text.empty() ? "" : ",") + std::to_string(first);
-        if (last != first)
-            text += "-" + (last == 0 ? std::string() : std::to_string(last));
+        if (last != first) // behind a number from the end a dash would be taken for a sign
+            text += (first < 0 || last < 0 ? ":" : "-") + (last == 0 ? std::string() : std::to_string(last));
     }
     return text.empty() ? std::vector<std::string>() : std::vector<std::string>{"--playlist-items", text};
 }
@@ -157,12 +163,11 @@ void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVP
     if (settings_.list)
         ReportTo(settings_.list, std::shared_ptr<IHVPlayList const>(list), entries);
     std::vector<HVEntryLanes::Entry> wanted;
-    for (int i = 0; i < document.Count(); ++i) {
-        auto& told = entries[static_cast<std::size_t>(i)];
-        if (!Wanted(told))
-            continue;
+    for (std::size_t const place : WantedOf(document, entries)) {
+        auto& told = entries[place];
         std::string address = told.url.empty() ? list->GetPlaylistURL() : told.url;
-        auto const entry = std::make_shared<Entry const>(Entry{std::move(told), document.Node(i), list});
+        auto const entry = std::make_shared<Entry const>(
+            Entry{std::move(told), document.Node(static_cast<int>(place)), list});
         auto const found = std::make_shared<Found>();
         wanted.push_back({std::move(address), [=, this] { return Load(*entry, *found); },
                           [=, this](Result const& result) { Take(*entry, *found, result); }});
@@ -171,12 +176,39 @@ void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVP
     lanes_.AddInFront(std::move(wanted));
 }
 
-bool HVFullAnalysis::Wanted(HVListEntry const& entry) const {
-    auto const holds = [&entry](auto const& range) {
-        return range.first <= entry.number && (range.second == 0 || entry.number <= range.second);
-    };
-    if (!settings_.ranges.empty() && std::none_of(settings_.ranges.begin(), settings_.ranges.end(), holds))
-        return false;
+std::vector<std::size_t> HVFullAnalysis::WantedOf(HVListDocument const& document,
+                                                  std::vector<HVListEntry> const& entries) const {
+    // A listing of some entries alone may not tell how many there are.
+    int const total = std::max(document.Total(), entries.empty() ? 0 : entries.back().number);
+    std::vector<std::size_t> wanted;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        auto const holds = [&](auto const& range) { return InRange(range, entries[i].number, total); };
+        if (settings_.ranges.empty() || std::any_of(settings_.ranges.begin(), settings_.ranges.end(), holds))
+            wanted.push_back(i);
+    }
+    if (settings_.newest > 0)
+        KeepNewest(document, entries, wanted);
+    std::erase_if(wanted, [&](std::size_t i) { return !PassesFilter(entries[i]); });
+    return wanted;
+}
+
+void HVFullAnalysis::KeepNewest(HVListDocument const& document, std::vector<HVListEntry> const& entries,
+                                std::vector<std::size_t>& wanted) const {
+    using Moment = std::pair<std::string, std::uint64_t>;
+    std::vector<std::pair<Moment, std::size_t>> items;
+    for (std::size_t const i : wanted)
+        if (entries[i].kind == HVListEntry::Item)
+            items.push_back({{entries[i].date, document.Seconds(static_cast<int>(i))}, i});
+    // Stable: of one day, and where no dates are told, the order of the list counts.
+    std::stable_sort(items.begin(), items.end(),
+                     [](auto const& left, auto const& right) { return left.first > right.first; });
+    std::set<std::size_t> older;
+    for (auto i = static_cast<std::size_t>(settings_.newest); i < items.size(); ++i)
+        older.insert(items[i].second);
+    std::erase_if(wanted, [&older](std::size_t i) { return older.contains(i); });
+}
+
+bool HVFullAnalysis::PassesFilter(HVListEntry const& entry) const {
     bool wanted = true;
     if (settings_.filter)
         CallApplication([&] { wanted = settings_.filter(entry); });

@@ -5,10 +5,13 @@
 
 #include "HVAnalysisSettings.h"
 #include "HVJsonRead.h"
+#include "HVListEntry.h"
 
+#include <cstddef>
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Halvorn {
 
@@ -52,7 +55,12 @@ private:
 
     /// Puts the wanted entries in front of those that wait.
     void Enqueue(HVListDocument const& document, std::shared_ptr<HVPlayList> const& list, int level);
-    bool Wanted(HVListEntry const& entry) const;
+    /// The places in `entries` of those that are wanted.
+    std::vector<std::size_t> WantedOf(HVListDocument const& document,
+                                      std::vector<HVListEntry> const& entries) const;
+    void KeepNewest(HVListDocument const& document, std::vector<HVListEntry> const& entries,
+                    std::vector<std::size_t>& wanted) const;
+    bool PassesFilter(HVListEntry const& entry) const;
     Result Load(Entry const& entry, Found& found);
     /// Runs the tool for an entry of which the listing holds only the address.
     Result LoadByRun(Entry const& entry, Found& found);

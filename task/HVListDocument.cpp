@@ -89,6 +89,11 @@ int HVListDocument::Total() const {
     return std::max(Count(), ReadInt(list_, "playlist_count"));
 }
 
+std::uint64_t HVListDocument::Seconds(int index) const {
+    HVJsonNode const node = Node(index);
+    return node == nullptr ? 0 : node->GetValueUInt64("timestamp");
+}
+
 HVJsonNode HVListDocument::Node(int index) const {
     return ReadArrayItem(list_, kEntries, index);
 }

@@ -4,6 +4,7 @@
 #include "HVJsonRead.h"
 #include "HVListEntry.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -27,6 +28,8 @@ public:
     int Total() const;
     /// The listed entry `index`, from 0, of a list at this level.
     HVListEntry Entry(int index, int level) const;
+    /// When that entry was published, in seconds since 1970; 0 where the listing tells no more than the day.
+    std::uint64_t Seconds(int index) const;
     /// The document of that entry; may be empty.
     HVJsonNode Node(int index) const;
 

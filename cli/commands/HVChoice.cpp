@@ -220,31 +220,59 @@ std::optional<int> WholeNumber(std::string_view text) {
     return whole && text[0] != '-' ? std::optional(number) : std::nullopt;
 }
 
-std::optional<HVItemRanges> HVItemRanges::Parse(std::string_view text) {
-    HVItemRanges result;
-    if (text.empty())
-        return result;
-    for (;;) {
-        auto const comma = text.find(',');
-        std::string_view const part = text.substr(0, comma);
-        auto const dash = part.find('-');
-        auto const first = WholeNumber(part.substr(0, dash));
-        bool const open = dash != std::string_view::npos && dash + 1 == part.size();
-        auto const last = dash == std::string_view::npos ? first
-                          : open                         ? std::optional(0)
-                                                         : WholeNumber(part.substr(dash + 1));
-        if (!first || !last || *first < 1 || (!open && *last < *first))
-            return std::nullopt;
-        result.ranges_.emplace_back(*first, *last);
-        if (comma == std::string_view::npos)
-            return result;
-        text.remove_prefix(comma + 1);
-    }
+namespace {
+
+/// A number that is not 0, from the end where it is negative.
+std::optional<int> PlaceOf(std::string_view text) {
+    bool const fromEnd = text.starts_with('-');
+    auto const number = WholeNumber(text.substr(fromEnd ? 1 : 0));
+    if (!number || *number == 0)
+        return std::nullopt;
+    return fromEnd ? -*number : *number;
 }
 
-bool HVItemRanges::Contains(int item) const {
-    return ranges_.empty() || std::any_of(ranges_.begin(), ranges_.end(), [item](auto const& range) {
-               return range.first <= item && (range.second == 0 || item <= range.second);
+/// First and last number of "A", "A-", "A-B", "A:", ":B" or "A:B".
+std::optional<std::pair<int, int>> RangeOf(std::string_view part) {
+    if (auto const colon = part.find(':'); colon != std::string_view::npos) {
+        auto const first = colon == 0 ? std::optional(1) : PlaceOf(part.substr(0, colon));
+        auto const last = colon + 1 == part.size() ? std::optional(0) : PlaceOf(part.substr(colon + 1));
+        return first && last && part.size() > 1 ? std::optional(std::pair(*first, *last)) : std::nullopt;
+    }
+    auto const dash = part.find('-', 1);
+    auto const first = PlaceOf(part.substr(0, dash));
+    auto const last = dash == std::string_view::npos ? first
+                      : dash + 1 == part.size()      ? std::optional(0)
+                                                     : WholeNumber(part.substr(dash + 1));
+    bool const range = first && last && (*first > 0 || dash == std::string_view::npos);
+    return range ? std::optional(std::pair(*first, *last)) : std::nullopt;
+}
+
+bool IsBackward(std::pair<int, int> range) {
+    return range.second != 0 && range.second < range.first && (range.first > 0) == (range.second > 0);
+}
+
+} // namespace
+
+std::optional<HVItemRanges> HVItemRanges::Parse(std::string_view text) {
+    HVItemRanges result;
+    while (!text.empty()) {
+        auto const comma = text.find(',');
+        auto const range = RangeOf(text.substr(0, comma));
+        if (!range || IsBackward(*range) || comma + 1 == text.size())
+            return std::nullopt;
+        result.ranges_.push_back(*range);
+        text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
+    }
+    return result;
+}
+
+bool HVItemRanges::Contains(int item, int count) const {
+    auto const fromFront = [count](int end) { return end < 0 ? count + 1 + end : end; };
+    return ranges_.empty() || std::any_of(ranges_.begin(), ranges_.end(), [&](auto const& range) {
+               if (count == 0 && (range.first < 0 || range.second < 0))
+                   return true;
+               return fromFront(range.first) <= item &&
+                      (range.second == 0 || item <= fromFront(range.second));
            });
 }
 

@@ -30,16 +30,18 @@ std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request);
 /// Seconds of "90", "1:30" or "1:30:00"; nothing for another text.
 std::optional<int> SecondsOf(std::string_view text);
 
-/// Items of a playlist, counted from 1: "1,3-5"; "7-" goes to the end.
+/// Items of a playlist, counted from 1: "1,3-5"; "7-" goes to the end. With a colon as in the tool's own
+/// lists a number may count from the end: "-10:" means the last ten.
 class HVItemRanges {
 public:
     /// Empty when the text is no such list. An empty text means all items.
     static std::optional<HVItemRanges> Parse(std::string_view text);
 
-    bool Contains(int item) const;
+    /// `count` is how many items the playlist has, 0 when that is not known.
+    bool Contains(int item, int count) const;
     /// The first item named that a playlist of so many items does not have; 0 when it has all.
     int FirstBeyond(int count) const;
-    /// First and last numbers; a last one of 0 means the end. Empty for all.
+    /// First and last numbers, negative ones from the end; a last one of 0 means the end. Empty for all.
     std::vector<std::pair<int, int>> const& Ranges() const { return ranges_; }
 
 private:

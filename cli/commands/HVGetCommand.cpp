@@ -133,7 +133,8 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     ++itemCount_;
     title_ = item->GetFileName();
     int const entry = item->GetEntryIndexOfPlayList() + 1;
-    if (entry > 0 && !ranges_.Contains(entry))
+    auto const list = item->GetPlayList();
+    if (entry > 0 && !ranges_.Contains(entry, list ? list->EntryCount() : 0))
         return;
     HVErrorKind kind = HVErrorKindFormatUnavailable;
     std::string fault = ChooseFormat(*item, request_);
@@ -171,7 +172,7 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
 }
 
 void GetCommand::EntryFailed(IHVDownloadTask::FailedEntry const& entry) {
-    if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number)))
+    if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number, analysis_->ListedCount())))
         return;
     ++failedEntries_;
     Fail(FailureOf(*entry.error, request_), &entry);

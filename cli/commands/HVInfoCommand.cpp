@@ -119,10 +119,8 @@ void InfoCommand::ShowEntries(IHVPlayList const& playList, std::vector<HVListEnt
     }
     if (!request_.json)
         ShowHead(playList);
-    auto const ranges = HVItemRanges::Parse(request_.items).value_or(HVItemRanges());
     for (HVListEntry const& entry : entries)
-        if (ranges.Contains(entry.number))
-            session_.Console().Out(request_.json ? EntryDocument(entry) : EntryLine(entry));
+        session_.Console().Out(request_.json ? EntryDocument(entry) : EntryLine(entry));
 }
 
 void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {

@@ -348,8 +348,8 @@ std::string HVCommandLine::Complete() {
         return "--subtitle-kind must be people, machine or any, not \"" + request_.subtitleKind + "\"";
     if (std::string fault = CookiesFault(); !fault.empty())
         return fault;
-    if (!HVItemRanges::Parse(request_.items))
-        return "--items must be a list such as 1,3-5 or 7-, not \"" + request_.items + "\"";
+    if (std::string fault = TakeItems(); !fault.empty())
+        return fault;
     for (std::string fault :
          {TakeRuns("--jobs", jobs_, request_.jobs), TakeRuns("--analyses", analyses_, request_.analyses)})
         if (!fault.empty())

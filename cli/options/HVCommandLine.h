@@ -57,6 +57,7 @@ private:
     void AddCookies();
     void AddRecords(CLI::App& app, bool downloads);
     std::string CookiesFault() const;
+    std::string TakeItems();
     /// Reads the lists. Returns the fault.
     std::string TakeAddresses();
     /// Completes the request from what was given. Returns the fault.
@@ -68,6 +69,7 @@ private:
     std::vector<CLI::App const*> addressTakers_;
     std::vector<std::string> urls_;
     std::vector<std::string> lists_;
+    std::string newest_;
     std::string jobs_;
     std::string analyses_;
     std::string duration_;

@@ -1,6 +1,7 @@
 // What is to be fetched: the addresses, from the command line and from lists, and which items of playlists.
 
 #include "HVAddressList.h"
+#include "HVChoice.h"
 #include "HVCommandLine.h"
 #include "HVOptionChecks.h"
 
@@ -29,9 +30,23 @@ void HVCommandLine::AddAddresses(CLI::App& app) {
 }
 
 void HVCommandLine::AddItems(CLI::App& app) {
-    app.add_option("--items", request_.items, "Items of a playlist, such as 1,3-5 or 7-")
+    app.add_option("--items", request_.items,
+                   "Items of a playlist, such as 1,3-5 or 7- or -10: for the last ten")
         ->type_name("LIST")
         ->check(NotEmpty, "");
+    app.add_option("--newest", newest_, "Only the so many newest items of a playlist")
+        ->type_name("N")
+        ->check(NotEmpty, "");
+}
+
+std::string HVCommandLine::TakeItems() {
+    if (!HVItemRanges::Parse(request_.items))
+        return "--items must be a list such as 1,3-5 or 7- or -10:, not \"" + request_.items + "\"";
+    auto const newest = WholeNumber(newest_);
+    if (!newest_.empty() && (!newest || *newest == 0))
+        return "--newest must be a number from 1, not \"" + newest_ + "\"";
+    request_.newest = newest.value_or(0);
+    return {};
 }
 
 std::string HVCommandLine::TakeAddresses() {

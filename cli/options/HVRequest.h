@@ -31,6 +31,7 @@ struct HVRequest {
     std::string document;             ///< of "generate"
     std::string toolFolder;           ///< folder of the local copies; empty for the built-in ones
     std::string jsRuntime;            ///< empty for the built-in one
+    int newest = 0;                   ///< of each list; 0 for all
     int jobs = 6;
     int analyses = 4;         ///< entries of a list that are loaded at once
     int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit

@@ -41,18 +41,26 @@ void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetKeepForDownload(request.analyseOnce);
     task_->SetListDepth(request.flat ? 0 : kListDepth);
     task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
+    task_->SetNewestEntries(request.newest);
     if (request.listOnly)
-        task_->SetEntryFilter([](HVListEntry const&) { return false; });
+        task_->SetEntryFilter([weak = weak_from_this()](HVListEntry const& entry) {
+            if (auto const living = weak.lock())
+                living->chosen_.push_back(entry);
+            return false;
+        });
     // The task keeps the function longer than this object lives.
-    task_->SetListFunc([weak = weak_from_this()](std::shared_ptr<IHVPlayList const> const& playList,
-                                                 std::vector<HVListEntry> const& entries) {
+    task_->SetListFunc([weak = weak_from_this(),
+                        listOnly = request.listOnly](std::shared_ptr<IHVPlayList const> const& playList,
+                                                     std::vector<HVListEntry> const& entries) {
         auto const living = weak.lock();
         if (!living)
             return;
-        living->Post([playList, entries](HVAnalysis& self) {
+        living->Post([playList, entries, listOnly](HVAnalysis& self) {
             if (entries.empty() || entries.front().level == 0)
                 self.listedCount_ = playList->EntryCount();
-            if (self.listener_.listed)
+            if (listOnly)
+                self.list_ = playList;
+            else if (self.listener_.listed)
                 self.listener_.listed(playList, entries);
         });
     });
@@ -127,6 +135,8 @@ void HVAnalysis::TakeItemsOf(std::shared_ptr<IHVPlayList> const& playList) {
 void HVAnalysis::Finish(std::shared_ptr<IHVError const> const& error) {
     done_ = true;
     task_->SetDelegate(nullptr);
+    if (list_)
+        listener_.listed(list_, chosen_);
     listener_.done(error);
 }
 

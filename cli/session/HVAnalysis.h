@@ -27,7 +27,8 @@ public:
         /// An entry of a playlist that did not load, before the progress that counts it.
         std::function<void(IHVDownloadTask::FailedEntry const&)> failedEntry;
         std::function<void(std::shared_ptr<IHVError const>)> done;
-        /// A list before its entries are loaded; for each list inside it, too. May be empty.
+        /// A list before its entries are loaded; for each list inside it, too. Where no more than the list is
+        /// wanted, with its wanted entries alone. May be empty.
         std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> listed = {};
     };
 
@@ -64,6 +65,8 @@ private:
     bool itemsCame_ = false;
     int entryCount_ = 0;
     int listedCount_ = 0;
+    std::shared_ptr<IHVPlayList const> list_; ///< where no more than the list is wanted
+    std::vector<HVListEntry> chosen_;         ///< of its entries; of the worker until it completes
     std::vector<IHVDownloadTask::FailedEntry> failedEntries_;
 };
 

@@ -112,10 +112,15 @@ public:
     /// back to itself is not gone into again. In a full analysis.
     void SetListDepth(int levels);
     /// Which entries of a list are loaded, by their number from 1: pairs of the first and the last one, a
-    /// last one of 0 for the end of the list. Empty for all. In lists inside the list the numbers count
-    /// there. The tool then lists these alone, which is far quicker than a filter where the list is long. In
-    /// a full analysis.
+    /// last one of 0 for the end of the list. A number below 0 counts from the end, -1 is the last entry:
+    /// {-10, 0} means the last ten. Empty for all. In lists inside the list the numbers count there. The tool
+    /// then lists these alone, which is far quicker than a filter where the list is long. In a full analysis.
     void SetWantedEntries(std::vector<std::pair<int, int>> ranges);
+    /// Of those entries, of each list, loads at most so many: the newest by the dates that the listing tells,
+    /// and behind them, where it tells none, the first ones, since sites list the newest first. Lists inside
+    /// the list don't count. They are reported in the order of the list. 0 or less for all. The tool has to
+    /// list all the others for it; SetWantedEntries limits that. In a full analysis.
+    void SetNewestEntries(int count);
     /// Asks `filter` for each of those entries, before any is loaded, whether it is wanted. In a full
     /// analysis.
     void SetEntryFilter(std::function<bool(HVListEntry const&)> filter);

@@ -77,12 +77,14 @@ class AnalysisTest(ServerTest):
         self.assertEqual([item["playlist_position"] for item in self.info("list/tabs")["items"]], [1, 2, 1, 2, 3, 1, 2])
 
     def test_a_list_at_once(self):
-        run = self.succeeds("info", "--flat", "--json", "--items", "1,3-", f"{self.site.address}/list/mixed")
-        self.assertEqual([(json.loads(line)["number"], json.loads(line)["title"]) for line in run.stdout.splitlines()],
-                         [(1, "Merged mp4"), (3, "Combined")])
+        for choice, entries in (("--items 1,3-", [(1, "Merged mp4"), (3, "Combined")]), ("--items -1:", [(3, "Combined")]),
+                                ("--items -9:-3,:1 --newest 4", [(1, "Merged mp4")]),
+                                ("--items 2:3 --newest 1", [(2, "Page no-formats")]), ("--newest 9 --items -1", [(3, "Combined")])):
+            run = self.succeeds("info", "--flat", "--json", *choice.split(), f"{self.site.address}/list/mixed")
+            self.assertEqual([(json.loads(line)["number"], json.loads(line)["title"]) for line in run.stdout.splitlines()], entries)
         run = self.succeeds("info", "--flat", f"{self.site.address}/list/tabs")
         self.assertIn(f"    2  list      List whole  {self.site.address}/list/whole\n", run.stdout)
-        self.assertEqual(len([line for line in self.site.lines() if "/api/" in line]), 2)  # nothing was loaded
+        self.assertEqual(len([line for line in self.site.lines() if "/api/" in line]), 6)  # nothing was loaded
 
     def test_captions_by_name_with_their_formats(self):
         subtitles = self.info("watch/subtitles")["subtitles"]

@@ -173,6 +173,37 @@ TEST_P(FullAnalysis, LoadsTheEntriesThatAreWanted) {
               "playlist row of 0|" + kSucceed);
 }
 
+TEST_P(FullAnalysis, TakesEntriesFromTheEndAndTheNewest) {
+    auto const wanted = [](std::vector<std::pair<int, int>> ranges, int newest) {
+        return [=](IHVDownloadTask& task) {
+            task.SetListDepth(1);
+            task.SetWantedEntries(ranges);
+            task.SetNewestEntries(newest);
+        };
+    };
+    Put("tail", R"(when --playlist-items -2:
+line {"_type":"playlist","title":"tail","requested_entries":[6,7],"entries":[)" +
+                    Whole("W6") + "," + Whole("W7") + "]}");
+    EXPECT_EQ(Run("script:tail", wanted({{-2, 0}}, 0)),
+              "item W6@5,|item W7@6,|playlist tail of 2|" + kSucceed);
+    // In a list that the listing holds, the numbers from the end count there.
+    Put("nest", "line " + List("nest", List("inner", Whole("I1") + "," + Whole("I2") + "," + Whole("I3"))));
+    EXPECT_EQ(Run("script:nest", wanted({{-1, -1}}, 0)), "item I3@2,|playlist nest of 1|" + kSucceed);
+    // What tells its day alone is older than what tells the hour of it.
+    Put("dated", "line " + List("dated", Whole("A", R"(,"upload_date":"20240601")") + "," + Whole("B") + "," +
+                                             List("inner", Whole("I")) + "," +
+                                             Whole("C", R"(,"timestamp":1717200001)") + "," +
+                                             Whole("D", R"(,"timestamp":1717200002)")));
+    for (auto const& [newest, items] :
+         std::vector<std::pair<int, std::string>>{{1, "item I@0,|item D@4,|"},
+                                                  {2, "item I@0,|item C@3,|item D@4,|"},
+                                                  {3, "item A@0,|item I@0,|item C@3,|item D@4,|"}})
+        EXPECT_EQ(Run("script:dated", wanted({}, newest)),
+                  items + "playlist dated of " + std::to_string(newest + 1) + "|" + kSucceed);
+    Put("plain", "line " + List("plain", Whole("A") + "," + Whole("B") + "," + Whole("C")));
+    EXPECT_EQ(Run("script:plain", wanted({{2, 0}}, 1)), "item B@1,|playlist plain of 1|" + kSucceed);
+}
+
 TEST_P(FullAnalysis, KeepsWhatElseTheDocumentSays) {
     std::string const document = Whole(
         "A", R"(,"extractor":"site","id":"i","webpage_url":"w","uploader":"u","upload_date":"20260131",)"
