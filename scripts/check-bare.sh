@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Tries this tree as a newcomer does, on a bare Debian, and tells how long each step took (as root; it takes long).
 #
-#   scripts/check-bare.sh
+#   scripts/check-bare.sh [FOLDER]
+#
+# The system is made in FOLDER and kept there, for a look at what failed: enter it by chroot FOLDER/root. Without it a folder is
+# made and removed.
 #
 # What is committed is cloned into root's own home, which nobody else can enter, at a path with a blank; there scripts/demo.sh
 # and scripts/test.sh install what they need and run. With the packages there, an ordinary user's demo.sh follows.
@@ -13,12 +16,16 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/lib/debian-source.sh
 
 install_packages debootstrap git
-work=$(mktemp -d)
+kept=${1:-}
+work=${kept:-$(mktemp -d)}
+mkdir -p "$work"
+work=$(realpath "$work")
 root=$work/root
+[[ ! -e $root ]] || { say "$root is there already" && exit 1; }
 leave() {
   mountpoint -q "$root/proc" && umount "$root/proc"
   mountpoint -q "$root/dev" && umount -R "$root/dev"
-  rm -rf "$work"
+  [[ -n $kept ]] || rm -rf "$work"
 }
 trap leave EXIT
 read -r mirror keyring < <(debian_source)
