@@ -197,12 +197,7 @@ std::vector<std::shared_ptr<HVDownloadControllers>> HVDownloadController::Owners
 }
 
 std::shared_ptr<IHVError const> HVDownloadController::StartRun(std::shared_ptr<HVDownloadTask> const& task) {
-    task->SetJSRuntimePath(Get(jsRuntimePath_));
-    if (auto* const download = dynamic_cast<HVDownloadTaskDownload*>(task.get()))
-        if (auto const settings = Get(resume_))
-            download->SetResume(*settings);
-    if (auto options = Get(options_))
-        task->SetOptions(std::move(options));
+    HandSettings(*task);
     // A fresh task always starts: a failure is its completion.
     task->StartTask();
     // A stop that came before the start had nothing to stop.

@@ -99,6 +99,8 @@ public:
         Set(resume_, std::optional<HVResumeSettings>(settings));
     }
     bool RemovePartialData();
+    void SetName(std::string const& text) { Set(nameTemplate_, text); }
+    std::string NameTemplate() const { return Get(nameTemplate_); }
     /// See IHVDownloadController::SetProgressFunc.
     void SetProgressRecordFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond);
     HVDownloadProgress ProgressNow() const;
@@ -142,6 +144,7 @@ private:
     bool TakePause(IHVDownloadTask const* task);
     void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;
+    void HandSettings(HVDownloadTask& task) const;
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
     void WaitIf(Decision const& mayWait);
     std::shared_ptr<HVDownloadTask> TakeRunToStop();
@@ -179,6 +182,7 @@ private:
     bool telling_ = false; // a thread tells the changes
     std::string resultPath_;
     std::string outputPath_;
+    std::string nameTemplate_;
     std::string jsRuntimePath_;
     std::string progressText_;
     HVDownloadProgress progress_;

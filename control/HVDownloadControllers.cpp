@@ -57,6 +57,8 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
         row.own->AddOwner(*this);
         if (resume_.has_value())
             row.own->SetResume(*resume_);
+        if (nameTemplate_.has_value())
+            row.own->SetName(*nameTemplate_);
         // A run that comes back with its row is counted by the row.
         auto const self = row.own->weak_from_this();
         std::erase_if(removedRuns_, [&self](auto const& run) { return run->BelongsTo(self); });
@@ -73,6 +75,14 @@ void HVDownloadControllers::SetResumeOfRows(HVResumeSettings const& settings) {
     for (auto const& row : rows_)
         if (row.own != nullptr)
             row.own->SetResume(settings);
+}
+
+void HVDownloadControllers::SetNameOfRows(std::string const& text) {
+    std::lock_guard const lock(mutex_);
+    nameTemplate_ = text;
+    for (auto const& row : rows_)
+        if (row.own != nullptr)
+            row.own->SetName(text);
 }
 
 bool HVDownloadControllers::HasRow(IHVDownloadController const* controller) const {

@@ -75,6 +75,7 @@ public:
     void FillFreePlaces();
     /// See IHVDownloadControllers::SetResumable.
     void SetResumeOfRows(HVResumeSettings const& settings);
+    void SetNameOfRows(std::string const& text);
     /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
 
@@ -103,7 +104,8 @@ private:
     std::map<IHVDownloadController const*, HeldStart> starts_; // rows that hold a place to be started
     std::vector<std::shared_ptr<HVDownloadRun>> removedRuns_;  // runs whose row was removed while they ran
     std::uint64_t completions_ = 0;
-    std::optional<HVResumeSettings> resume_; // of rows that are added
+    std::optional<HVResumeSettings> resume_;  // of rows that are added
+    std::optional<std::string> nameTemplate_; // the same
 };
 
 } // namespace Halvorn

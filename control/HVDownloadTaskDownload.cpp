@@ -6,6 +6,8 @@
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
 #include "HVKeptDocument.h"
+#include "HVParsedName.h"
+#include "HVSubfolder.h"
 #include "HVTmpFolder.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
@@ -187,14 +189,12 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& f
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& file) {
     HVFinishedFile finished;
     finished.path = file.path;
-    finished.folder = outputPath_;
     finished.extension = file.extension;
-    finished.name =
-        IHVFileProvider::MakeValidFilenameAtPath(downloadItem_->GetFileName(), file.extension, outputPath_);
-    if (finished.name.empty()) {
+    if (std::string const failure = NamePlace(finished); !failure.empty()) {
         if (file.partial == nullptr)
             IHVFileProvider::KeepTmpFile(file.path);
-        return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "Can't make outfile");
+        return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
+                                     (failure + " The file is \"" + file.path + "\".").c_str());
     }
     if (outputPath_.empty())
         IHVLogConfig::Printf("CreateUniquePathFile Failed");
@@ -209,6 +209,22 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     }
     return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
                                  placement.failure.c_str());
+}
+
+std::string HVDownloadTaskDownload::NamePlace(HVFinishedFile& finished) const {
+    finished.folder = outputPath_;
+    if (nameTemplate_.empty()) {
+        finished.name = IHVFileProvider::MakeValidFilenameAtPath(downloadItem_->GetFileName(),
+                                                                 finished.extension, outputPath_);
+        return {};
+    }
+    auto path = HVParsedName(nameTemplate_).PathOf(*downloadItem_, finished.extension, outputPath_);
+    finished.name = std::move(path.name);
+    if (outputPath_.empty() || path.folders.empty())
+        return {};
+    auto place = MakeSubfolder(outputPath_, path.folders);
+    finished.folder = std::move(place.path);
+    return place.failure;
 }
 
 void HVDownloadTaskDownload::TakeSubtitles(HVFinishedFile& finished) const {

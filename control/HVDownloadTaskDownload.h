@@ -41,6 +41,8 @@ public:
     }
     /// Has the run go on where an earlier one stopped, and keep what it leaves; to be set before the start.
     void SetResume(HVResumeSettings settings) { resume_ = std::move(settings); }
+    /// How the file is called, see HVNameTemplate; empty for the item's name. To be set before the start.
+    void SetNameTemplate(std::string text) { nameTemplate_ = std::move(text); }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -77,6 +79,8 @@ private:
     bool IsFinished(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
+    /// Gives the file its folder, which is made, and its name; returns why that can't be done.
+    std::string NamePlace(HVFinishedFile& finished) const;
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file, bool placed);
     /// Changes the record, and hands it on when `change` says that it has changed.
     void Track(std::function<bool(HVProgressTracker&)> const& change);
@@ -89,6 +93,7 @@ private:
 
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;
+    std::string nameTemplate_;
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;

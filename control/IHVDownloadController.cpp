@@ -1,6 +1,7 @@
 #include "IHVDownloadController.h"
 
 #include "HVDownloadController.h"
+#include "HVNameTemplate.h"
 
 #include <utility>
 
@@ -26,6 +27,20 @@ void IHVDownloadController::SetProgressFunc(std::function<void(HVDownloadProgres
 void IHVDownloadController::SetResumable(HVResumeSettings const& settings) {
     if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
         controller->SetResume(settings);
+}
+
+std::shared_ptr<IHVError const> IHVDownloadController::SetNameTemplate(std::string const& text) {
+    auto checked = text.empty()
+                       ? IHVError::MallocSucceed("IHVDownloadController", __LINE__, "SetNameTemplate")
+                       : HVNameTemplate::Check(text);
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this); controller && checked->Succeed())
+        controller->SetName(text);
+    return checked;
+}
+
+std::string IHVDownloadController::GetNameTemplate() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? std::string() : controller->NameTemplate();
 }
 
 bool IHVDownloadController::DiscardPartial() {

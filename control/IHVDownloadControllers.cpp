@@ -1,6 +1,7 @@
 #include "IHVDownloadControllers.h"
 
 #include "HVDownloadControllers.h"
+#include "HVNameTemplate.h"
 
 #include <utility>
 
@@ -13,6 +14,15 @@ std::shared_ptr<IHVDownloadControllers> IHVDownloadControllers::MallocDownloadCo
 void IHVDownloadControllers::SetResumable(HVResumeSettings const& settings) {
     if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
         queue->SetResumeOfRows(settings);
+}
+
+std::shared_ptr<IHVError const> IHVDownloadControllers::SetNameTemplate(std::string const& text) {
+    auto checked = text.empty()
+                       ? IHVError::MallocSucceed("IHVDownloadControllers", __LINE__, "SetNameTemplate")
+                       : HVNameTemplate::Check(text);
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this); queue && checked->Succeed())
+        queue->SetNameOfRows(text);
+    return checked;
 }
 
 namespace {

@@ -6,6 +6,8 @@
 #include "IHVLogConfig.h"
 #include "IHVPlayList.h"
 
+#include <algorithm>
+
 namespace Halvorn {
 
 std::shared_ptr<IHVDownloadItem> IHVDownloadItem::MallocDownloadItem(std::string const& url) {
@@ -163,6 +165,7 @@ void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int inde
     entryIndex_ = index;
     // Kept as a copy: an item outlives its playlist.
     playlistURL_ = playList->GetPlaylistURL();
+    listLength_ = std::max(playList->EntryCount(), playList->GetDownloadItemCount());
     // An entry that was loaded by its own address has a document that knows of no list.
     auto details = *details_;
     details.playlistTitle = playList->GetTitle();
@@ -193,6 +196,7 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->liveStream_ = liveStream_;
     copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;
     copy->entryIndex_ = entryIndex_;
+    copy->listLength_ = listLength_;
     copy->playlistURL_ = playlistURL_;
     copy->playList_ = playList_;
     return copy;

@@ -74,6 +74,8 @@ public:
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
     std::string const& JsonText() const { return jsonText_; }
+    /// How many entries the list has that the item was loaded from; 0 where that is not known.
+    int ListLength() const { return listLength_; }
     /// What a download may be made from instead of the address; may be empty.
     void TakeDocument(std::shared_ptr<HVKeptDocument const> document) { document_ = std::move(document); }
     std::shared_ptr<HVKeptDocument const> const& Document() const { return document_; }
@@ -102,6 +104,7 @@ private:
     bool liveStream_ = false;
     LiveStreamPos liveStreamDownloadPos_ = LiveStreamFromNow;
     std::int32_t entryIndex_ = -1;
+    std::int32_t listLength_ = 0;
     std::string playlistURL_;
     std::weak_ptr<IHVPlayList> playList_;
     std::shared_ptr<HVItemDetails const> details_ = std::make_shared<HVItemDetails>();

@@ -149,9 +149,7 @@ void HVCommandLine::AddGet() {
     AddFlag(app, "--continue", request_.goOn,
             "Keep what an interrupt or a failure leaves, go on with what an earlier one left, and try again "
             "after a lost network");
-    app.add_option("--name", request_.name, "Name of the file instead of the title")
-        ->type_name("TEXT")
-        ->check(NotEmpty, "");
+    AddNames(app);
     AddFlag(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
     AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
     AddToolPaths(app);
@@ -349,6 +347,8 @@ std::string HVCommandLine::Complete() {
     if (std::string fault = CookiesFault(); !fault.empty())
         return fault;
     if (std::string fault = TakeItems(); !fault.empty())
+        return fault;
+    if (std::string fault = NameFault(); !fault.empty())
         return fault;
     for (std::string fault :
          {TakeRuns("--jobs", jobs_, request_.jobs), TakeRuns("--analyses", analyses_, request_.analyses)})

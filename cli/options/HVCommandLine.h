@@ -50,6 +50,7 @@ private:
     void AddLesser();
     void AddAddresses(CLI::App& app);
     void AddItems(CLI::App& app);
+    void AddNames(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
     void AddRuns(CLI::App& app);
@@ -60,6 +61,8 @@ private:
     std::string TakeItems();
     /// Reads the lists. Returns the fault.
     std::string TakeAddresses();
+    /// Completes the names' template. Returns the fault.
+    std::string NameFault();
     /// Completes the request from what was given. Returns the fault.
     std::string Complete();
 

@@ -23,7 +23,7 @@ struct HVRequest {
     std::string subtitle;             ///< see ChooseSubtitle; empty for none
     std::string subtitleKind = "any"; ///< people, machine or any
     std::string items;                ///< see HVItemRanges; empty for all
-    std::string name;                 ///< instead of the title; empty for the title
+    std::string name;                 ///< see HVNameTemplate; empty for the title
     std::string browser;              ///< of "cookies"
     std::string runningBrowser;       ///< the browser that is asked for cookies, perhaps with :PROFILE
     std::string search;               ///< of "providers"
@@ -38,6 +38,7 @@ struct HVRequest {
     bool cold = false;        ///< the tool is started anew for each run
     bool analyseOnce = false; ///< downloads are made by the analysis's document
     bool goOn = false;        ///< partial data stays, and is gone on with
+    bool folderPerPlayList = false;
     bool quiet = false;
     bool installHost = false;   ///< of "cookies"
     bool uninstallHost = false; ///< of "cookies"

@@ -49,8 +49,7 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     for (auto const& subtitle : item->ChosenSubtitles())
         row.subtitles.push_back(subtitle->GetLanguageCode());
     row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
-    if (!request_.name.empty())
-        row.controller->SetDownloadOutputName(request_.name);
+    row.controller->SetNameTemplate(request_.name);
     row.controller->SetOptions(request_.options);
     row.controller->SetJSRuntimePath(request_.jsRuntime);
     Listen(*row.controller, id);

@@ -1,5 +1,6 @@
 #include "HVFileReservation.h"
 #include "HVFileSystem.h"
+#include "HVLegalName.h"
 #include "HVUtf8.h"
 #include "IHVFileProvider.h"
 #include "IHVStringHelper.h"
@@ -85,13 +86,13 @@ bool IsReservedDevice(std::u32string const& name) {
     return std::u32string_view(U"0123456789\u00B9\u00B2\u00B3").find(stem[3]) != std::u32string_view::npos;
 }
 
+} // namespace
+
 std::size_t NameBudget(std::string const& extension, std::string const& directory) {
     std::size_t const taken = kRoomBytes + (extension.empty() ? 0 : extension.size() + 1);
     std::size_t const limit = std::min(kMaxNameBytes, LongestFileName(directory));
     return limit > taken + kMinNameBytes ? limit - taken : kMinNameBytes;
 }
-
-} // namespace
 
 std::string LegalSideExtension(std::string const& side) {
     std::size_t const point = side.rfind('.');
@@ -104,19 +105,32 @@ std::string LegalSideExtension(std::string const& side) {
     return EncodeUtf8(language) + (extension.empty() ? "" : "." + extension);
 }
 
-std::string IHVFileProvider::MakeValidFilenameAtPath(std::string const& name, std::string const& extension,
-                                                     std::string const& directory) {
+std::string LegalName(std::string const& name, std::string const& extension, std::string const& directory) {
     std::size_t const budget = NameBudget(extension, directory);
     std::u32string result = LegalCharacters(name);
     Trim(result);
     CutToBytes(result, budget);
-    if (result.empty())
-        return "download";
     if (IsReservedDevice(result)) {
         result.insert(result.begin(), U'_');
         CutToBytes(result, budget);
     }
     return EncodeUtf8(result);
+}
+
+std::string LegalNameText(std::string const& text) {
+    return EncodeUtf8(LegalCharacters(text));
+}
+
+std::string CutName(std::string const& text, std::size_t bytes) {
+    std::u32string result = DecodeUtf8(text);
+    CutToBytes(result, bytes);
+    return EncodeUtf8(result);
+}
+
+std::string IHVFileProvider::MakeValidFilenameAtPath(std::string const& name, std::string const& extension,
+                                                     std::string const& directory) {
+    std::string legal = LegalName(name, extension, directory);
+    return legal.empty() ? "download" : legal;
 }
 
 std::string IHVFileProvider::CreateUniquePathFile(std::string const& name, std::string const& extension,

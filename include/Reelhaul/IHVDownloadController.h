@@ -149,6 +149,15 @@ public:
     /// it.
     bool DiscardPartial();
 
+    ///@{
+    /// How the file of the next start is called, and in which folders below the output path it is to stand:
+    /// see HVNameTemplate. Folders are made when the file takes its place. A failure names what is wrong with
+    /// the template, and leaves the former one. Empty, as at first, for the item's name. No effect on other
+    /// implementations.
+    std::shared_ptr<IHVError const> SetNameTemplate(std::string const& text);
+    std::string GetNameTemplate() const;
+    ///@}
+
     /// The function gets the progress in numbers, phase by phase: at most so many calls a second (all of them
     /// for 0), but the last record of each phase always, also the one in which the file is in its place. On
     /// the thread that delivers the tool's output, and on the worker. An empty function takes it away.

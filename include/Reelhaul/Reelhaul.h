@@ -23,6 +23,7 @@
 #include "HVFormatWish.h"
 #include "HVItemDetails.h"
 #include "HVListEntry.h"
+#include "HVNameTemplate.h"
 #include "HVVersion.h"
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
