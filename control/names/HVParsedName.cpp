@@ -211,6 +211,7 @@ HVItemPath HVParsedName::PathOf(IHVDownloadItem const& item, std::string const& 
                                 std::string const& folder) const {
     auto const details = item.Details();
     std::vector<std::string> values;
+    values.reserve(kFields.size());
     for (Field const& field : kFields)
         values.push_back(LegalNameText(field.value(item, *details)));
     HVItemPath path;
@@ -226,6 +227,7 @@ HVItemPath HVParsedName::PathOf(IHVDownloadItem const& item, std::string const& 
 
 std::vector<std::string> HVNameTemplate::Fields() {
     std::vector<std::string> names;
+    names.reserve(kFields.size());
     for (Field const& field : kFields)
         names.emplace_back(field.name);
     return names;
