@@ -101,6 +101,7 @@ public:
     bool RemovePartialData();
     void SetName(std::string const& text) { Set(nameTemplate_, text); }
     std::string NameTemplate() const { return Get(nameTemplate_); }
+    std::uint64_t PartialBytesThere() const;
     /// See IHVDownloadController::SetProgressFunc.
     void SetProgressRecordFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond);
     HVDownloadProgress ProgressNow() const;
@@ -141,6 +142,7 @@ private:
     std::shared_ptr<IHVError const> StartIf(Decision const& wanted, std::shared_ptr<IHVDownloadItem> choice);
     void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
     bool DropUnbegun(HVDownloadRun& run);
+    std::pair<std::string, std::string> PartialPlace() const;
     bool TakePause(IHVDownloadTask const* task);
     void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;

@@ -2,8 +2,10 @@
 
 #include "HVDownloadController.h"
 #include "HVDownloadControllers.h"
+#include "HVFileSystem.h"
 #include "HVPartialData.h"
 #include "IHVDownloadItem.h"
+#include "IHVFileProvider.h"
 
 namespace Halvorn {
 
@@ -53,17 +55,30 @@ bool HVDownloadController::TakePause(IHVDownloadTask const* task) {
     return paused;
 }
 
-bool HVDownloadController::RemovePartialData() {
-    auto const settings = Get(resume_);
+/// The folder of this download's partial data, and that one's parent; empty texts without an item or target.
+std::pair<std::string, std::string> HVDownloadController::PartialPlace() const {
     std::string const target = Get(outputPath_);
     if (item_ == nullptr || target.empty())
+        return {};
+    return {PartialParent(Get(resume_).value_or(HVResumeSettings()), target), PartialName(*item_, target)};
+}
+
+bool HVDownloadController::RemovePartialData() {
+    auto const [parent, name] = PartialPlace();
+    if (name.empty())
         return false;
+    if (!AnyEntryExists(IHVFileProvider::AppendPathComponent(parent, name)))
+        return true;
     bool inUse = false;
-    auto const partial = HVPartialFolder::Open(PartialParent(settings.value_or(HVResumeSettings()), target),
-                                               PartialName(*item_, target), inUse);
+    auto const partial = HVPartialFolder::Open(parent, name, inUse);
     if (partial != nullptr)
         partial->Remove();
     return partial != nullptr;
+}
+
+std::uint64_t HVDownloadController::PartialBytesThere() const {
+    auto const [parent, name] = PartialPlace();
+    return name.empty() ? 0 : HVPartialFolder::Bytes(parent, name);
 }
 
 } // namespace Halvorn

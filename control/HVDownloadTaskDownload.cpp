@@ -83,14 +83,15 @@ bool HVDownloadTaskDownload::FinishRecording() {
     return true;
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& file) {
+std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile file) {
     HVArgsBuilder builder(GetMutableOptions());
     builder.SetJsRuntimePath(GetJSRuntimePath());
     bool failed = false;
-    std::string const document = DocumentToUse();
-    auto args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.toolPath);
+    bool const goesOn = UsePartialFolder(file) && file.partial->Bytes() > 0;
     // What goes on may be days old: it asks the site for addresses that still serve.
-    if (document.empty() || args.empty() || file.partial != nullptr)
+    std::string const document = goesOn ? std::string() : DocumentToUse();
+    auto args = builder.BuildDownloadItemArgs(downloadItem_.get(), file.toolPath);
+    if (document.empty() || args.empty())
         return RunTool(file, args, failed);
     // The address ends every command.
     args.pop_back();
@@ -102,7 +103,9 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile const& 
         return result;
     IHVLogConfig::Printf("The download is made by the address, not by the analysis's document.");
     // Another name: what the first run leaves is removed when its last process has ended.
-    auto const second = MakeTempFile(IHVFileProvider::GetTmpPath(), file.extension);
+    auto second = MakeTempFile(IHVFileProvider::GetTmpPath(), file.extension);
+    file.partial.reset(); // it is locked as long as a run has it
+    UsePartialFolder(second);
     return RunTool(second, builder.BuildDownloadItemArgs(downloadItem_.get(), second.toolPath), failed);
 }
 
@@ -155,7 +158,7 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
         if (partial != nullptr && placed)
             partial->Remove();
         else if (partial != nullptr)
-            partial->RemoveUnlessNoted();
+            partial->RemoveUnlessFilled();
     });
 }
 

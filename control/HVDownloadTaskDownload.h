@@ -70,7 +70,7 @@ private:
     /// Waits so long, unless it is stopped: false then.
     bool Sleep(double seconds);
     /// Downloads by the analysis's document where that is kept, else, or where that fails, by the address.
-    std::shared_ptr<IHVError const> RunTool(TempFile const& file);
+    std::shared_ptr<IHVError const> RunTool(TempFile file);
     /// The path of that document; empty where it can't serve.
     std::string DocumentToUse();
     /// One run. Sets `failed` where the tool delivered no file and was not stopped either.

@@ -62,6 +62,8 @@ std::shared_ptr<HVPartialFolder> HVDownloadTaskDownload::WaitForPartialFolder() 
 
 /// False where the random name stays.
 bool HVDownloadTaskDownload::UsePartialFolder(TempFile& file) {
+    if (!MayResume())
+        return false;
     auto partial = WaitForPartialFolder();
     if (partial == nullptr)
         return false;
@@ -84,10 +86,7 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunWithRetries(TempFile 
     int retry = 0;
     std::uint64_t furthest = 0;
     for (;;) {
-        TempFile file = random;
-        if (MayResume())
-            UsePartialFolder(file);
-        auto result = RunTool(file);
+        auto result = RunTool(random);
         std::uint64_t bytes = 0;
         Track([&bytes](HVProgressTracker& tracker) {
             bytes = tracker.Now().bytes;

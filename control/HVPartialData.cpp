@@ -28,8 +28,13 @@ std::string Identity(IHVDownloadItem const& item) {
 } // namespace
 
 std::string PartialParent(HVResumeSettings const& settings, std::string const& outputPath) {
-    return settings.folder.empty() ? IHVFileProvider::AppendPathComponent(outputPath, kHiddenFolder)
+    std::error_code failure;
+    std::string const parent = settings.folder.empty()
+                                   ? IHVFileProvider::AppendPathComponent(outputPath, kHiddenFolder)
                                    : settings.folder;
+    // The tool reaches it by a link, which stands in another folder.
+    auto const absolute = std::filesystem::absolute(parent, failure);
+    return failure ? parent : absolute.string();
 }
 
 std::string PartialName(IHVDownloadItem& item, std::string const& outputPath) {

@@ -48,6 +48,11 @@ bool IHVDownloadController::DiscardPartial() {
     return controller != nullptr && controller->RemovePartialData();
 }
 
+std::uint64_t IHVDownloadController::PartialBytes() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? 0 : controller->PartialBytesThere();
+}
+
 HVDownloadProgress IHVDownloadController::GetProgress() const {
     auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
     return controller == nullptr ? HVDownloadProgress() : controller->ProgressNow();

@@ -65,6 +65,10 @@ else
   show info "$site/watch/everything"
   # At the speed of a network, so that there is something to see.
   show get "$site/watch/everything?media.rate=600000" -o "$files" --format video640mp4+audio-en
+  printf '\n(Interrupted after three seconds, it goes on when it is typed again.)\n'
+  printf '\n$ reelhaul get %s/watch/combined -o %s\n' "$site" "$files"
+  timeout --signal=INT 3 "$reelhaul" get "$site/watch/combined?media.rate=200000" -o "$files" --format combined320-mp4 3>&- || true
+  show get "$site/watch/combined" -o "$files" --format combined320-mp4
   # The entry that fails is told, and makes the status 1.
   show get "$site/list/mixed" -o "$files" || [[ $? -eq 1 ]]
   printf '\n(With a subtitle the tool waits ten seconds, to be gentle to the site.)\n'

@@ -19,6 +19,9 @@ namespace Halvorn {
 
 namespace {
 
+/// What an interrupted download left and nobody has gone on with is removed after that.
+constexpr int kDaysKept = 30;
+
 class GetCommand {
 public:
     GetCommand(HVSession& session, HVRequest const& request)
@@ -76,8 +79,10 @@ int GetCommand::Run() {
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
-    if (request_.goOn && downloads_.AnyCancelled())
-        session_.Console().Always("What was fetched is kept: the same command goes on with it.");
+    if (std::uint64_t const kept = request_.goOn ? downloads_.KeptBytes() : 0; kept > 0)
+        session_.Console().Always("Kept " + SizeText(kept) +
+                                  " of what is not finished. The same command goes on with it, and with "
+                                  "--discard removes it.");
     if (early != HVExitDone)
         return early;
     if (finishing_ && (cutShort_ || downloads_.AnyCancelled())) {
@@ -140,15 +145,18 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     std::string fault = ChooseFormat(*item, request_);
     if (fault.empty() && !request_.subtitle.empty())
         fault = ChooseSubtitles(*item, request_);
-    // Without ffmpeg the tool fetches both parts and then calls it a success.
-    if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat()) {
+    if (fault.empty() && request_.discard) {
+        kind = HVErrorKindOther;
+        fault = downloads_.Discard(item);
+    } else if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat()) {
+        // Without ffmpeg the tool fetches both parts and then calls it a success.
         kind = HVErrorKindFfmpegMissing;
         fault = FfmpegFault(request_);
     }
-    if (fault.empty())
-        downloads_.Add(item);
-    else
+    if (!fault.empty())
         Fail({item->GetFileName() + ": " + fault, kind});
+    else if (!request_.discard)
+        downloads_.Add(item);
 }
 
 void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
@@ -218,6 +226,7 @@ int RunGet(HVSession& session, HVRequest& request) {
         session.Console().Error(failure.message); // it tells the remedy itself
         return HVExitFailed;
     }
+    IHVDownloadControllers::SweepPartial(request.folder, kDaysKept);
     // An analysis and a download at least.
     WarmTool(request);
     HVRunningCookies cookies;

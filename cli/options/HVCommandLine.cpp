@@ -146,9 +146,7 @@ void HVCommandLine::AddGet() {
     app.add_option("--duration", duration_, "Finish a live recording after so long, such as 90 or 1:30:00")
         ->type_name("TIME")
         ->check(NotEmpty, "");
-    AddFlag(app, "--continue", request_.goOn,
-            "Keep what an interrupt or a failure leaves, go on with what an earlier one left, and try again "
-            "after a lost network");
+    AddGoingOn(app);
     AddNames(app);
     AddFlag(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
     AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
@@ -159,6 +157,22 @@ void HVCommandLine::AddGet() {
         .group("Tools");
     AddRunningBrowser(app);
     AddRecords(app, true);
+}
+
+void HVCommandLine::AddGoingOn(CLI::App& app) {
+    app.add_flag_callback(
+           "--no-continue", [this] { request_.goOn = false; },
+           "Begin anew and keep nothing; else an interrupt or a failure leaves what was fetched, and the "
+           "same command goes on with it")
+        ->disable_flag_override();
+    auto& discard = AddFlag(app, "--discard", request_.discard,
+                            "Remove what the same command has left, and download nothing");
+    // What is done without it: for scripts from before.
+    app.add_flag("--continue")
+        ->disable_flag_override()
+        ->group("")
+        ->excludes("--no-continue")
+        ->excludes(&discard);
 }
 
 void HVCommandLine::AddFormatChoice(CLI::App& app) {

@@ -49,6 +49,7 @@ private:
     void AddGet();
     void AddLesser();
     void AddAddresses(CLI::App& app);
+    void AddGoingOn(CLI::App& app);
     void AddItems(CLI::App& app);
     void AddNames(CLI::App& app);
     void AddFormatChoice(CLI::App& app);

@@ -37,7 +37,8 @@ struct HVRequest {
     int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit
     bool cold = false;        ///< the tool is started anew for each run
     bool analyseOnce = false; ///< downloads are made by the analysis's document
-    bool goOn = false;        ///< partial data stays, and is gone on with
+    bool goOn = true;         ///< partial data stays, and is gone on with
+    bool discard = false;     ///< removes partial data, and downloads nothing
     bool folderPerPlayList = false;
     bool quiet = false;
     bool installHost = false;   ///< of "cookies"

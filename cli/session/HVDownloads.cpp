@@ -54,6 +54,8 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     row.controller->SetJSRuntimePath(request_.jsRuntime);
     Listen(*row.controller, id);
     queue_->AddController(row.controller);
+    if (!request_.goOn)
+        row.controller->DiscardPartial(); // it would only lie there
     rows_.push_back(std::move(row));
     queue_->StartDownload({id});
 }
@@ -77,6 +79,11 @@ void AddProgress(std::vector<HVJsonField>& fields, HVDownloadProgress const& rec
         fields.emplace_back("fragments", record.fragments);
         fields.emplace_back("fragment_count", record.fragmentCount);
     }
+}
+
+void AddKept(std::vector<HVJsonField>& fields, IHVDownloadController const& controller) {
+    if (std::uint64_t const bytes = controller.PartialBytes(); bytes > 0)
+        fields.emplace_back("kept_bytes", bytes);
 }
 
 } // namespace
@@ -165,6 +172,7 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
     if (request_.json) {
         std::vector<HVJsonField> fields = failure.Fields();
         fields.insert(fields.begin(), {{"id", row + 1}, {"url", completed.url}});
+        AddKept(fields, *completed.controller);
         session_.Console().Out(EventLine("failed", fields));
     }
     session_.Console().Error(completed.title + ": " + failure.Line());
@@ -199,11 +207,36 @@ void HVDownloads::EndRow(Row& row, int id) {
     display_.Refresh();
 }
 
+std::string HVDownloads::Discard(std::shared_ptr<IHVDownloadItem> const& item) {
+    auto const controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
+    std::uint64_t const bytes = controller->PartialBytes();
+    std::string const& title = item->GetFileName();
+    if (!controller->DiscardPartial())
+        return "a download is using what was kept of it";
+    if (request_.json)
+        session_.Console().Out(
+            EventLine("discarded", {{"url", item->DownloadURL()}, {"title", title}, {"bytes", bytes}}));
+    session_.Console().Note(title + ": " +
+                            (bytes == 0 ? "nothing was kept of it" : "removed " + SizeText(bytes)));
+    return {};
+}
+
+std::uint64_t HVDownloads::KeptBytes() const {
+    std::uint64_t bytes = 0;
+    for (Row const& row : rows_)
+        if (!row.controller->DownloadSucceed())
+            bytes += row.controller->PartialBytes();
+    return bytes;
+}
+
 void HVDownloads::Cancel(Row& row, int id) {
     EndRow(row, id);
     cancelled_ = true;
-    if (request_.json)
-        session_.Console().Out(EventLine("cancelled", {{"id", id + 1}, {"url", row.url}}));
+    if (!request_.json)
+        return;
+    std::vector<HVJsonField> fields{{"id", id + 1}, {"url", row.url}};
+    AddKept(fields, *row.controller);
+    session_.Console().Out(EventLine("cancelled", fields));
 }
 
 void HVDownloads::StopAll() {

@@ -7,6 +7,7 @@
 #include <Reelhaul/IHVDownloadItem.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +23,10 @@ public:
 
     /// Downloads the item, in its current format, as soon as there is a place.
     void Add(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Removes what an earlier download of the item, in its current format, has left. Returns the fault.
+    std::string Discard(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Bytes of unfinished downloads that the next call can go on with.
+    std::uint64_t KeptBytes() const;
     /// Asks all to end; what waits does not start any more.
     void StopAll();
     /// Finishes what is being recorded, and asks the rest to end as StopAll does. False, and nothing happens,

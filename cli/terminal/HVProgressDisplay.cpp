@@ -54,6 +54,8 @@ std::string Amounts(std::uint64_t bytes, std::uint64_t total, double rate, doubl
 
 std::string Words(HVDownloadProgress const& record) {
     std::string phase = DownloadPhaseName(record.phase);
+    if (record.phase == HVDownloadPhaseRetryWaiting)
+        return "trying again in " + Clock(record.secondsLeft);
     if (record.phase < HVDownloadPhaseMedia || record.phase > HVDownloadPhaseAudio)
         return phase;
     return Amounts(record.partBytes, record.partTotal, record.bytesPerSecond, record.secondsLeft) +
@@ -87,6 +89,9 @@ void HVProgressDisplay::Update(int id, float percent, std::string const& text,
         return;
     Download& download = found->second;
     download.percent = std::clamp(percent, 0.0F, kAll);
+    bool const waits = record.phase == HVDownloadPhaseRetryWaiting && record.phase != download.record.phase;
+    if (waits && !console_.Live())
+        console_.Note(download.name + ": " + Words(record));
     download.record = record;
     download.text = PlainLine(text);
     download.text.erase(download.text.find_last_not_of(' ') + 1);

@@ -5,6 +5,7 @@
 
 #include "HVDescriptor.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -13,17 +14,22 @@ namespace Halvorn {
 class HVPartialFolder {
 public:
     /// Makes the folder `name` in `parent`, where it is missing, and locks it. Empty when that is not
-    /// possible; `inUse` tells whether another download has it.
+    /// possible; `inUse` tells that another download has it, or had it a moment ago.
     static std::shared_ptr<HVPartialFolder> Open(std::string const& parent, std::string const& name,
                                                  bool& inUse);
     std::string const& Path() const { return path_; }
     /// Removes it and all in it, and `parent` when nothing else is there.
     void Remove();
-    /// Removes it unless it holds what another run can go on with: our extension has noted the source.
-    void RemoveUnlessNoted();
+    /// Removes it unless it holds what another run can go on with.
+    void RemoveUnlessFilled();
+    /// See below.
+    std::uint64_t Bytes() const;
+    /// Bytes in the folder `name` of `parent` that another run can go on with: our extension has noted where
+    /// they come from. 0 where there is no such folder.
+    static std::uint64_t Bytes(std::string const& parent, std::string const& name);
 
-    /// Removes the folders in `parent` in which nothing has changed for so many days, but for those in use.
-    /// How many there were.
+    /// Removes the folders of this class in `parent` in which nothing has changed for so many days, but for
+    /// those in use. How many there were.
     static int Sweep(std::string const& parent, int days);
 
 private:

@@ -32,6 +32,26 @@ bool IsOurName(std::string const& name) {
     return name.size() == kNameLength && name.find_first_not_of("0123456789abcdef") == std::string::npos;
 }
 
+/// Not what was fetched: the notes of the tool and our extension, and what ffmpeg has half joined.
+bool IsNote(std::string const& name) {
+    return name == kMark || name.ends_with(".ytdl") || name.find(".state") != std::string::npos ||
+           name.find(kNote) != std::string::npos || name.find(".temp.") != std::string::npos;
+}
+
+/// Bytes that our extension knows the source of.
+std::uint64_t NotedBytes(int folder) {
+    std::uint64_t bytes = 0;
+    bool noted = false;
+    for (auto const& name : EntriesOf(folder)) {
+        struct stat status {};
+        noted = noted || name.ends_with(kNote);
+        if (!IsNote(name) && fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+            S_ISREG(status.st_mode))
+            bytes += static_cast<std::uint64_t>(status.st_size);
+    }
+    return noted ? bytes : 0;
+}
+
 /// The latest change in the folder.
 std::time_t ChangedIn(int folder) {
     struct stat status {};
@@ -43,7 +63,7 @@ std::time_t ChangedIn(int folder) {
 }
 
 bool Lock(HVDescriptor const& folder) {
-    return folder.Valid() && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
+    return flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 } // namespace
@@ -58,15 +78,24 @@ std::shared_ptr<HVPartialFolder> HVPartialFolder::Open(std::string const& parent
     if (parent.empty() || MakeFolders(parent) != 0)
         return nullptr;
     HVDescriptor const outer = OpenFolder(AT_FDCWD, parent + "/.");
-    if (!outer.Valid() || (mkdirat(outer.Get(), name.c_str(), kPrivate) != 0 && errno != EEXIST))
+    bool const made = outer.Valid() && mkdirat(outer.Get(), name.c_str(), kPrivate) == 0;
+    if (!made && (!outer.Valid() || errno != EEXIST)) {
+        inUse = errno == ENOENT; // the last download in it removes the parent
         return nullptr;
+    }
     HVDescriptor inner = OpenFolder(outer.Get(), name);
+    if (!inner.Valid() || !Lock(inner)) {
+        // Some file systems know no locks: nothing is to be waited for there.
+        inUse = inner.Valid() ? errno == EWOULDBLOCK : errno == ENOENT;
+        return nullptr;
+    }
     struct stat mine {};
     struct stat there {};
-    inUse = inner.Valid() && !Lock(inner);
-    // The one who had the lock before may have removed the folder.
-    if (inUse || !inner.Valid() || fstat(inner.Get(), &mine) != 0 ||
-        fstatat(outer.Get(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) != 0 || mine.st_ino != there.st_ino)
+    // The download that had the lock before may have removed the folder.
+    inUse = fstat(inner.Get(), &mine) != 0 ||
+            fstatat(outer.Get(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) != 0 ||
+            mine.st_ino != there.st_ino;
+    if (inUse)
         return nullptr;
     HVDescriptor const mark(openat(inner.Get(), kMark, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!mark.Valid())
@@ -81,11 +110,18 @@ void HVPartialFolder::Remove() {
     rmdir(parent_.c_str()); // fails where others have theirs
 }
 
-void HVPartialFolder::RemoveUnlessNoted() {
-    auto const names = EntriesOf(lock_.Get());
-    if (std::none_of(names.begin(), names.end(),
-                     [](std::string const& name) { return name.ends_with(kNote); }))
+void HVPartialFolder::RemoveUnlessFilled() {
+    if (Bytes() == 0)
         Remove();
+}
+
+std::uint64_t HVPartialFolder::Bytes() const {
+    return NotedBytes(lock_.Get());
+}
+
+std::uint64_t HVPartialFolder::Bytes(std::string const& parent, std::string const& name) {
+    HVDescriptor const folder = OpenFolder(AT_FDCWD, std::string(parent).append("/").append(name));
+    return folder.Valid() ? NotedBytes(folder.Get()) : 0;
 }
 
 int HVPartialFolder::Sweep(std::string const& parent, int days) {
@@ -95,8 +131,11 @@ int HVPartialFolder::Sweep(std::string const& parent, int days) {
     int removed = 0;
     std::time_t const latest = std::time(nullptr) - kDay * days;
     for (auto const& name : EntriesOf(outer.Get())) {
-        HVDescriptor const inner = OpenFolder(outer.Get(), name);
-        if (!IsOurName(name) || !inner.Valid() || ChangedIn(inner.Get()) > latest || !Lock(inner))
+        HVDescriptor const inner = IsOurName(name) ? OpenFolder(outer.Get(), name) : HVDescriptor();
+        struct stat mark {};
+        // The mark tells ours from a folder of the user's with such a name.
+        if (!inner.Valid() || fstatat(inner.Get(), kMark, &mark, AT_SYMLINK_NOFOLLOW) != 0 ||
+            ChangedIn(inner.Get()) > latest || !Lock(inner))
             continue;
         RemoveTree(outer.Get(), name);
         ++removed;

@@ -148,6 +148,10 @@ public:
     /// Removes the partial data of this item, its chosen format and the target. False while a download uses
     /// it.
     bool DiscardPartial();
+    /// Bytes that an earlier download of this item, its chosen format and the target has left, for the next
+    /// start to go on with; 0 where there are none. Looks at the file system. The child of a download that
+    /// was stopped a moment ago may still add some.
+    std::uint64_t PartialBytes() const;
 
     ///@{
     /// How the file of the next start is called, and in which folders below the output path it is to stand:

@@ -21,7 +21,7 @@ class DisasterTest(ServerTest):
         self.environment = self.environment_of_command()
 
     def get_command(self, *arguments):
-        return [COMMAND, "get", "--quiet", "-o", self.out, *arguments]
+        return [COMMAND, "get", "--quiet", "--no-continue", "-o", self.out, *arguments]
 
 
 class KillTest(DisasterTest):
@@ -63,6 +63,8 @@ class KillTest(DisasterTest):
 
 
 class SmallDiskTest(DisasterTest):
+    """Where the temporary folder and the files' are two disks: downloads that keep nothing."""
+
     OWN_MOUNTS = ["unshare", "-m", *([] if os.geteuid() == 0 else ["-r"])]
 
     def run_on_small_disk(self, folder, kibibytes, *command, fill=""):

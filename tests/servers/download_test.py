@@ -68,7 +68,7 @@ class StopTest(ServerTest):
                                            ("get", "slow-merge", ".temp.", 0), ("info", "combined?stall=60", "", 0)):
             with self.subTest(page):
                 out = self.folder / "out"
-                arguments = [command, *(["-o", out] if command == "get" else []), self.page(page)]
+                arguments = [command, *(["--no-continue", "-o", out] if command == "get" else []), self.page(page)]
                 with subprocess.Popen([COMMAND, *arguments], env=self.environment_of_command(), text=True,
                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
                     while not self.in_the_middle(file, least) and process.poll() is None:

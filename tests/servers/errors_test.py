@@ -72,7 +72,7 @@ class ErrorTest(ServerTest):
 
     def failures(self, row):
         _, _, address, *arguments = row
-        return self.run_command("get", "--json", "-o", self.folder / "out", *arguments, address)
+        return self.run_command("get", "--json", "--no-continue", "-o", self.folder / "out", *arguments, address)
 
     def test_each_kind(self):
         rows = self.rows()

@@ -1,6 +1,7 @@
 """Downloads that go on where they stopped, with the real tool: after kills, and against a server that changes its files."""
 
 import json
+import os
 import random
 import shutil
 import signal
@@ -20,7 +21,7 @@ class ResumeTest(ServerTest):
         self.environment = self.environment_of_command()
 
     def command(self, page, code, *more):
-        return [COMMAND, "get", "--json", "--continue", "-o", self.out, "--format", code, *more, self.page(page)]
+        return [COMMAND, "get", "--json", "-o", self.out, "--format", code, *more, self.page(page)]
 
     def sent(self):
         with urllib.request.urlopen(f"{self.site.address}/sent") as answer:
@@ -61,7 +62,7 @@ class ResumeTest(ServerTest):
                 for number, mark in enumerate(marks):
                     words = self.stop_at(mark, f"{page}?{RATE}", code, (signal.SIGKILL, signal.SIGINT)[number % 2])
                     if number % 2:
-                        self.assertIn("the same command goes on", words)
+                        self.assertIn("The same command goes on", words)
                 file = self.finish(f"{page}?{RATE}", code)
                 self.assertEqual(probe(file), "video audio 8")
                 whole = self.sent() - before
@@ -91,6 +92,50 @@ class ResumeTest(ServerTest):
                 else:
                     self.assertEqual(self.width(result), "640")
                 shutil.rmtree(self.out)
+
+    def partial(self):
+        """What interrupted downloads have left."""
+        return list((self.out / ".reelhaul-partial").glob("*"))
+
+    def test_kept_until_it_is_discarded_or_swept(self):
+        slow, code, own = f"combined?{RATE}", "combined320-mp4", self.out / "0123456789abcdef"
+        own.mkdir(parents=True)  # a folder of the user's, named as ours are
+        kept = self.stop_at(100_000, slow, code, signal.SIGINT)
+        self.assertRegex(kept, r"Kept \d+.* KiB of what is not finished")
+        for path in (own, *self.partial(), *self.partial()[0].iterdir()):
+            os.utime(path, (0, 0))
+        subprocess.run(self.command("combined", "combined-webm"), env=self.environment, check=True, stdout=subprocess.DEVNULL)
+        self.assertEqual(sorted(path.name for path in self.out.iterdir()), [own.name, "Combined.webm"])
+        shutil.rmtree(self.out)
+        for option, event in (("--discard", "discarded"), ("--no-continue", "finished")):
+            self.stop_at(100_000, slow, code, signal.SIGKILL)
+            self.assertEqual(len(self.partial()), 1)
+            run = subprocess.run(self.command("combined", code, option), env=self.environment, text=True, capture_output=True)
+            self.assertEqual(run.returncode, 0, run.stderr)
+            self.assertIn(f'"event":"{event}"', run.stdout)
+            self.assertFalse((self.out / ".reelhaul-partial").exists())
+
+    def test_two_processes_never_share_what_is_kept(self):
+        code = "combined320-mp4"
+        with subprocess.Popen(self.command("combined?media.rate=40000", code), env=self.environment, text=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as first:
+            for event in map(json.loads, first.stdout):
+                if event.get("bytes", 0) > 50_000:
+                    break
+            second = subprocess.run(self.command("combined", code), env=self.environment, text=True, capture_output=True)
+            self.assertEqual(second.returncode, 0, second.stderr)
+            third = subprocess.run(self.command("combined", code, "--discard"), env=self.environment, text=True, capture_output=True)
+            self.assertIn("a download is using what was kept of it", third.stderr)
+            first.kill()
+            first.stdout.read()
+        self.wait_until(lambda: not self.processes())
+        before = self.sent()
+        self.assertEqual(len(self.partial()), 1)
+        subprocess.run(self.command("combined", code), env=self.environment, check=True, stdout=subprocess.DEVNULL)
+        self.assertLess(self.sent() - before, (self.out / "Combined.mp4").stat().st_size)  # it went on
+        files = sorted(self.out.iterdir())
+        self.assertEqual(len(files), 2)
+        self.assertEqual(files[0].read_bytes(), files[1].read_bytes())
 
     def test_tries_again_by_itself_and_a_stop_ends_the_wait(self):
         with subprocess.Popen(self.command("combined?media.status=503", "combined320-mp4", "--retries", "0"), text=True,

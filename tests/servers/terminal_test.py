@@ -66,7 +66,7 @@ class TerminalTest(ServerTest):
             self.assertNotIn(sequence, run.shown)
 
     def test_control_c_stops_all(self):
-        run = self.run_on_terminal("get", "-o", self.folder / "out", self.page("slow"), self.page("slow?title=Other"))
+        run = self.run_on_terminal("get", "--no-continue", "-o", self.folder / "out", self.page("slow"), self.page("slow?title=Other"))
         run.wait_for(r"Other.*%")
         run.type("\x03")
         self.assertEqual(run.end(), 130)

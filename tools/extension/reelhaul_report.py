@@ -27,6 +27,7 @@ MOST_CAUSES = 6
 MOST_NAMES = 180  # characters
 PAUSE = 0.05  # seconds between two records of the same part
 TAIL = 64 * 1024  # bytes that are compared where a server has no marks
+BLOCK = 512 * 1024  # the most that the tool reads before it writes: a kill costs that much
 LOOK = 0.1  # seconds between two looks at what ffmpeg writes
 
 
@@ -184,17 +185,25 @@ def ask(tool, info, url, begin="0", end="0"):
     return tool.urlopen(Request(url, headers=headers))
 
 
-def version(tool, info, url):
+def marks(answer):
     """What tells one state of a file from another: the server's marks for it, and its size."""
+    size = (answer.headers.get("Content-Range") or "").rpartition("/")[2] if answer.status == 206 \
+        else answer.headers.get("Content-Length")
+    return [answer.headers.get("ETag"), answer.headers.get("Last-Modified"), size]
+
+
+def version(tool, info, url):
     with contextlib.closing(ask(tool, info, url)) as answer:
-        size = (answer.headers.get("Content-Range") or "").rpartition("/")[2] if answer.status == 206 \
-            else answer.headers.get("Content-Length")
-        return [answer.headers.get("ETag"), answer.headers.get("Last-Modified"), size]
+        return marks(answer)
 
 
 def path_of(url):
     """An address without what expires in it."""
     return urllib.parse.urlsplit(url).path.rpartition("/")[2]
+
+
+def in_fragments(info):
+    return bool((info.get("protocol") or "").startswith("m3u8") or info.get("fragments"))
 
 
 def source(tool, info):
@@ -246,12 +255,38 @@ def cut_to_fragments(name):
     return True
 
 
+def write_note(note, now):
+    with open(f"{note}.new", "w", encoding="utf-8") as file:
+        json.dump(now, file)
+    os.replace(f"{note}.new", note)
+
+
+def note_first_answer(tool, note, info):
+    """Where nothing is left the answer that the tool gets itself tells the source, without a question of ours."""
+    from yt_dlp.networking import Request
+
+    ask_for = tool.urlopen
+
+    def urlopen(request):
+        answer = ask_for(request)
+        with contextlib.suppress(Exception):
+            if request.url == Request(info["url"]).url and not os.path.exists(note):
+                write_note(note, marks(answer))
+        return answer
+
+    tool.urlopen = urlopen
+
+
 def guard_partial(tool, name, info):
     """Removes what an earlier run left of something else than the server has now: the tool would go on behind it."""
     from yt_dlp.networking.exceptions import network_exceptions
 
     folder, own, note = os.path.dirname(name), os.path.basename(name), f"{name}.source"
     left = [file for file in os.listdir(folder) if file == own or file.startswith((f"{own}.part", f"{own}.ytdl", f"{own}.state"))]
+    if not left and not in_fragments(info):
+        with contextlib.suppress(OSError):
+            os.unlink(note)
+        return note_first_answer(tool, note, info)
     now = before = None
     with contextlib.suppress(OSError, ValueError), open(note, encoding="utf-8") as file:
         before = json.load(file)
@@ -265,7 +300,8 @@ def guard_partial(tool, name, info):
         with contextlib.suppress(Exception):
             bodies = [file for file in (own, f"{own}.part") if file in left]
             same = len(now) == 3 and bool(bodies) and same_tail(tool, info, os.path.join(folder, bodies[0]))
-    if same and f"{own}.ytdl" in left:
+    # Also when the last fragment is there and the tool has just removed its own count.
+    if same and in_fragments(info) and f"{own}.part" in left:
         same = cut_to_fragments(name)
     for file in left:
         if not same or "-Frag" in file:  # a fragment that is not whole is fetched again
@@ -274,17 +310,18 @@ def guard_partial(tool, name, info):
     with contextlib.suppress(OSError):
         os.unlink(note)
     if now is not None:
-        with open(f"{note}.new", "w", encoding="utf-8") as file:
-            json.dump(now, file)
-        os.replace(f"{note}.new", note)
+        write_note(note, now)
 
 
 def install_progress():
     from yt_dlp import YoutubeDL
+    from yt_dlp.downloader.common import FileDownloader
     from yt_dlp.downloader.external import FFmpegFD
     from yt_dlp.downloader.fragment import FragmentFD
     from yt_dlp.postprocessor.ffmpeg import FFmpegPostProcessor
 
+    choose = FileDownloader.best_block_size
+    FileDownloader.best_block_size = staticmethod(lambda seconds, size: min(BLOCK, choose(seconds, size)))
     progress = Progress()
     process, fetch, record = YoutubeDL.process_info, YoutubeDL.dl, FFmpegFD._call_downloader
     convert = FFmpegPostProcessor.real_run_ffmpeg
@@ -303,7 +340,10 @@ def install_progress():
                 progress.begin(info, subtitle)
             if not subtitle and os.path.exists(os.path.join(os.path.dirname(name), ".resume")):
                 guard_partial(self, name, info)
-        return fetch(self, name, info, subtitle=subtitle, test=test)
+        try:
+            return fetch(self, name, info, subtitle=subtitle, test=test)
+        finally:
+            self.__dict__.pop("urlopen", None)
 
     def real_run_ffmpeg(self, inputs, outputs, *arguments, **more):
         inputs, outputs = list(inputs), list(outputs)
