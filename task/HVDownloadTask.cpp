@@ -1,6 +1,7 @@
 #include "HVDownloadTask.h"
 
 #include "HVArgsBuilder.h"
+#include "HVGroupMember.h"
 #include "IHVDownloadTaskDelegate.h"
 #include "IHVLogConfig.h"
 
@@ -68,8 +69,10 @@ std::shared_ptr<IHVError const> HVDownloadTask::StartTask() {
         thread = taskThread_ = IHVThread::MallocThread([self = shared_from_this()] { self->RunWorker(); });
     }
     // Without a thread there is no run, but the delegate and a waiting caller must hear of its end.
-    if (auto const error = thread->Start(); !error->Succeed())
+    if (auto const error = thread->Start(); !error->Succeed()) {
         notifyTaskComplete(error);
+        LeaveGroup();
+    }
     return IHVError::MallocSucceed("HVDownloadTask", __LINE__, "StartTask");
 }
 
@@ -92,7 +95,37 @@ bool IHVDownloadTask::WasStopped() const {
     return task != nullptr && task->StoppedInTime();
 }
 
+bool HVDownloadTask::JoinGroup(std::shared_ptr<HVGroupMember> member) {
+    std::lock_guard const lock(mutex_);
+    if (group_ != nullptr || taskThread_ != nullptr)
+        return false;
+    group_ = std::move(member);
+    return true;
+}
+
+std::shared_ptr<HVGroupMember> HVDownloadTask::Group() const {
+    std::lock_guard const lock(mutex_);
+    return group_;
+}
+
+void HVDownloadTask::LeaveGroup() {
+    if (auto const group = Group())
+        group->Ended();
+}
+
+void HVDownloadTask::ReportInTurn(std::function<void()> report) {
+    if (auto const group = Group())
+        group->Report(std::move(report));
+    else
+        report();
+}
+
 void HVDownloadTask::RunWorker() {
+    WorkUnderGuard();
+    LeaveGroup();
+}
+
+void HVDownloadTask::WorkUnderGuard() {
     std::string failure;
     try {
         asyncProgressTask();
@@ -128,7 +161,8 @@ void HVDownloadTask::Notify(std::function<void(IHVDownloadTaskDelegate&)> call) 
     // The report keeps the task alive. A task that no pointer holds can't promise to outlive a dispatched
     // one.
     if (auto self = weak_from_this().lock())
-        DispatchReport([self = std::move(self), tell = std::move(tell)] { tell(); });
+        ReportInTurn(
+            [self = std::move(self), tell = std::move(tell)] { DispatchReport([self, tell] { tell(); }); });
     else
         tell();
 }

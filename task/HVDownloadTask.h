@@ -18,6 +18,7 @@
 
 namespace Halvorn {
 
+class HVGroupMember;
 class IHVDownloadTaskDelegate;
 class IHVPlayList;
 
@@ -44,6 +45,13 @@ public:
     bool UserCancel() const { return stop_.Requested(); }
     /// Whether StopTask was called while the run was under way.
     bool StoppedInTime() const { return stoppedInTime_; }
+    /// Takes the task into a group of analyses. False for one that was started, or has a group.
+    bool JoinGroup(std::shared_ptr<HVGroupMember> member);
+    /// What the task has of its group; null without one.
+    std::shared_ptr<HVGroupMember> Group() const;
+    /// Runs what reports to the application: now, or when it is the turn of the task in its group.
+    void ReportInTurn(std::function<void()> report);
+
     /// What the task's runs of the tool are ended by.
     HVToolStop* Stop() { return &stop_; }
 
@@ -69,11 +77,14 @@ protected:
 
 private:
     void RunWorker();
+    void WorkUnderGuard();
+    void LeaveGroup();
     void Notify(std::function<void(IHVDownloadTaskDelegate&)> call);
 
     HVCallbackSlot<IHVDownloadTaskDelegate*> taskDelegate_;
     mutable std::mutex mutex_; // guards what follows, down to the path
     std::shared_ptr<IHVDownloadTaskDelegate> ownDelegate_;
+    std::shared_ptr<HVGroupMember> group_;
     std::shared_ptr<IHVDownloadOptions> taskOptions_;
     std::shared_ptr<IHVThread> taskThread_;
     std::string jsRuntimePath_;

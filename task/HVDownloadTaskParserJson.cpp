@@ -7,6 +7,7 @@
 #include "HVDownloadTaskParser.h"
 #include "HVDownloadThumbnail.h"
 #include "HVFullAnalysis.h"
+#include "HVGroupMember.h"
 #include "HVJsonObjectPlayItem.h"
 #include "HVJsonObjectPlayList.h"
 #include "HVJsonObjectPlaylistEntry.h"
@@ -131,7 +132,8 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
         return;
     }
     Result lastResult;
-    HVEntryLanes lanes(settings_.lanes, [this] { return UserCancel(); });
+    HVEntryLanes lanes(
+        settings_.lanes, [this] { return UserCancel(); }, Group());
     std::vector<HVEntryLanes::Entry> entries;
     for (int i = 0; i < count; ++i) {
         auto const entry = json->GetEntriesJsonObject(i);
@@ -149,6 +151,8 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
         entries.push_back({url.empty() ? taskURL_ : url, std::move(load), std::move(report)});
     }
     lanes.AddInFront(std::move(entries));
+    if (auto const group = Group())
+        group->LeaveFirstPlace();
     lanes.Run();
     if (UserCancel()) {
         notifyTaskComplete(IHVError::MallocCancel(kFile, __LINE__, "UsingJsonOutput"));

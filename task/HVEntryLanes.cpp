@@ -1,6 +1,7 @@
 #include "HVEntryLanes.h"
 
 #include "HVConstants.h"
+#include "HVGroupMember.h"
 #include "HVHTTPAddress.h"
 #include "IHVThread.h"
 
@@ -10,8 +11,9 @@
 
 namespace Halvorn {
 
-HVEntryLanes::HVEntryLanes(Limits limits, std::function<bool()> stopped)
-    : limits_{std::max(1, limits.atOnce), std::max(1, limits.perSite)}, stopped_(std::move(stopped)) {}
+HVEntryLanes::HVEntryLanes(Limits limits, std::function<bool()> stopped, std::shared_ptr<HVGroupMember> group)
+    : limits_{std::max(1, limits.atOnce), std::max(1, limits.perSite)}, stopped_(std::move(stopped)),
+      group_(std::move(group)) {}
 
 HVEntryLanes::~HVEntryLanes() {
     {
@@ -149,8 +151,18 @@ HVEntryLanes::Slot* HVEntryLanes::NextToLoad() {
     return &*slot;
 }
 
-void HVEntryLanes::Load(Slot& slot) {
+HVEntryLanes::Result HVEntryLanes::LoadInPlace(Slot const& slot) const {
+    if (group_ == nullptr)
+        return Guarded(slot.entry.load);
+    if (!group_->TakePlace(slot.site, stopped_))
+        return IHVError::MallocCancel("HVEntryLanes", __LINE__, "LoadInPlace");
     auto result = Guarded(slot.entry.load);
+    group_->GivePlace(slot.site);
+    return result;
+}
+
+void HVEntryLanes::Load(Slot& slot) {
+    auto result = LoadInPlace(slot);
     std::lock_guard const lock(mutex_);
     slot.result = std::move(result);
     slot.state = State::Loaded;

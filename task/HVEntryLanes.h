@@ -19,6 +19,7 @@
 
 namespace Halvorn {
 
+class HVGroupMember;
 class IHVThread;
 
 class HVEntryLanes {
@@ -37,7 +38,9 @@ public:
     };
 
     /// `stopped` is asked between any two steps; once it says so, no further load begins.
-    HVEntryLanes(Limits limits, std::function<bool()> stopped);
+    /// Each load has a place of the group, where there is one.
+    HVEntryLanes(Limits limits, std::function<bool()> stopped,
+                 std::shared_ptr<HVGroupMember> group = nullptr);
     /// Waits for the loads under way.
     ~HVEntryLanes();
     HVEntryLanes(HVEntryLanes const&) = delete;
@@ -69,9 +72,11 @@ private:
     Slot* NextToLoad();
     bool AwaitFirst();
     void Load(Slot& slot);
+    Result LoadInPlace(Slot const& slot) const;
 
     Limits const limits_;
     std::function<bool()> const stopped_;
+    std::shared_ptr<HVGroupMember> const group_;
     std::vector<std::shared_ptr<IHVThread>> threads_; ///< of the thread of Run
     bool noMoreThreads_ = false;                      ///< of that one, too
     mutable std::mutex mutex_;                        // guards what follows

@@ -4,6 +4,7 @@
 #include "HVArgsBuilder.h"
 #include "HVCallback.h"
 #include "HVDownloadTaskParser.h"
+#include "HVGroupMember.h"
 #include "HVJsonObjectPlayItem.h"
 #include "HVJsonObjectPlayList.h"
 #include "HVListDocument.h"
@@ -44,7 +45,9 @@ void TakeWordsOfEntry(IHVDownloadItem& item, HVListEntry const& told) {
 } // namespace
 
 HVFullAnalysis::HVFullAnalysis(HVDownloadTaskParser& task, HVAnalysisSettings const& settings)
-    : task_(task), settings_(settings), lanes_(settings.lanes, [&task] { return task.UserCancel(); }) {}
+    : task_(task), settings_(settings),
+      lanes_(
+          settings.lanes, [&task] { return task.UserCancel(); }, task.Group()) {}
 
 void HVFullAnalysis::Run() {
     task_.notifyTaskStarted("Parse started");
@@ -132,6 +135,8 @@ void HVFullAnalysis::CompleteList(HVJsonNode const& document, std::string const&
     }
     Enqueue(list, top_, 0);
     TakeThumbnail(document);
+    if (auto const group = task_.Group())
+        group->LeaveFirstPlace();
     lanes_.Run();
     Complete();
 }
@@ -161,7 +166,9 @@ void HVFullAnalysis::Enqueue(HVListDocument const& document, std::shared_ptr<HVP
     for (int i = 0; i < document.Count(); ++i)
         entries.push_back(document.Entry(i, level));
     if (settings_.list)
-        ReportTo(settings_.list, std::shared_ptr<IHVPlayList const>(list), entries);
+        task_.ReportInTurn([told = settings_.list, list, entries] {
+            ReportTo(told, std::shared_ptr<IHVPlayList const>(list), entries);
+        });
     std::vector<HVEntryLanes::Entry> wanted;
     for (std::size_t const place : WantedOf(document, entries)) {
         auto& told = entries[place];

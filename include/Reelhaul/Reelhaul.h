@@ -26,6 +26,7 @@
 #include "HVNameTemplate.h"
 #include "HVVersion.h"
 #include "IHVAdobePassAuthentication.h"
+#include "IHVAnalysisGroup.h"
 #include "IHVAuthenticationOptions.h"
 #include "IHVBrowserState.h"
 #include "IHVCallbackDispatcher.h"
