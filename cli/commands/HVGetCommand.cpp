@@ -1,6 +1,6 @@
 #include "HVGetCommand.h"
 
-#include "HVAnalysis.h"
+#include "HVAnalyses.h"
 #include "HVChoice.h"
 #include "HVDownloads.h"
 #include "HVFailure.h"
@@ -27,13 +27,15 @@ public:
     GetCommand(HVSession& session, HVRequest const& request)
         : session_(session), request_(request), display_(session.Console()),
           downloads_(session, request, display_),
-          ranges_(HVItemRanges::Parse(request.items).value_or(HVItemRanges())) {}
+          ranges_(HVItemRanges::Parse(request.items).value_or(HVItemRanges())),
+          analyses_(session.Queue(), request, Listener(), [this] { BeginAddress(); }) {}
 
     int Run();
 
 private:
-    /// The addresses are analysed one after the other, while items of earlier ones download already.
-    void AnalyseNext();
+    /// The addresses are analysed while items of earlier ones download already.
+    HVAnalysis::Listener Listener();
+    void BeginAddress();
     void ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item);
     void AnalysisDone(std::shared_ptr<IHVError const> const& error);
     void EntryFailed(IHVDownloadTask::FailedEntry const& entry);
@@ -44,7 +46,7 @@ private:
     /// What is recorded is finished first; the rest ends.
     bool Finish();
     bool Ending() const { return finishing_ || session_.Ending(); }
-    HVListedAddress const& Address() const { return request_.addresses[next_ - 1]; }
+    HVListedAddress const& Address() const { return analyses_.Address(); }
     std::string const& URL() const { return Address().url; }
 
     HVSession& session_;
@@ -52,30 +54,27 @@ private:
     HVProgressDisplay display_;
     HVDownloads downloads_;
     HVItemRanges ranges_;
-    std::shared_ptr<HVAnalysis> analysis_;
-    std::size_t next_ = 0;
-    bool allAnalysed_ = false;
     bool failed_ = false;
     bool finishing_ = false;
     bool cutShort_ = false; ///< something was left out for the finish
-    // Of the analysis under way.
+    // Of the address that reports.
     bool isPlayList_ = false;
     int itemCount_ = 0;
     std::size_t failedEntries_ = 0;
     std::string title_;
+    HVAnalyses analyses_; ///< behind what its listener uses
 };
 
 int GetCommand::Run() {
     session_.FinishFirst([this] { return Finish(); });
-    AnalyseNext();
-    int const early = session_.Run({[this] { return allAnalysed_ && downloads_.AllOver(); },
+    analyses_.Start();
+    int const early = session_.Run({[this] { return analyses_.AllDone() && downloads_.AllOver(); },
                                     [this] {
                                         downloads_.Tick();
                                         display_.Refresh();
                                     },
                                     [this] {
-                                        if (!allAnalysed_)
-                                            analysis_->Stop();
+                                        analyses_.Stop();
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
@@ -96,40 +95,31 @@ bool GetCommand::Finish() {
     if (!downloads_.FinishRecordings())
         return false;
     finishing_ = true;
-    cutShort_ = !allAnalysed_;
-    if (!allAnalysed_)
-        analysis_->Stop();
+    cutShort_ = !analyses_.AllDone();
+    analyses_.Stop();
     return true;
 }
 
-void GetCommand::AnalyseNext() {
-    while (next_ < request_.addresses.size() && !session_.Ending()) {
-        ++next_;
-        isPlayList_ = false;
-        itemCount_ = 0;
-        failedEntries_ = 0;
-        title_.clear();
-        display_.SetActivity("Analysing " + URL());
-        analysis_ = std::make_shared<HVAnalysis>(
-            session_.Queue(),
-            HVAnalysis::Listener{[this](std::string const& message) {
-                                     if (analysis_->EntryCount() > 0)
-                                         display_.SetActivity(message);
-                                 },
-                                 [this](std::shared_ptr<IHVDownloadItem> item) { ItemLoaded(item); },
-                                 [this](std::shared_ptr<IHVPlayList> playList) {
-                                     isPlayList_ = true;
-                                     title_ = playList->GetTitle();
-                                 },
-                                 [this](IHVDownloadTask::FailedEntry const& entry) { EntryFailed(entry); },
-                                 [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); }});
-        auto const error = analysis_->Start(URL(), request_);
-        if (error->Succeed())
-            return;
-        Fail(FailureOf(*error, request_));
-    }
-    display_.SetActivity({});
-    allAnalysed_ = true;
+HVAnalysis::Listener GetCommand::Listener() {
+    return {[this](std::string const& message) {
+                if (analyses_.Current().EntryCount() > 0)
+                    display_.SetActivity(message);
+            },
+            [this](std::shared_ptr<IHVDownloadItem> item) { ItemLoaded(item); },
+            [this](std::shared_ptr<IHVPlayList> playList) {
+                isPlayList_ = true;
+                title_ = playList->GetTitle();
+            },
+            [this](IHVDownloadTask::FailedEntry const& entry) { EntryFailed(entry); },
+            [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); }};
+}
+
+void GetCommand::BeginAddress() {
+    isPlayList_ = false;
+    itemCount_ = 0;
+    failedEntries_ = 0;
+    title_.clear();
+    display_.SetActivity(ActivityOf(analyses_));
 }
 
 void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
@@ -160,11 +150,9 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
 }
 
 void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
-    if (Ending()) {
-        // A stopped analysis reports a failure or a success, as it happens; neither is news.
-        allAnalysed_ = true;
+    display_.SetActivity({});
+    if (Ending()) // a stopped analysis reports a failure or a success, as it happens; neither is news
         return;
-    }
     if (error->Succeed()) {
         if (request_.json)
             session_.Console().Out(EventLine("analysed", {{"url", URL()},
@@ -176,20 +164,21 @@ void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
     } else if (!TellOfEntries()) { // of a playlist, the task's own error is that of the last entry
         Fail(FailureOf(*error, request_));
     }
-    AnalyseNext();
 }
 
 void GetCommand::EntryFailed(IHVDownloadTask::FailedEntry const& entry) {
-    if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number, analysis_->ListedCount())))
+    if (Ending() || (entry.level == 0 && !ranges_.Contains(entry.number, analyses_.Current().ListedCount())))
         return;
     ++failedEntries_;
     Fail(FailureOf(*entry.error, request_), &entry);
 }
 
 bool GetCommand::TellOfEntries() {
-    if (std::string const text = FailedEntriesText(failedEntries_, analysis_->EntryCount()); !text.empty())
+    if (std::string const text = FailedEntriesText(failedEntries_, analyses_.Current().EntryCount());
+        !text.empty())
         session_.Console().Note(URL() + ": " + text);
-    int const count = analysis_->ListedCount() > 0 ? analysis_->ListedCount() : analysis_->EntryCount();
+    int const count = analyses_.Current().ListedCount() > 0 ? analyses_.Current().ListedCount()
+                                                            : analyses_.Current().EntryCount();
     int const beyond = count > 0 ? ranges_.FirstBeyond(count) : 0;
     if (beyond > 0)
         Fail({"there is no item " + std::to_string(beyond) + "; the playlist has " + std::to_string(count)});

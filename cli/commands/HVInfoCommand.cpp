@@ -1,6 +1,6 @@
 #include "HVInfoCommand.h"
 
-#include "HVAnalysis.h"
+#include "HVAnalyses.h"
 #include "HVChoice.h"
 #include "HVFailure.h"
 #include "HVItemText.h"
@@ -23,8 +23,9 @@ constexpr std::size_t kRunsWorthIt = 3;
 
 class InfoCommand {
 public:
-    InfoCommand(HVSession& session, HVRequest const& request, HVListedAddress const& address)
-        : session_(session), request_(request), address_(address), display_(session.Console()) {}
+    InfoCommand(HVSession& session, HVRequest const& request)
+        : session_(session), request_(request), display_(session.Console()),
+          analyses_(session.Queue(), request, Listener(), [this] { BeginAddress(); }) {}
 
     int Run();
 
@@ -38,11 +39,13 @@ private:
     void ShowHead(IHVPlayList const& playList);
     void ShowPlayList(std::shared_ptr<IHVPlayList> const& playList);
     void Done(std::shared_ptr<IHVError const> const& error);
-    std::string Beginning() const { return "Analysing " + address_.url; }
+    HVAnalysis::Listener Listener();
+    void BeginAddress();
+    HVListedAddress const& Address() const { return analyses_.Address(); }
     void Tell(std::string const& front, IHVError const& error) {
         HVFailure failure = FailureOf(error, request_);
         failure.message = session_.WithLoggedErrors(failure.message);
-        session_.Console().Error(NameOf(address_) + ": " + front + failure.Line());
+        session_.Console().Error(NameOf(Address()) + ": " + front + failure.Line());
     }
     void Fail(IHVError const& error) {
         Tell({}, error);
@@ -51,23 +54,18 @@ private:
 
     HVSession& session_;
     HVRequest const& request_;
-    HVListedAddress const& address_;
     HVProgressDisplay display_;
-    std::shared_ptr<HVAnalysis> analysis_;
     /// The list whose head stands above what is printed now; never used but to compare.
     void const* headShown_ = nullptr;
-    bool done_ = false;
     int status_ = HVExitDone;
+    HVAnalyses analyses_; ///< behind what its listener uses
 };
 
-int InfoCommand::Run() {
-    analysis_ = std::make_shared<HVAnalysis>(
-        session_.Queue(),
-        HVAnalysis::Listener{
-            [this](std::string const& message) {
+HVAnalysis::Listener InfoCommand::Listener() {
+    return {[this](std::string const& message) {
                 // Without a terminal the items themselves tell how far it is.
-                if (session_.Console().Live())
-                    display_.SetActivity(analysis_->EntryCount() > 0 ? message : Beginning());
+                if (session_.Console().Live() && analyses_.Current().EntryCount() > 0)
+                    display_.SetActivity(message);
             },
             [this](std::shared_ptr<IHVDownloadItem> item) { ShowItem(item); },
             [this](std::shared_ptr<IHVPlayList> playList) { ShowPlayList(playList); },
@@ -78,13 +76,21 @@ int InfoCommand::Run() {
             [this](std::shared_ptr<IHVError const> error) { Done(error); },
             [this](std::shared_ptr<IHVPlayList const> playList, std::vector<HVListEntry> const& entries) {
                 ShowEntries(*playList, entries);
-            }});
-    if (auto const error = analysis_->Start(address_.url, request_); !error->Succeed()) {
-        Fail(*error);
-        return status_;
-    }
-    int const early = session_.Run(
-        {[this] { return done_; }, [this] { display_.Refresh(); }, [this] { analysis_->Stop(); }});
+            }};
+}
+
+void InfoCommand::BeginAddress() {
+    headShown_ = nullptr;
+    if (session_.Console().Live())
+        display_.SetActivity(ActivityOf(analyses_));
+}
+
+int InfoCommand::Run() {
+    if (request_.addresses.size() >= kRunsWorthIt)
+        WarmTool(request_);
+    analyses_.Start();
+    int const early = session_.Run({[this] { return analyses_.AllDone(); }, [this] { display_.Refresh(); },
+                                    [this] { analyses_.Stop(); }});
     return early != HVExitDone ? early : session_.FinalStatus(status_);
 }
 
@@ -127,24 +133,24 @@ void InfoCommand::ShowPlayList(std::shared_ptr<IHVPlayList> const& playList) {
     if (request_.listOnly)
         return;
     if (request_.json)
-        session_.Console().Out(PlayListDocument(*playList, analysis_->FailedEntries(), request_.allFormats));
+        session_.Console().Out(
+            PlayListDocument(*playList, analyses_.Current().FailedEntries(), request_.allFormats));
     else if (headShown_ == nullptr) // from tables a playlist comes at its end
         ShowHead(*playList);
 }
 
 void InfoCommand::Done(std::shared_ptr<IHVError const> const& error) {
-    done_ = true;
     display_.SetActivity({});
     display_.Refresh();
     if (session_.Ending())
         return;
-    std::size_t const failed = analysis_->FailedEntries().size();
+    std::size_t const failed = analyses_.Current().FailedEntries().size();
     if (!error->Succeed() && failed == 0)
         Fail(*error);
     else if (!error->Succeed()) // the task's own error is that of the last entry
         status_ = HVExitFailed;
-    if (std::string const text = FailedEntriesText(failed, analysis_->EntryCount()); !text.empty())
-        session_.Console().Note(address_.url + ": " + text);
+    if (std::string const text = FailedEntriesText(failed, analyses_.Current().EntryCount()); !text.empty())
+        session_.Console().Note(Address().url + ": " + text);
 }
 
 } // namespace
@@ -158,16 +164,7 @@ int RunInfo(HVSession& session, HVRequest& request) {
     HVRunningCookies cookies;
     if (int const status = cookies.Ask(session, request); status != HVExitDone)
         return status;
-    if (request.addresses.size() >= kRunsWorthIt)
-        WarmTool(request);
-    int status = HVExitDone;
-    for (HVListedAddress const& address : request.addresses)
-        if (int const one = InfoCommand(session, request, address).Run(); one != HVExitDone) {
-            status = one;
-            if (session.Ending())
-                break;
-        }
-    return status;
+    return InfoCommand(session, request).Run();
 }
 
 } // namespace Halvorn

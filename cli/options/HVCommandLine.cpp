@@ -210,9 +210,10 @@ void HVCommandLine::AddToolPaths(CLI::App& app) {
 }
 
 void HVCommandLine::AddRuns(CLI::App& app) {
-    app.add_option("--analyses", analyses_,
-                   "Number of entries of a list analysed at the same time, at most 4 of them of one site; 4 "
-                   "unless given")
+    app.add_option(
+           "--analyses", analyses_,
+           "Number of addresses and entries of lists analysed at the same time, at most 4 of them of one "
+           "site; 4 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
     AddFlag(app, "--cold", request_.cold,

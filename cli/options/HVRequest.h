@@ -33,7 +33,7 @@ struct HVRequest {
     std::string jsRuntime;            ///< empty for the built-in one
     int newest = 0;                   ///< of each list; 0 for all
     int jobs = 6;
-    int analyses = 4;         ///< entries of a list that are loaded at once
+    int analyses = 4;         ///< addresses and entries of lists that are analysed at once
     int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit
     bool cold = false;        ///< the tool is started anew for each run
     bool analyseOnce = false; ///< downloads are made by the analysis's document

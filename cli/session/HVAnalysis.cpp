@@ -22,14 +22,15 @@ HVAnalysis::~HVAnalysis() {
         task_->SetDelegate(nullptr);
 }
 
-std::shared_ptr<IHVError const> HVAnalysis::Start(std::string const& url, HVRequest const& request) {
+void HVAnalysis::Start(std::string const& url, HVRequest const& request, IHVAnalysisGroup& group) {
     task_ = request.text ? IHVDownloadTask::MallocTextDownloadTask(url)
                          : IHVDownloadTask::MallocDownloadTask(url);
     task_->SetDelegate(this);
     task_->SetJSRuntimePath(request.jsRuntime);
     task_->SetOptions(request.options);
     Ask(request);
-    return task_->StartTask();
+    if (auto const error = group.AddTask(task_); !error->Succeed())
+        Post([error](HVAnalysis& self) { self.Finish(error); });
 }
 
 void HVAnalysis::Ask(HVRequest const& request) {
@@ -37,7 +38,6 @@ void HVAnalysis::Ask(HVRequest const& request) {
     task_->SetTablesWhereNoJson(true);
     task_->SetThumbnailBytes(false);
     task_->SetWebPThumbnails(true);
-    task_->SetAnalysesAtOnce(request.analyses);
     task_->SetKeepForDownload(request.analyseOnce);
     task_->SetListDepth(request.flat ? 0 : kListDepth);
     task_->SetWantedEntries(HVItemRanges::Parse(request.items).value_or(HVItemRanges()).Ranges());
@@ -64,10 +64,6 @@ void HVAnalysis::Ask(HVRequest const& request) {
                 self.listener_.listed(playList, entries);
         });
     });
-}
-
-void HVAnalysis::Stop() {
-    task_->StopTask();
 }
 
 void HVAnalysis::Post(std::function<void(HVAnalysis&)> work) {

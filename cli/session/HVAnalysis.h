@@ -3,6 +3,7 @@
 
 #include "HVMainQueue.h"
 
+#include <Reelhaul/IHVAnalysisGroup.h>
 #include <Reelhaul/IHVDownloadItem.h>
 #include <Reelhaul/IHVDownloadTask.h>
 #include <Reelhaul/IHVDownloadTaskDelegate.h>
@@ -37,9 +38,8 @@ public:
     HVAnalysis(HVAnalysis const&) = delete;
     HVAnalysis& operator=(HVAnalysis const&) = delete;
 
-    /// Returns the failure of a start; then nothing is called.
-    std::shared_ptr<IHVError const> Start(std::string const& url, HVRequest const& request);
-    void Stop();
+    /// Has the group begin it when there is a place.
+    void Start(std::string const& url, HVRequest const& request, IHVAnalysisGroup& group);
     /// Number of entries of a playlist that were tried so far, and those of them that did not load.
     int EntryCount() const { return entryCount_; }
     std::vector<IHVDownloadTask::FailedEntry> const& FailedEntries() const { return failedEntries_; }

@@ -11,7 +11,7 @@ class ListsTest(ScriptedTest):
         return "list"
 
     def analysed(self, *arguments, **more):
-        run = self.run_with_tool("info", "--text", *arguments, **more)
+        run = self.run_with_tool("info", "--text", "--analyses", "1", *arguments, **more)
         taken = [start[-1] for start in self.starts()]
         return run, list(dict.fromkeys(taken))
 
