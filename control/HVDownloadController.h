@@ -29,6 +29,7 @@ namespace Halvorn {
 class HVDownloadControllers;
 class HVDownloadRun;
 class HVDownloadTaskDownload;
+class IHVDownloadArchive;
 
 class HVDownloadController final : public IHVDownloadController,
                                    public std::enable_shared_from_this<HVDownloadController> {
@@ -100,6 +101,9 @@ public:
     }
     bool RemovePartialData();
     void SetName(std::string const& text) { Set(nameTemplate_, text); }
+    void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
+    /// See IHVDownloadController::FindExistingFile.
+    std::string FindExisting() const;
     std::string NameTemplate() const { return Get(nameTemplate_); }
     std::uint64_t PartialBytesThere() const;
     /// See IHVDownloadController::SetProgressFunc.
@@ -185,6 +189,7 @@ private:
     std::string resultPath_;
     std::string outputPath_;
     std::string nameTemplate_;
+    std::shared_ptr<IHVDownloadArchive> archive_;
     std::string jsRuntimePath_;
     std::string progressText_;
     HVDownloadProgress progress_;

@@ -3,6 +3,12 @@
 #include "HVDownloadController.h"
 
 #include "HVDownloadTaskDownload.h"
+#include "HVFileSystem.h"
+#include "HVParsedName.h"
+#include "HVSubfolder.h"
+#include "IHVDownloadArchive.h"
+#include "IHVDownloadItem.h"
+#include "IHVFileProvider.h"
 
 #include <utility>
 
@@ -14,9 +20,29 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
         if (auto const settings = Get(resume_))
             download->SetResume(*settings);
         download->SetNameTemplate(Get(nameTemplate_));
+        download->SetArchive(Get(archive_));
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));
+}
+
+std::string HVDownloadController::FindExisting() const {
+    std::string const folder = Get(outputPath_);
+    if (item_ == nullptr || folder.empty())
+        return {};
+    std::string const extension = item_->CurrentExtension();
+    HVItemPath path;
+    if (std::string const text = Get(nameTemplate_); text.empty())
+        path.name = IHVFileProvider::MakeValidFilenameAtPath(item_->GetFileName(), extension, folder);
+    else
+        path = HVParsedName(text).PathOf(*item_, extension, folder);
+    std::string const place = FindSubfolder(folder, path.folders);
+    if (place.empty())
+        return {};
+    std::string file = IHVFileProvider::AppendPathComponent(place, path.name);
+    if (std::string const legal = LegalExtension(extension); !legal.empty())
+        file = IHVFileProvider::AppendPathExtension(file, legal);
+    return IHVFileProvider::PathFileExist(file) ? file : std::string();
 }
 
 } // namespace Halvorn

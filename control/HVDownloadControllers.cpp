@@ -59,6 +59,8 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
             row.own->SetResume(*resume_);
         if (nameTemplate_.has_value())
             row.own->SetName(*nameTemplate_);
+        if (archive_.has_value())
+            row.own->SetArchiveOfRuns(*archive_);
         // A run that comes back with its row is counted by the row.
         auto const self = row.own->weak_from_this();
         std::erase_if(removedRuns_, [&self](auto const& run) { return run->BelongsTo(self); });
@@ -83,6 +85,14 @@ void HVDownloadControllers::SetNameOfRows(std::string const& text) {
     for (auto const& row : rows_)
         if (row.own != nullptr)
             row.own->SetName(text);
+}
+
+void HVDownloadControllers::SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive) {
+    std::lock_guard const lock(mutex_);
+    archive_ = archive;
+    for (auto const& row : rows_)
+        if (row.own != nullptr)
+            row.own->SetArchiveOfRuns(archive);
 }
 
 bool HVDownloadControllers::HasRow(IHVDownloadController const* controller) const {

@@ -76,6 +76,7 @@ public:
     /// See IHVDownloadControllers::SetResumable.
     void SetResumeOfRows(HVResumeSettings const& settings);
     void SetNameOfRows(std::string const& text);
+    void SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive);
     /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
 
@@ -106,6 +107,7 @@ private:
     std::uint64_t completions_ = 0;
     std::optional<HVResumeSettings> resume_;  // of rows that are added
     std::optional<std::string> nameTemplate_; // the same
+    std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
 };
 
 } // namespace Halvorn

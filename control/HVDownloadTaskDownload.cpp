@@ -1,5 +1,6 @@
 #include "HVDownloadTaskDownload.h"
 
+#include "HVApplicationCall.h"
 #include "HVArgsBuilder.h"
 #include "HVDownloadItem.h"
 #include "HVExplainedError.h"
@@ -10,6 +11,7 @@
 #include "HVSubfolder.h"
 #include "HVTmpFolder.h"
 #include "HVToolRun.h"
+#include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
 #include "IHVFileProvider.h"
@@ -208,6 +210,8 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
         if (auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get()))
             item->SetSideFiles(placement.sides);
         downloadItem_->SetDownloadedFile(placement.target);
+        if (archive_ != nullptr) // which logs a failure: the download is a success all the same
+            CallApplication([this] { archive_->Add(*downloadItem_); });
         return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
     }
     return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",

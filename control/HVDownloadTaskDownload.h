@@ -20,6 +20,7 @@
 namespace Halvorn {
 
 class HVToolRun;
+class IHVDownloadArchive;
 struct HVFinishedFile;
 struct HVToolResult;
 
@@ -43,6 +44,8 @@ public:
     void SetResume(HVResumeSettings settings) { resume_ = std::move(settings); }
     /// How the file is called, see HVNameTemplate; empty for the item's name. To be set before the start.
     void SetNameTemplate(std::string text) { nameTemplate_ = std::move(text); }
+    /// Remembers the item once its file is in its place; to be set before the start.
+    void SetArchive(std::shared_ptr<IHVDownloadArchive> archive) { archive_ = std::move(archive); }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -94,6 +97,7 @@ private:
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;
     std::string nameTemplate_;
+    std::shared_ptr<IHVDownloadArchive> archive_;
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;

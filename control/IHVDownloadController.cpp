@@ -43,6 +43,16 @@ std::string IHVDownloadController::GetNameTemplate() const {
     return controller == nullptr ? std::string() : controller->NameTemplate();
 }
 
+void IHVDownloadController::SetArchive(std::shared_ptr<IHVDownloadArchive> archive) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetArchiveOfRuns(std::move(archive));
+}
+
+std::string IHVDownloadController::FindExistingFile() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? std::string() : controller->FindExisting();
+}
+
 bool IHVDownloadController::DiscardPartial() {
     auto* const controller = dynamic_cast<HVDownloadController*>(this);
     return controller != nullptr && controller->RemovePartialData();

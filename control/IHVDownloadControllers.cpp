@@ -25,6 +25,11 @@ std::shared_ptr<IHVError const> IHVDownloadControllers::SetNameTemplate(std::str
     return checked;
 }
 
+void IHVDownloadControllers::SetArchive(std::shared_ptr<IHVDownloadArchive> archive) {
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
+        queue->SetArchiveOfRows(archive);
+}
+
 namespace {
 
 /// Rows of the controllers of which `test` is true, ascending.

@@ -192,6 +192,7 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     copy->thumbnail_ = thumbnail_;
     copy->allFormats_ = allFormats_;
     copy->details_ = details_;
+    copy->identity_ = identity_;
     copy->document_ = document_;
     copy->liveStream_ = liveStream_;
     copy->liveStreamDownloadPos_ = liveStreamDownloadPos_;

@@ -1,6 +1,7 @@
 #pragma once
 // See IHVDownloadItem for threads and ownership.
 
+#include "HVItemIdentity.h"
 #include "HVStableText.h"
 #include "IHVDownloadItem.h"
 
@@ -74,6 +75,9 @@ public:
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
     std::string const& JsonText() const { return jsonText_; }
+    /// Who it is for an archive; empty where the document does not tell.
+    HVItemIdentity const& Identity() const { return identity_; }
+    void TakeIdentity(HVItemIdentity identity) { identity_ = std::move(identity); }
     /// How many entries the list has that the item was loaded from; 0 where that is not known.
     int ListLength() const { return listLength_; }
     /// What a download may be made from instead of the address; may be empty.
@@ -108,6 +112,7 @@ private:
     std::string playlistURL_;
     std::weak_ptr<IHVPlayList> playList_;
     std::shared_ptr<HVItemDetails const> details_ = std::make_shared<HVItemDetails>();
+    HVItemIdentity identity_;
     std::string jsonText_;
     std::shared_ptr<HVKeptDocument const> document_;
 };

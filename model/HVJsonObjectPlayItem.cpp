@@ -103,6 +103,20 @@ HVItemDetails HVJsonObjectPlayItem::GetDetails() const {
     return details;
 }
 
+HVItemIdentity HVJsonObjectPlayItem::GetIdentity() const {
+    HVItemIdentity identity;
+    std::string const key = ReadString(node_, "extractor_key");
+    identity.AddOwn(IdentityText(key.empty() ? ReadString(node_, "ie_key") : key, ReadString(node_, "id")));
+    constexpr char const* kFormer = "_old_archive_ids";
+    for (int i = 0; i < ReadArrayCount(node_, kFormer); ++i) {
+        std::string const quoted = IHVJsonReader::JsonText(ReadArrayItem(node_, kFormer, i));
+        // An identifier is plain ASCII; one that had to be escaped is not worth a reader of its own.
+        if (quoted.size() > 2 && quoted.front() == '"' && quoted.find('\\') == std::string::npos)
+            identity.former.push_back(quoted.substr(1, quoted.size() - 2));
+    }
+    return identity;
+}
+
 HVHTTPHeaders HVJsonObjectPlayItem::GetHeaders() const {
     auto headers = ReadHeaders(node_);
     return headers.empty()

@@ -2,6 +2,7 @@
 // The tool's document about one item, read-only once loaded; empty values before. Any thread may read.
 
 #include "HVItemDetails.h"
+#include "HVItemIdentity.h"
 #include "HVJsonObjectFormat.h"
 #include "HVJsonObjectSubtitle.h"
 #include "HVJsonObjectThumbnail.h"
@@ -51,6 +52,7 @@ public:
     std::vector<std::string> GetAuthoredNameVector() const;
     std::shared_ptr<HVJsonObjectSubtitle> GetAuthoredJsonObject() const;
     HVItemDetails GetDetails() const;
+    HVItemIdentity GetIdentity() const;
     /// The document itself as JSON.
     std::string GetText() const;
     HVJsonNode const& GetJsonValue() const { return node_; }

@@ -248,6 +248,7 @@ HVDownloadTaskParser::GetPlayItem(std::shared_ptr<IHVDownloadItem>& item,
     GetPlayItemSubtitles(item, json);
     if (auto* const concrete = dynamic_cast<HVDownloadItem*>(item.get())) {
         concrete->TakeDetails(json->GetDetails(), settings_.documents ? json->GetText() : std::string());
+        concrete->TakeIdentity(json->GetIdentity());
         concrete->TakeAuthored(AuthoredSubtitles(*json));
     }
     if (item->Valid())

@@ -3,6 +3,7 @@
 #include "HVApplicationCall.h"
 #include "HVArgsBuilder.h"
 #include "HVCallback.h"
+#include "HVDownloadItem.h"
 #include "HVDownloadTaskParser.h"
 #include "HVGroupMember.h"
 #include "HVJsonObjectPlayItem.h"
@@ -271,6 +272,12 @@ HVFullAnalysis::Result HVFullAnalysis::LoadItem(Entry const& entry, HVJsonNode c
     auto result = task_.GetPlayItem(item, json);
     if (result->Succeed())
         task_.KeepForDownload(*item, *json, entry.list->GetPlaylistURL());
+    if (auto* const own = dynamic_cast<HVDownloadItem*>(item.get())) {
+        // The next listing tells this one, without a run that tells the item's own.
+        auto identity = own->Identity();
+        identity.AddOwn(IdentityText(entry.told.extractor, entry.told.id));
+        own->TakeIdentity(std::move(identity));
+    }
     if (result->Succeed() && ReadString(entry.node, "_type") == "url_transparent")
         TakeWordsOfEntry(*item, entry.told);
     found.item = std::move(item);

@@ -11,6 +11,7 @@
 #include "HVRequest.h"
 #include "HVRunningCookies.h"
 #include "HVSession.h"
+#include "HVSkips.h"
 #include "HVToolSetUp.h"
 
 #include <memory>
@@ -26,7 +27,7 @@ class GetCommand {
 public:
     GetCommand(HVSession& session, HVRequest const& request)
         : session_(session), request_(request), display_(session.Console()),
-          downloads_(session, request, display_),
+          downloads_(session, request, display_), skips_(session, request),
           ranges_(HVItemRanges::Parse(request.items).value_or(HVItemRanges())),
           analyses_(session.Queue(), request, Listener(), [this] { BeginAddress(); }) {}
 
@@ -53,6 +54,7 @@ private:
     HVRequest const& request_;
     HVProgressDisplay display_;
     HVDownloads downloads_;
+    HVSkips skips_;
     HVItemRanges ranges_;
     bool failed_ = false;
     bool finishing_ = false;
@@ -78,6 +80,7 @@ int GetCommand::Run() {
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
+    skips_.TellAll();
     if (std::uint64_t const kept = request_.goOn ? downloads_.KeptBytes() : 0; kept > 0)
         session_.Console().Always("Kept " + SizeText(kept) +
                                   " of what is not finished. The same command goes on with it, and with "
@@ -111,7 +114,9 @@ HVAnalysis::Listener GetCommand::Listener() {
                 title_ = playList->GetTitle();
             },
             [this](IHVDownloadTask::FailedEntry const& entry) { EntryFailed(entry); },
-            [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); }};
+            [this](std::shared_ptr<IHVError const> error) { AnalysisDone(error); },
+            {},
+            [this](HVListEntry const& entry) { skips_.Entry(entry); }};
 }
 
 void GetCommand::BeginAddress() {
@@ -131,6 +136,8 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     auto const list = item->GetPlayList();
     if (entry > 0 && !ranges_.Contains(entry, list ? list->EntryCount() : 0))
         return;
+    if (!request_.discard && skips_.SkipKnown(*item))
+        return;
     HVErrorKind kind = HVErrorKindFormatUnavailable;
     std::string fault = ChooseFormat(*item, request_);
     if (fault.empty() && !request_.subtitle.empty())
@@ -143,10 +150,11 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
         kind = HVErrorKindFfmpegMissing;
         fault = FfmpegFault(request_);
     }
+    std::string const existing = fault.empty() && !request_.discard ? downloads_.Add(item) : std::string();
     if (!fault.empty())
         Fail({item->GetFileName() + ": " + fault, kind});
-    else if (!request_.discard)
-        downloads_.Add(item);
+    else if (!existing.empty())
+        skips_.Existing(*item, existing);
 }
 
 void GetCommand::AnalysisDone(std::shared_ptr<IHVError const> const& error) {
@@ -203,12 +211,22 @@ void GetCommand::Fail(HVFailure failure, IHVDownloadTask::FailedEntry const* ent
                              failure.Line());
 }
 
+HVFailure OpenArchive(HVRequest& request) {
+    if (request.archiveFile.empty())
+        return {};
+    request.archive = IHVDownloadArchive::MallocDownloadArchive(request.archiveFile);
+    auto const opened = request.archive->Open();
+    return opened->Succeed() ? HVFailure{} : HVFailure{opened->GetErrorMessage(), opened->GetKind()};
+}
+
 } // namespace
 
 int RunGet(HVSession& session, HVRequest& request) {
     HVFailure failure{SetUpTools(request), HVErrorKindToolMissing};
     if (failure.message.empty())
         failure = {MakeFolder(request.folder, HVFolderUse::Files), HVErrorKindNoPermission};
+    if (failure.message.empty())
+        failure = OpenArchive(request);
     if (!failure.message.empty()) {
         if (request.json)
             session.Console().Out(EventLine("failed", failure.Fields()));

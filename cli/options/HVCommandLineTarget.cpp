@@ -18,6 +18,12 @@ void HVCommandLine::AddNames(CLI::App& app) {
     app.add_flag("--folder-per-playlist", request_.folderPerPlayList,
                  "Put the items of a playlist into a folder of its title")
         ->disable_flag_override();
+    app.add_option("--archive", request_.archiveFile,
+                   "Skip what this file remembers, and have it remember what is downloaded")
+        ->type_name("FILE")
+        ->check(PathLike, "");
+    app.add_flag("--skip-existing", request_.skipExisting, "Skip what has a file of its name already")
+        ->disable_flag_override();
 }
 
 std::string HVCommandLine::NameFault() {

@@ -3,6 +3,7 @@
 
 #include "HVAddressList.h"
 
+#include <Reelhaul/IHVDownloadArchive.h>
 #include <Reelhaul/IHVDownloadOptions.h>
 
 #include <memory>
@@ -23,6 +24,7 @@ struct HVRequest {
     std::string subtitle;             ///< see ChooseSubtitle; empty for none
     std::string subtitleKind = "any"; ///< people, machine or any
     std::string items;                ///< see HVItemRanges; empty for all
+    std::string archiveFile;          ///< empty for none
     std::string name;                 ///< see HVNameTemplate; empty for the title
     std::string browser;              ///< of "cookies"
     std::string runningBrowser;       ///< the browser that is asked for cookies, perhaps with :PROFILE
@@ -40,6 +42,7 @@ struct HVRequest {
     bool goOn = true;         ///< partial data stays, and is gone on with
     bool discard = false;     ///< removes partial data, and downloads nothing
     bool folderPerPlayList = false;
+    bool skipExisting = false;
     bool quiet = false;
     bool installHost = false;   ///< of "cookies"
     bool uninstallHost = false; ///< of "cookies"
@@ -49,6 +52,7 @@ struct HVRequest {
     bool flat = false;                           ///< lists inside a list are not gone into
     bool allFormats = false;                     ///< every format of the tool as well
     bool listOnly = false;                       ///< no entry of a list is loaded
+    std::shared_ptr<IHVDownloadArchive> archive; ///< of "get"; open
     std::shared_ptr<IHVDownloadOptions> options; ///< of "info" and "get"
 };
 

@@ -48,6 +48,17 @@ void HVAnalysis::Ask(HVRequest const& request) {
                 living->chosen_.push_back(entry);
             return false;
         });
+    else if (request.archive != nullptr)
+        task_->SetEntryFilter([weak = weak_from_this(), archive = request.archive](HVListEntry const& entry) {
+            if (entry.kind != HVListEntry::Item || !archive->Contains(entry))
+                return true;
+            if (auto const living = weak.lock())
+                living->Post([entry](HVAnalysis& self) {
+                    if (self.listener_.skipped)
+                        self.listener_.skipped(entry);
+                });
+            return false;
+        });
     // The task keeps the function longer than this object lives.
     task_->SetListFunc([weak = weak_from_this(),
                         listOnly = request.listOnly](std::shared_ptr<IHVPlayList const> const& playList,

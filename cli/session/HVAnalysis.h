@@ -31,6 +31,8 @@ public:
         /// A list before its entries are loaded; for each list inside it, too. Where no more than the list is
         /// wanted, with its wanted entries alone. May be empty.
         std::function<void(std::shared_ptr<IHVPlayList const>, std::vector<HVListEntry> const&)> listed = {};
+        /// An entry that is not loaded, since the archive knows it. May be empty.
+        std::function<void(HVListEntry const&)> skipped = {};
     };
 
     HVAnalysis(std::shared_ptr<HVMainQueue> queue, Listener listener);

@@ -39,7 +39,7 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
     }
 }
 
-void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
+std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     int const id = static_cast<int>(rows_.size());
     Row row;
     row.title = item->GetFileName();
@@ -50,6 +50,10 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
         row.subtitles.push_back(subtitle->GetLanguageCode());
     row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
     row.controller->SetNameTemplate(request_.name);
+    if (request_.skipExisting)
+        if (std::string existing = row.controller->FindExistingFile(); !existing.empty())
+            return existing;
+    row.controller->SetArchive(request_.archive);
     row.controller->SetOptions(request_.options);
     row.controller->SetJSRuntimePath(request_.jsRuntime);
     Listen(*row.controller, id);
@@ -58,6 +62,7 @@ void HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
         row.controller->DiscardPartial(); // it would only lie there
     rows_.push_back(std::move(row));
     queue_->StartDownload({id});
+    return {};
 }
 
 namespace {

@@ -21,8 +21,9 @@ class HVDownloads {
 public:
     HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display);
 
-    /// Downloads the item, in its current format, as soon as there is a place.
-    void Add(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Downloads the item, in its current format, as soon as there is a place. Where what exists is to be
+    /// skipped, and there is a file of its name, it does not, and returns the file's path.
+    std::string Add(std::shared_ptr<IHVDownloadItem> const& item);
     /// Removes what an earlier download of the item, in its current format, has left. Returns the fault.
     std::string Discard(std::shared_ptr<IHVDownloadItem> const& item);
     /// Bytes of unfinished downloads that the next call can go on with.

@@ -27,6 +27,7 @@
 
 namespace Halvorn {
 
+class IHVDownloadArchive;
 class IHVDownloadItem;
 class IHVDownloadOptions;
 
@@ -161,6 +162,14 @@ public:
     std::shared_ptr<IHVError const> SetNameTemplate(std::string const& text);
     std::string GetNameTemplate() const;
     ///@}
+
+    /// Each finished download of the next starts is recorded there once its file is in its place; a failure
+    /// of that is logged. Whether an item is in the archive already is for the application to ask. An empty
+    /// pointer for none, as at first. No effect on other implementations.
+    void SetArchive(std::shared_ptr<IHVDownloadArchive> archive);
+    /// Path of the file that has the name now which the next start would give: it would get a number. Empty
+    /// when the name is free. Looks at the disk.
+    std::string FindExistingFile() const;
 
     /// The function gets the progress in numbers, phase by phase: at most so many calls a second (all of them
     /// for 0), but the last record of each phase always, also the one in which the file is in its place. On

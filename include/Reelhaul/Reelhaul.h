@@ -33,6 +33,7 @@
 #include "IHVCertificateAuthentication.h"
 #include "IHVCookieMessage.h"
 #include "IHVCookieStock.h"
+#include "IHVDownloadArchive.h"
 #include "IHVDownloadController.h"
 #include "IHVDownloadControllers.h"
 #include "IHVDownloadCookies.h"

@@ -165,6 +165,8 @@ def whole(site):
 LISTS = {
     "mixed": lambda s: [s.link("merged-mp4", "Merged mp4"), s.link(MISSING_PAGE), s.link("combined", "Combined")],
     "whole": whole,
+    # As the listing of a large site: each entry tells whose it is.
+    "known": lambda s: [{**s.link(name), "ie_key": "ReelhaulSite"} for name in ("combined", "merged-mp4", "details")],
     "empty": lambda s: [],
     "all-fail": lambda s: [s.link(MISSING_PAGE, f"Failing {i}") for i in range(1, 4)],
     "files": lambda s: [s.file("combined320.mp4", "First file"), s.file("audio-fr.m4a", "Second file")],

@@ -1,0 +1,34 @@
+#pragma once
+// See IHVDownloadArchive. The mutex is held over the disk; no code of the application runs under it.
+
+#include "HVArchiveStore.h"
+#include "IHVDownloadArchive.h"
+
+#include <functional>
+#include <mutex>
+#include <utility>
+
+namespace Halvorn {
+
+class HVDownloadArchive final : public IHVDownloadArchive {
+public:
+    explicit HVDownloadArchive(std::string path) : path_(std::move(path)) {}
+
+    std::shared_ptr<IHVError const> Open() override;
+    bool ContainsAny(std::vector<std::string> const& identities) override;
+    std::shared_ptr<IHVError const> AddAll(std::vector<std::string> const& identities) override;
+    std::int64_t Count() override;
+    std::shared_ptr<IHVError const> LastError() const override;
+
+private:
+    using Result = std::shared_ptr<IHVError const>;
+    Result With(char const* function, std::function<Result(HVArchiveStore&)> const& work);
+    Result OpenStore();
+
+    std::string const path_;
+    mutable std::mutex mutex_;
+    std::unique_ptr<HVArchiveStore> store_; ///< once it is open
+    Result last_;
+};
+
+} // namespace Halvorn
