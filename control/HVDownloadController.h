@@ -53,6 +53,7 @@ public:
         Set(options_, std::move(options));
     }
     std::shared_ptr<IHVDownloadOptions const> GetOptions() const override { return Get(options_); }
+    void TakeOptionsForSite(HVDownloadTask::ChooseOptions choose) { Set(chooseOptions_, std::move(choose)); }
     void SetJSRuntimePath(std::string const& path) override { Set(jsRuntimePath_, path); }
     bool GetSelected() const override { return selected_; }
     void SetSelected(bool selected) override { selected_ = selected; }
@@ -198,6 +199,7 @@ private:
     std::shared_ptr<IHVError const> lastError_;
     std::shared_ptr<void> opaque_;
     std::shared_ptr<IHVDownloadOptions> options_;
+    HVDownloadTask::ChooseOptions chooseOptions_;
 };
 
 } // namespace Halvorn

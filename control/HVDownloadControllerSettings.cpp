@@ -24,6 +24,7 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));
+    task.TakeOptionsForSite(Get(chooseOptions_));
 }
 
 std::string HVDownloadController::FindExisting() const {

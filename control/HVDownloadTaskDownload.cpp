@@ -46,8 +46,17 @@ std::string HVDownloadTaskDownload::TaskURL() const {
     return playList != nullptr ? playList->GetPlaylistURL() : downloadItem_->DownloadURL();
 }
 
+std::string HVDownloadTaskDownload::ItemAddress() const {
+    if (downloadItem_ == nullptr)
+        return {};
+    std::string const own = downloadItem_->DownloadURL();
+    return own.empty() ? downloadItem_->GetPlaylistURL() : own;
+}
+
 void HVDownloadTaskDownload::asyncProgressTask() {
     progress_ = 0.0F;
+    // All of the run goes to one site.
+    SetOptions(OptionsFor(ItemAddress()));
     notifyTaskStarted("Download started.");
     auto const format = downloadItem_ == nullptr ? nullptr : downloadItem_->GetCurrentDownloadFormat();
     if (format == nullptr) {
@@ -114,7 +123,7 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunTool(TempFile file) {
 std::string HVDownloadTaskDownload::DocumentToUse() {
     auto const* const own = dynamic_cast<HVDownloadItem const*>(downloadItem_.get());
     auto const document = own == nullptr ? nullptr : own->Document();
-    return document != nullptr && document->Serves(Terms()) ? document->Path() : std::string();
+    return document != nullptr && document->Serves(Terms(ItemAddress())) ? document->Path() : std::string();
 }
 
 std::shared_ptr<IHVError const>

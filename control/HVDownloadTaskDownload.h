@@ -30,6 +30,8 @@ public:
 
     HVTaskType GetTaskType() override { return HVTaskTypeDownload; }
     std::string TaskURL() const override;
+    /// What the tool is to download from.
+    std::string ItemAddress() const;
     void asyncProgressTask() override;
 
     /// Interrupts the tool, once, so that it completes what it records. False for what is no live stream.

@@ -24,6 +24,12 @@ void IHVDownloadController::SetProgressFunc(std::function<void(HVDownloadProgres
         controller->SetProgressRecordFunc(std::move(function), mostCallsASecond);
 }
 
+void IHVDownloadController::SetOptionsForSite(
+    std::function<std::shared_ptr<IHVDownloadOptions>(std::string const& host)> choose) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->TakeOptionsForSite(std::move(choose));
+}
+
 void IHVDownloadController::SetResumable(HVResumeSettings const& settings) {
     if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
         controller->SetResume(settings);

@@ -158,6 +158,8 @@ Args HVArgsBuilder::BuildNetworkOptsArgs() const {
         args.emplace_back("--force-ipv4");
     else if (network->GetConnectionVia() == IHVNetworkOptions::ConnectionViaIPv6)
         args.emplace_back("--force-ipv6");
+    AppendValue(args, "--user-agent", network->GetUserAgent());
+    AppendValue(args, "--referer", network->GetReferer());
     return args;
 }
 

@@ -14,6 +14,8 @@ HVNetworkOptions::HVNetworkOptions(IHVNetworkOptions const* source) {
     socketTimeout_ = source->GetSocketTimeout();
     clientSideIPAddress_ = source->GetClientSideIPAddress();
     connectionVia_ = source->GetConnectionVia();
+    userAgent = source->GetUserAgent();
+    referer = source->GetReferer();
 }
 
 void HVNetworkOptions::SetProxy(std::shared_ptr<IHVProxy> const& proxy) {
@@ -23,6 +25,26 @@ void HVNetworkOptions::SetProxy(std::shared_ptr<IHVProxy> const& proxy) {
 
 std::shared_ptr<IHVNetworkOptions> HVNetworkOptions::Clone() const {
     return std::make_shared<HVNetworkOptions>(this);
+}
+
+void IHVNetworkOptions::SetUserAgent(std::string const& agent) {
+    if (auto* const own = dynamic_cast<HVNetworkOptions*>(this))
+        own->userAgent = agent;
+}
+
+std::string IHVNetworkOptions::GetUserAgent() const {
+    auto const* const own = dynamic_cast<HVNetworkOptions const*>(this);
+    return own == nullptr ? std::string() : own->userAgent;
+}
+
+void IHVNetworkOptions::SetReferer(std::string const& address) {
+    if (auto* const own = dynamic_cast<HVNetworkOptions*>(this))
+        own->referer = address;
+}
+
+std::string IHVNetworkOptions::GetReferer() const {
+    auto const* const own = dynamic_cast<HVNetworkOptions const*>(this);
+    return own == nullptr ? std::string() : own->referer;
 }
 
 std::shared_ptr<IHVNetworkOptions> IHVNetworkOptions::MallocNetworkOptions() {

@@ -23,6 +23,9 @@ public:
     bool GetCheckCertificates() const override { return checkCertificates_; }
     void SetCheckCertificates(bool check) override { checkCertificates_ = check; }
 
+    std::string userAgent;
+    std::string referer;
+
 private:
     std::shared_ptr<IHVProxy> proxy_;
     int socketTimeout_ = HVConnectionTimeOutUndefined;

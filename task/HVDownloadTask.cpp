@@ -2,6 +2,7 @@
 
 #include "HVArgsBuilder.h"
 #include "HVGroupMember.h"
+#include "HVHTTPAddress.h"
 #include "IHVDownloadTaskDelegate.h"
 #include "IHVLogConfig.h"
 
@@ -22,6 +23,35 @@ std::shared_ptr<IHVDownloadOptions const> HVDownloadTask::GetOptions() const {
 std::shared_ptr<IHVDownloadOptions> HVDownloadTask::GetMutableOptions() const {
     std::lock_guard const lock(mutex_);
     return taskOptions_;
+}
+
+void HVDownloadTask::TakeOptionsForSite(ChooseOptions choose) {
+    std::lock_guard const lock(mutex_);
+    chooseOptions_.swap(choose);
+}
+
+std::shared_ptr<IHVDownloadOptions> HVDownloadTask::OptionsFor(std::string const& address) {
+    std::string const host = HostOfAddress(address);
+    ChooseOptions choose;
+    {
+        std::lock_guard const lock(mutex_);
+        if (auto const known = optionsOfHosts_.find(host); known != optionsOfHosts_.end())
+            return known->second;
+        if (!chooseOptions_)
+            return taskOptions_;
+        choose = chooseOptions_;
+    }
+    std::shared_ptr<IHVDownloadOptions> chosen;
+    CallApplication([&] { chosen = choose(host); });
+    std::lock_guard const lock(mutex_);
+    // Where two threads have asked for one host, the first answer counts for both.
+    return optionsOfHosts_.emplace(host, chosen != nullptr ? std::move(chosen) : taskOptions_).first->second;
+}
+
+void IHVDownloadTask::SetOptionsForSite(
+    std::function<std::shared_ptr<IHVDownloadOptions>(std::string const& host)> choose) {
+    if (auto* const task = dynamic_cast<HVDownloadTask*>(this))
+        task->TakeOptionsForSite(std::move(choose));
 }
 
 void HVDownloadTask::SetDelegate(IHVDownloadTaskDelegate* delegate) {
@@ -47,8 +77,8 @@ std::string HVDownloadTask::GetJSRuntimePath() {
     return jsRuntimePath_;
 }
 
-std::size_t HVDownloadTask::Terms() {
-    HVArgsBuilder builder(GetMutableOptions());
+std::size_t HVDownloadTask::Terms(std::string const& address) {
+    HVArgsBuilder builder(OptionsFor(address));
     builder.SetJsRuntimePath(GetJSRuntimePath());
     std::string all;
     for (auto const& arg : builder.BuildParsePlayItemArgs("address", true))

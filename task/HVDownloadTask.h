@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -42,6 +43,10 @@ public:
     void SetOwnDelegate(std::shared_ptr<IHVDownloadTaskDelegate> delegate);
 
     std::shared_ptr<IHVDownloadOptions> GetMutableOptions() const;
+    using ChooseOptions = std::function<std::shared_ptr<IHVDownloadOptions>(std::string const& host)>;
+    void TakeOptionsForSite(ChooseOptions choose);
+    /// The bundle for what is to be asked at this address.
+    std::shared_ptr<IHVDownloadOptions> OptionsFor(std::string const& address);
     bool UserCancel() const { return stop_.Requested(); }
     /// Whether StopTask was called while the run was under way.
     bool StoppedInTime() const { return stoppedInTime_; }
@@ -55,8 +60,8 @@ public:
     /// What the task's runs of the tool are ended by.
     HVToolStop* Stop() { return &stop_; }
 
-    /// Stands for all that decides what the tool finds at an address; equal for equal options.
-    std::size_t Terms();
+    /// Stands for all that decides what the tool finds at this address; equal for equal options.
+    std::size_t Terms(std::string const& address);
 
     void notifyTaskStarted(std::string const& message);
     void notifyTaskProgress(std::string const& message, float percent);
@@ -86,6 +91,8 @@ private:
     std::shared_ptr<IHVDownloadTaskDelegate> ownDelegate_;
     std::shared_ptr<HVGroupMember> group_;
     std::shared_ptr<IHVDownloadOptions> taskOptions_;
+    ChooseOptions chooseOptions_;
+    std::map<std::string, std::shared_ptr<IHVDownloadOptions>> optionsOfHosts_; ///< that were asked for
     std::shared_ptr<IHVThread> taskThread_;
     std::string jsRuntimePath_;
     HVToolStop stop_;

@@ -52,7 +52,7 @@ HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& erro
     if (taskURL_.empty())
         return IHVError::MallocError("HVDownloadTaskParser", __LINE__, "SearchDownloadItems", -1, "Error",
                                      "Download url is not set.");
-    HVArgsBuilder builder(GetMutableOptions());
+    HVArgsBuilder builder(OptionsFor(taskURL_));
     builder.SetJsRuntimePath(GetJSRuntimePath());
     return GetResultFromServer(output, errorText, builder.BuildSearchItemsArgs(taskURL_, jsonOutput));
 }
@@ -62,7 +62,9 @@ HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& erro
                                           std::vector<std::string> const& args) {
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
     run.SetJSRuntimePath(GetJSRuntimePath());
-    run.SetOptions(GetMutableOptions().get());
+    // The address is the last argument of each of the lists.
+    auto const options = OptionsFor(args.empty() ? taskURL_ : args.back());
+    run.SetOptions(options.get());
     run.SetStop(Stop());
     auto result = run.Run();
     if (result.startError != nullptr)

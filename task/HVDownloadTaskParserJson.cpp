@@ -200,7 +200,7 @@ HVDownloadTaskParser::LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, s
                                        std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index) {
     std::string const url = entry == nullptr ? std::string() : entry->GetURL();
     // Other than the first run's, an entry's command line names no JS runtime; the child's PATH does.
-    HVArgsBuilder const builder(GetMutableOptions());
+    HVArgsBuilder const builder(OptionsFor(url.empty() ? listURL : url));
     auto const args = url.empty() ? builder.BuildParseListItemArgs(listURL, index, true)
                                   : builder.BuildParsePlayItemArgs(url, true);
     std::string output;
@@ -264,7 +264,7 @@ void HVDownloadTaskParser::KeepForDownload(IHVDownloadItem& item, HVJsonObjectPl
     if (own == nullptr || !settings_.forDownload || item.IsLiveStream())
         return;
     std::string const& address = item.DownloadURL().empty() ? listURL : item.DownloadURL();
-    own->TakeDocument(HVKeptDocument::Keep(json.GetJsonValue(), address, Terms()));
+    own->TakeDocument(HVKeptDocument::Keep(json.GetJsonValue(), address, Terms(address)));
 }
 
 void HVDownloadTaskParser::GetPlayItemSubtitles(std::shared_ptr<IHVDownloadItem>& item,
@@ -323,13 +323,12 @@ bool HVDownloadTaskParser::FetchThumbnail(IHVDownloadThumbnail& thumbnail,
     auto* const own = dynamic_cast<HVDownloadThumbnail*>(&thumbnail);
     if (UserCancel() || left() == 0)
         return false;
+    auto const options = OptionsFor(thumbnail.GetDownloadURL());
     if (own == nullptr)
-        return thumbnail.DownLoadThumbnailData(GetMutableOptions());
-    if (settings_.thumbnailsByHTTP &&
-        own->FetchByHTTP(GetMutableOptions().get(), Stop(), std::min(left(), kHTTPTime)))
+        return thumbnail.DownLoadThumbnailData(options);
+    if (settings_.thumbnailsByHTTP && own->FetchByHTTP(options.get(), Stop(), std::min(left(), kHTTPTime)))
         return true;
-    return !UserCancel() && left() > 0 &&
-           own->FetchData(GetMutableOptions(), GetJSRuntimePath(), Stop(), left());
+    return !UserCancel() && left() > 0 && own->FetchData(options, GetJSRuntimePath(), Stop(), left());
 }
 
 } // namespace Halvorn

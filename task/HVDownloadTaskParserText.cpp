@@ -196,7 +196,7 @@ void HVDownloadTaskParser::CompleteFromTables() {
 
 std::shared_ptr<IHVError const>
 HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadItem>>& items, int index) {
-    HVArgsBuilder builder(GetMutableOptions());
+    HVArgsBuilder builder(OptionsFor(taskURL_));
     builder.SetJsRuntimePath(GetJSRuntimePath());
     auto const args = index < 0 ? builder.BuildParsePlayItemArgs(taskURL_, false)
                                 : builder.BuildParseListItemArgs(taskURL_, index, false);

@@ -89,7 +89,7 @@ HVFullAnalysis::Result HVFullAnalysis::Search(std::string& output, std::string& 
     if (args.empty() || task_.TaskURL().empty())
         return task_.SearchDownloadItems(output, errorText, true);
     // The tool lists what is asked for alone: of thousands of entries that saves seconds.
-    HVArgsBuilder builder(task_.GetMutableOptions());
+    HVArgsBuilder builder(task_.OptionsFor(task_.TaskURL()));
     builder.SetJsRuntimePath(task_.GetJSRuntimePath());
     for (auto& arg : builder.BuildSearchItemsArgs(task_.TaskURL(), true))
         args.push_back(std::move(arg));
@@ -236,13 +236,13 @@ HVFullAnalysis::Result HVFullAnalysis::Load(Entry const& entry, Found& found) {
 }
 
 HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry, Found& found) {
-    HVArgsBuilder builder(task_.GetMutableOptions());
-    builder.SetJsRuntimePath(task_.GetJSRuntimePath());
     bool const byAddress = !entry.told.url.empty();
+    auto const& listAddress = entry.list->GetPlaylistURL();
+    HVArgsBuilder builder(task_.OptionsFor(byAddress ? entry.told.url : listAddress));
+    builder.SetJsRuntimePath(task_.GetJSRuntimePath());
     // Flat, since the entry may turn out to be a list: of a channel the tool would analyse every video.
     auto args = byAddress ? RangeArgs() : std::vector<std::string>();
     args.emplace_back("--flat-playlist");
-    auto const& listAddress = entry.list->GetPlaylistURL();
     for (auto& arg : byAddress ? builder.BuildParsePlayItemArgs(entry.told.url, true)
                                : builder.BuildParseListItemArgs(listAddress, entry.Index(), true))
         args.push_back(std::move(arg));

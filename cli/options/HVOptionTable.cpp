@@ -51,6 +51,12 @@ constexpr std::array kTable{
                 "IHVNetworkOptions::SetClientSideIPAddress", "--source-address",
                 "Connect from this address of this machine",
                 [](Records& r, Value const& v) { r.Network().SetClientSideIPAddress(v.text); }},
+    HVOptionRow{kNetwork, "--user-agent", "TEXT", Kind::Text, 0, 0, false, "", "",
+                "IHVNetworkOptions::SetUserAgent", "--user-agent", "What the tool calls itself to sites",
+                [](Records& r, Value const& v) { r.Network().SetUserAgent(v.text); }},
+    HVOptionRow{kNetwork, "--referer", "URL", Kind::Text, 0, 0, false, "", "",
+                "IHVNetworkOptions::SetReferer", "--referer", "The page that the tool says to come from",
+                [](Records& r, Value const& v) { r.Network().SetReferer(v.text); }},
     HVOptionRow{kNetwork, "--force-ipv4", "", Kind::Flag, 0, 0, false, "", "",
                 "IHVNetworkOptions::SetConnectionVia", "--force-ipv4", "Connect by IPv4 only",
                 [](Records& r, Value const& /*v*/) {

@@ -141,6 +141,13 @@ public:
     /// the file stands in its place. A run that was replaced by a new start is not reported.
     virtual void SetDownloadCompleteFunc(std::function<void(std::shared_ptr<IHVError const>)> function) = 0;
 
+    /// Has `choose` name the bundle for a site: it gets the host of the address that is to be asked, in small
+    /// letters, and its bundle takes the place of that of SetOptions; with a null pointer that one stays. It
+    /// is asked in each run, on its worker thread, see IHVDownloadTask::SetOptionsForSite. For runs from the
+    /// next one on. No effect on other implementations.
+    /// A function that throws counts as one that answers null. An empty function takes it back.
+    void
+    SetOptionsForSite(std::function<std::shared_ptr<IHVDownloadOptions>(std::string const& host)> choose);
     /// From the next start on, what a stopped, failed or killed download has fetched stays, and a later one
     /// of the same item, format and target goes on with it; also that of another controller or process. What
     /// the server has changed since is fetched anew. It needs a tool that loads our extension; a recording,

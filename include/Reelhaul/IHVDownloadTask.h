@@ -92,6 +92,15 @@ public:
     /// download.
     std::vector<FailedEntry> FailedEntries() const;
 
+    /// Has `choose` name the bundle for a site: it gets the host of the address that is to be asked, in small
+    /// letters, and its bundle takes the place of that of SetOptions; with a null pointer that one stays. It
+    /// is asked once for each host of a task, before the run that it counts for: an analysis has hosts of its
+    /// entries and pictures, a download that of its item. To be set before StartTask; called on the task's
+    /// threads, several of which may ask at the same time.
+    /// A function that throws counts as one that answers null. An empty function takes it back.
+    void
+    SetOptionsForSite(std::function<std::shared_ptr<IHVDownloadOptions>(std::string const& host)> choose);
+
     /// \name The full analysis
     /// What an analysis does beyond the plain one. Everything is off, or empty, until it is set. To be set
     /// before StartTask; without effect on a download. The functions are called on the task's worker, or by

@@ -63,6 +63,16 @@ public:
     virtual void SetCheckCertificates(bool check) = 0;
     ///@}
 
+    ///@{
+    /// What the tool calls itself to sites, and the page that it says to come from; empty for its own words.
+    /// They go with each request of the tool, to the page, its media and its pictures. A record of another
+    /// implementation answers an empty text and stores nothing.
+    void SetUserAgent(std::string const& agent);
+    std::string GetUserAgent() const;
+    void SetReferer(std::string const& address);
+    std::string GetReferer() const;
+    ///@}
+
 protected:
     ~IHVNetworkOptions() = default;
 };

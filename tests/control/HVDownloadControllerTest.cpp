@@ -5,6 +5,7 @@
 #include "IHVCallbackDispatcher.h"
 #include "IHVDownloadOptions.h"
 #include "IHVGeneralOptions.h"
+#include "IHVNetworkOptions.h"
 #include "Text.h"
 
 #include <array>
@@ -223,6 +224,24 @@ TEST_F(Controller, TakesTheChoiceWhenItIsAskedToStart) {
     EXPECT_EQ(queue->GetController(1)->DownloadItem(), item);
     EXPECT_THAT(Starts(), testing::ElementsAre(testing::ContainsRegex(" vtt .* 18 "),
                                                testing::ContainsRegex(" srt .* 22 ")));
+}
+
+TEST_F(Controller, TakesTheOptionsOfTheItemsSite) {
+    Put("a", "write . 1");
+    for (char const* const host : {"testkit.invalid", "other.invalid"}) {
+        auto const controller = IHVDownloadController::MallocDownloadController(
+            Item(std::string("https://") + host + "/a", "A"), out_);
+        controller->SetOptionsForSite([](std::string const& asked) {
+            auto const network = IHVNetworkOptions::MallocNetworkOptions();
+            network->SetReferer("from:" + asked);
+            auto const options = IHVDownloadOptions::MallocDownloadOptions();
+            options->SetNetworkOptions(network);
+            return options;
+        });
+        EXPECT_TRUE(controller->StartDownload()->Succeed());
+        EXPECT_EQ(controller->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_THAT(Starts().back(), testing::HasSubstr(std::string("--referer from:") + host));
+    }
 }
 
 TEST_F(Controller, FinishesARecording) {

@@ -279,8 +279,15 @@ TEST(Groups, Network) {
     // The factory's arguments don't count, and the flag stays behind in a copy.
     auto record = Options::MallocNetworkOptions(rows[2].proxy, 30, "a", Options::ConnectionViaIPv6);
     CheckGroups(&IHVDownloadOptions::SetNetworkOptions, record, "--no-check-certificates");
+    record->SetUserAgent("A b");
+    record->SetReferer("http://h/");
+    CheckGroups(&IHVDownloadOptions::SetNetworkOptions, record,
+                "--no-check-certificates --user-agent 'A b' --referer http://h/");
     record->SetCheckCertificates(true);
     EXPECT_FALSE(record->Clone()->GetCheckCertificates());
+    EXPECT_EQ(record->Clone()->GetUserAgent() + record->Clone()->GetReferer(), "A bhttp://h/");
+    record = Options::MallocNetworkOptions();
+    record->SetCheckCertificates(true);
     // The builder's setters write into its bundle, and make one where there is none.
     auto const bundle = IHVDownloadOptions::MallocDownloadOptions();
     for (HVArgsBuilder builder : {HVArgsBuilder(bundle), HVArgsBuilder()}) {

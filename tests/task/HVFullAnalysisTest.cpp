@@ -3,7 +3,11 @@
 #include "Text.h"
 
 #include "HVDownloadTaskParser.h"
+#include "IHVDownloadOptions.h"
+#include "IHVNetworkOptions.h"
 
+#include <mutex>
+#include <set>
 #include <stdexcept>
 
 using namespace Halvorn;
@@ -202,6 +206,38 @@ line {"_type":"playlist","title":"tail","requested_entries":[6,7],"entries":[)" 
                   items + "playlist dated of " + std::to_string(newest + 1) + "|" + kSucceed);
     Put("plain", "line " + List("plain", Whole("A") + "," + Whole("B") + "," + Whole("C")));
     EXPECT_EQ(Run("script:plain", wanted({{2, 0}}, 1)), "item B@1,|playlist plain of 1|" + kSucceed);
+}
+
+TEST_P(FullAnalysis, AsksOnceForTheOptionsOfEachSite) {
+    auto const bundle = [](std::string const& agent) {
+        auto const network = IHVNetworkOptions::MallocNetworkOptions();
+        network->SetUserAgent(agent);
+        auto const options = IHVDownloadOptions::MallocDownloadOptions();
+        options->SetNetworkOptions(network);
+        return options;
+    };
+    std::string entries;
+    for (char const* const host : {"testkit", "other", "thrown", "testkit"})
+        entries += std::string(entries.empty() ? "" : ",") + R"({"_type":"url","url":"https://)" + host +
+                   R"(.invalid/one"})";
+    Put("sites", "line " + List("sites", entries));
+    std::mutex mutex;
+    std::multiset<std::string> asked;
+    Run("https://testkit.invalid/sites", [&](auto& task) {
+        task.SetOptions(bundle("own"));
+        task.SetOptionsForSite([&](std::string const& host) {
+            std::lock_guard const lock(mutex);
+            asked.insert(host);
+            if (host == "thrown.invalid")
+                throw std::runtime_error("no such site");
+            return host == "testkit.invalid" ? bundle("chosen") : nullptr;
+        });
+    });
+    EXPECT_EQ(asked, (std::multiset<std::string>{"other.invalid", "testkit.invalid", "thrown.invalid"}));
+    ASSERT_EQ(Starts().size(), 5U);
+    for (auto const& start : Starts())
+        EXPECT_THAT(start, HasSubstr(start.find("testkit.") == std::string::npos ? "--user-agent own "
+                                                                                 : "--user-agent chosen "));
 }
 
 TEST_P(FullAnalysis, KeepsWhatElseTheDocumentSays) {
