@@ -1,6 +1,7 @@
 #include "HVDownloadTaskParser.h"
 
 #include "HVArgsBuilder.h"
+#include "HVToolLanes.h"
 #include "HVToolRun.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
@@ -59,14 +60,18 @@ HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& erro
 
 std::shared_ptr<IHVError const>
 HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& errorText,
-                                          std::vector<std::string> const& args) {
+                                          std::vector<std::string> const& args,
+                                          std::shared_ptr<HVToolLanes> const& lanes) {
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
     run.SetJSRuntimePath(GetJSRuntimePath());
     // The address is the last argument of each of the lists.
     auto const options = OptionsFor(args.empty() ? taskURL_ : args.back());
     run.SetOptions(options.get());
     run.SetStop(Stop());
+    run.SetLanes(lanes);
     auto result = run.Run();
+    if (result.LostInLane() && !UserCancel())
+        return GetResultFromServer(output, errorText, args);
     if (result.startError != nullptr)
         return result.startError;
     if (result.handlerError != nullptr)

@@ -18,6 +18,7 @@
 namespace Halvorn {
 
 class HVJsonObjectFormat;
+class HVToolLanes;
 class HVJsonObjectPlayItem;
 class HVJsonObjectPlayList;
 class HVJsonObjectPlaylistEntry;
@@ -48,8 +49,10 @@ public:
     // One tool run, and what its text says.
     std::shared_ptr<IHVError const> SearchDownloadItems(std::string& output, std::string& errorText,
                                                         bool jsonOutput);
+    /// `lanes` where more runs with the same settings are to come; may be empty.
     std::shared_ptr<IHVError const> GetResultFromServer(std::string& output, std::string& errorText,
-                                                        std::vector<std::string> const& args);
+                                                        std::vector<std::string> const& args,
+                                                        std::shared_ptr<HVToolLanes> const& lanes = {});
     static std::shared_ptr<IHVError const> ParseFatalError(std::string const& errorText);
     static int ParseSearchResult(std::string const& output);
 
@@ -98,7 +101,8 @@ public:
 private:
     /// The item of an entry, on any thread. It does not know its playlist yet.
     Result LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, std::string const& listURL,
-                            std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index);
+                            std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index,
+                            std::shared_ptr<HVToolLanes> const& lanes = {});
     static void TakePlaylistItem(std::shared_ptr<IHVPlayList> const& playList,
                                  std::shared_ptr<IHVDownloadItem> const& item, int index);
     void ReportEntry(int index, Result const& result, std::shared_ptr<IHVDownloadItem> const& item,

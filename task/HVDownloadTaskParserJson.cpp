@@ -16,6 +16,7 @@
 #include "HVKeptDocument.h"
 #include "HVStableSort.h"
 #include "HVToolAnswer.h"
+#include "HVToolLanes.h"
 #include "IHVDownloadItem.h"
 #include "IHVJsonValue.h"
 #include "IHVLogConfig.h"
@@ -132,13 +133,14 @@ void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList
         return;
     }
     Result lastResult;
+    auto const toolLanes = std::make_shared<HVToolLanes>();
     HVEntryLanes lanes(
         settings_.lanes, [this] { return UserCancel(); }, Group());
     std::vector<HVEntryLanes::Entry> entries;
     for (int i = 0; i < count; ++i) {
         auto const entry = json->GetEntriesJsonObject(i);
         auto const item = std::make_shared<std::shared_ptr<IHVDownloadItem>>();
-        auto load = [=, this] { return LoadPlaylistItem(*item, taskURL_, entry, i); };
+        auto load = [=, this] { return LoadPlaylistItem(*item, taskURL_, entry, i, toolLanes); };
         auto report = [=, this, &lanes, &lastResult](Result const& result) {
             lastResult = result;
             if (result->Succeed())
@@ -197,7 +199,8 @@ void HVDownloadTaskParser::TakePlaylistItem(std::shared_ptr<IHVPlayList> const& 
 
 HVDownloadTaskParser::Result
 HVDownloadTaskParser::LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, std::string const& listURL,
-                                       std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index) {
+                                       std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index,
+                                       std::shared_ptr<HVToolLanes> const& lanes) {
     std::string const url = entry == nullptr ? std::string() : entry->GetURL();
     // Other than the first run's, an entry's command line names no JS runtime; the child's PATH does.
     HVArgsBuilder const builder(OptionsFor(url.empty() ? listURL : url));
@@ -205,7 +208,7 @@ HVDownloadTaskParser::LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, s
                                   : builder.BuildParsePlayItemArgs(url, true);
     std::string output;
     std::string errorText;
-    auto run = GetResultFromServer(output, errorText, args);
+    auto run = GetResultFromServer(output, errorText, args, lanes);
     if (run == nullptr || !run->Succeed())
         return run;
     std::shared_ptr<IHVError const> unreadable;

@@ -11,6 +11,7 @@
 #include "HVListDocument.h"
 #include "HVPlayList.h"
 #include "HVToolAnswer.h"
+#include "HVToolLanes.h"
 #include "IHVDownloadItem.h"
 #include "IHVLogConfig.h"
 
@@ -46,7 +47,7 @@ void TakeWordsOfEntry(IHVDownloadItem& item, HVListEntry const& told) {
 } // namespace
 
 HVFullAnalysis::HVFullAnalysis(HVDownloadTaskParser& task, HVAnalysisSettings const& settings)
-    : task_(task), settings_(settings),
+    : task_(task), settings_(settings), toolLanes_(std::make_shared<HVToolLanes>()),
       lanes_(
           settings.lanes, [&task] { return task.UserCancel(); }, task.Group()) {}
 
@@ -248,7 +249,8 @@ HVFullAnalysis::Result HVFullAnalysis::LoadByRun(Entry const& entry, Found& foun
         args.push_back(std::move(arg));
     std::string output;
     std::string errorText;
-    if (auto run = task_.GetResultFromServer(output, errorText, args); run == nullptr || !run->Succeed())
+    if (auto run = task_.GetResultFromServer(output, errorText, args, toolLanes_);
+        run == nullptr || !run->Succeed())
         return run;
     Result unreadable;
     auto document = IHVJsonReader::ReadJsonString(output, &unreadable);

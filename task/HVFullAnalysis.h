@@ -18,6 +18,7 @@ namespace Halvorn {
 class HVDownloadTaskParser;
 class HVListDocument;
 class HVPlayList;
+class HVToolLanes;
 class IHVDownloadItem;
 
 class HVFullAnalysis {
@@ -81,6 +82,7 @@ private:
     int total_ = 0;
     float percent_ = 0.0F;
     bool toldOfLists_ = false;
+    std::shared_ptr<HVToolLanes> const toolLanes_;
     HVEntryLanes lanes_; ///< behind what its loads use
 };
 

@@ -41,7 +41,9 @@ std::shared_ptr<IHVError const> StartToolProcess(HVToolLaunch const& launch,
     task->SetRuntimePath(launch.jsRuntimePath);
     task->SetPythonPath(launch.extensionFolder);
     task->SetEndsWithLeader(launch.endsWithLeader);
-    if (!launch.alwaysAnew)
+    if (launch.source != nullptr)
+        task->SetSource(launch.source.get());
+    else if (!launch.alwaysAnew)
         task->SetSource(&HVWarmTool::Shared());
     auto started = task->Launch(launch.exe, launch.args, true);
     if (started->Succeed())

@@ -16,6 +16,7 @@
 
 namespace Halvorn {
 
+class HVChildSource;
 class HVToolStop;
 class IHVDownloadOptions;
 class IHVJsonValue;
@@ -40,6 +41,9 @@ struct HVToolResult {
     std::string errors; ///< what it printed to standard error
     HVFault fault;      ///< what it failed by, where it has failed; other where only the words may tell
 
+    /// It ended by no will of ours in a process that had served other runs, which may be the reason: a run of
+    /// its own may go well.
+    bool LostInLane() const { return endedBy == By::Tool && end.later && end.signal != 0; }
     /// Whether the tool ended by itself with status 0.
     bool Succeeded() const { return endedBy == By::Tool && end.known && end.signal == 0 && end.status == 0; }
 };
@@ -74,6 +78,8 @@ public:
     void LeaveAfterStop() { leaveAfterStop_ = true; }
     /// Has the program started anew, also where the tool is kept warm: to know that it runs, or to change it.
     void StartAnew() { launch_.alwaysAnew = true; }
+    /// Has it run beside others of the same settings (HVToolLanes.h). May be empty.
+    void SetLanes(std::shared_ptr<HVChildSource> lanes) { launch_.source = std::move(lanes); }
     /// What the program leaves running is ended with it and not waited for.
     void EndWithLeader() { launch_.endsWithLeader = true; }
 

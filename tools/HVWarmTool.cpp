@@ -122,6 +122,11 @@ bool HVWarmTool::IsOn() const {
 }
 
 int HVWarmTool::Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<HVChildLeader>& leader) {
+    return Start(request, nullptr, pid, leader);
+}
+
+int HVWarmTool::Start(HVSpawnRequest const& request, HVForkLanes* lanes, int& pid,
+                      std::unique_ptr<HVChildLeader>& leader) {
     // No start waits for another one's: hundreds may come at once.
     if (!IsOn())
         return Spawning().Start(request, pid, leader);
@@ -130,8 +135,9 @@ int HVWarmTool::Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<H
         return Spawning().Start(request, pid, leader);
     if (auto const server = ServerFor(version)) {
         std::string reason;
-        auto const answer = server->Fork(request, pid, leader, reason);
-        if (answer == HVForkServer::Answer::Started) {
+        auto const answer = lanes == nullptr ? server->Fork(request, pid, leader, reason)
+                                             : lanes->Start(server, request, pid, leader, reason);
+        if (answer == HVForkAnswer::Started) {
             HVLoggingLock const lock(mutex_);
             useful_ = useful_ || server == server_;
             return 0;
@@ -155,14 +161,14 @@ std::shared_ptr<HVForkServer> HVWarmTool::ServerFor(Version const& version) {
     return Look() ? server_ : nullptr;
 }
 
-void HVWarmTool::HandleFailure(std::shared_ptr<HVForkServer> const& server, HVForkServer::Answer answer,
+void HVWarmTool::HandleFailure(std::shared_ptr<HVForkServer> const& server, HVForkAnswer answer,
                                std::string const& reason) {
     IHVLogConfig::Printf(IHVLogConfig::LogLevelDefault, "The warm tool gives no run: %s",
                          reason.empty() ? "it does not answer" : reason.c_str());
     HVLoggingLock const lock(mutex_);
     if (server_ != server)
         return;
-    if (answer == HVForkServer::Answer::Silent) {
+    if (answer == HVForkAnswer::Silent) {
         server->Kill();
         CountDeath();
     } else if (Asks(reason, "changed")) {

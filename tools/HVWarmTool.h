@@ -9,6 +9,7 @@
 //
 // Thread-safe.
 
+#include "HVForkLanes.h"
 #include "HVForkServer.h"
 #include "IHVWarmTool.h"
 
@@ -31,6 +32,9 @@ public:
 
     /// A run of the tool: a fork where that is possible, or a process of its own.
     int Start(HVSpawnRequest const& request, int& pid, std::unique_ptr<HVChildLeader>& leader) override;
+    /// The same; where it is a fork, in a process of the lanes. They may be empty.
+    int Start(HVSpawnRequest const& request, HVForkLanes* lanes, int& pid,
+              std::unique_ptr<HVChildLeader>& leader);
 
 private:
     /// What must stay the same for as long as the process is used.
@@ -48,7 +52,7 @@ private:
     static void ForgetInCopy();
     bool IsOn() const;
     std::shared_ptr<HVForkServer> ServerFor(Version const& version);
-    void HandleFailure(std::shared_ptr<HVForkServer> const& server, HVForkServer::Answer answer,
+    void HandleFailure(std::shared_ptr<HVForkServer> const& server, HVForkAnswer answer,
                        std::string const& reason);
 
     // Under the lock.

@@ -15,6 +15,8 @@
 
 namespace Halvorn {
 
+class HVChildSource;
+
 class IHVToolChild {
 public:
     /// HVErrTimeout while the child runs after so many milliseconds; HVErrSuccess once it has ended and all
@@ -47,6 +49,7 @@ struct HVToolLaunch {
     std::string extensionFolder; ///< what the tool loads from us; may be empty
     bool endsWithLeader = false; ///< what the program leaves running is ended when it has ended itself
     bool alwaysAnew = false;     ///< the program is started even where the tool is kept warm
+    std::shared_ptr<HVChildSource> source; ///< where the child comes from; may be empty
     Handler outputHandler;
     Handler errorHandler;
 };

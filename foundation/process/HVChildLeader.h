@@ -24,6 +24,13 @@ public:
     /// Reaps all of the group whose parent this process is, also as the one that adopts orphans, as in a
     /// container: nobody else reaps those. True, with the status, when the leader was among them.
     static bool ReapGroup(int group, int& status);
+    /// To be polled for reading beside what tells the end of the process; -1 for none.
+    virtual int Descriptor() const { return -1; }
+    /// Whether the process has served another run before.
+    virtual bool Later() const { return false; }
+    /// Nobody knows its number any more, so that the process may serve another run; `untouched` when no
+    /// signal was sent to it. The last call.
+    virtual void Release(bool /*untouched*/) {}
     /// In a forked copy of this process: closes what is the parent's.
     virtual void CloseInCopy() const {}
 };

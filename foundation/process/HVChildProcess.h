@@ -104,6 +104,7 @@ private:
     // group that has got the number.
     mutable std::mutex mutex_;
     bool finished_ = false; ///< no signal any more
+    bool touched_ = false;  ///< a signal was sent
     HVChildEnd end_;
     bool exited_ = false; ///< functions for the exit are called at once
     std::vector<std::function<void()>> onExit_;

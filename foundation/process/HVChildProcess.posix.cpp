@@ -78,8 +78,10 @@ void HVChildProcess::Suspend(bool suspend) {
 
 void HVChildProcess::SignalGroup(int signal) {
     std::lock_guard const lock(mutex_);
-    if (!finished_)
-        kill(-pid_, signal);
+    if (finished_)
+        return;
+    touched_ = true;
+    kill(-pid_, signal);
 }
 
 void HVChildProcess::OnExit(std::function<void()> function) {
@@ -122,11 +124,12 @@ void HVChildProcess::Run() {
 
 void HVChildProcess::Step() {
     auto const extra = notifier_.Descriptors(ChildEnded());
-    pollfd polled[4] = {{output_.fd.Get(), POLLIN, 0},
+    pollfd polled[5] = {{output_.fd.Get(), POLLIN, 0},
                         {error_.fd.Get(), POLLIN, 0},
                         {extra[0], POLLIN, 0},
-                        {extra[1], POLLIN, 0}};
-    if (poll(polled, 4, PollTimeout()) < 0 && errno != EINTR)
+                        {extra[1], POLLIN, 0},
+                        {leader_->Descriptor(), POLLIN, 0}};
+    if (poll(polled, 5, PollTimeout()) < 0 && errno != EINTR)
         std::this_thread::sleep_for(std::chrono::milliseconds(kChildPollMilliseconds));
     if (polled[0].revents != 0)
         Read(output_);
@@ -261,13 +264,16 @@ void HVChildProcess::Finish() {
     output_.handler = nullptr;
     error_.fd.Reset();
     error_.handler = nullptr;
+    bool untouched = false;
     {
         std::lock_guard const lock(mutex_);
         finished_ = true;
+        untouched = !touched_;
     }
     Reap();
     CallExitFunctions();
     HVChildRegistry::Shared().Remove(pid_);
+    leader_->Release(untouched);
     ended_.Raise();
 }
 
@@ -278,8 +284,8 @@ void HVChildProcess::Reap() {
     int status = 0;
     if (leader_->Reap(status)) {
         std::lock_guard const lock(mutex_);
-        end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0,
-                WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+        end_ = {true, WIFEXITED(status) ? WEXITSTATUS(status) : 0, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+                leader_->Later()};
     }
 }
 

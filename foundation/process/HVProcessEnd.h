@@ -14,7 +14,7 @@ enum class HVEndStage { Children = 0, Files = 1 };
 void SetProcessEndFunction(HVEndStage stage, void (*function)());
 
 /// Who takes part in a fork, in the order in which their locks nest: the outermost is taken first.
-enum class HVForkPlace { WarmTool, Children, TmpFolder, ApplicationCalls };
+enum class HVForkPlace { WarmTool, Children, ForkLanes, TmpFolder, ApplicationCalls };
 
 /// What a forked copy of the process lets go of: it has the memory and the descriptors of its parent, but
 /// none of its threads. Each function runs on the thread that forks, and must do no more than a signal

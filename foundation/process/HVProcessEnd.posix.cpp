@@ -11,7 +11,7 @@ namespace Halvorn {
 
 namespace {
 
-constexpr std::size_t kForkPlaces = 4;
+constexpr std::size_t kForkPlaces = 5;
 constexpr std::size_t kMostForkMutexes = 16;
 
 std::array<std::atomic<void (*)()>, 2> gEndFunctions;

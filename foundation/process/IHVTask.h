@@ -25,6 +25,7 @@ struct HVChildEnd {
     bool known = false; ///< false while it runs, and where other code of the process has taken the status
     int status = 0;     ///< exit status, where `signal` is 0
     int signal = 0;     ///< the signal that ended it; 0 for none
+    bool later = false; ///< it ran in a process that had served another run before
 };
 
 class IHVTask {

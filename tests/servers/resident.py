@@ -19,7 +19,8 @@ def send(connection, fields, descriptors=()):
     if descriptors:
         sent = socket.send_fds(connection, [message], descriptors)
         message = message[sent:]
-    connection.sendall(message)
+    if message:
+        connection.sendall(message)
 
 
 def texts(environment):
@@ -30,27 +31,38 @@ class Refused(Exception):
     pass
 
 
+class Fork:
+    """What the resident forks: for one run, or one that stays for the next."""
+
+    def __init__(self, connection, stays=False):
+        self.stays, self.lost = stays, False
+        self.start, its_start = socket.socketpair()
+        self.status, its_status = socket.socketpair()
+        socket.send_fds(connection, [b"s" if stays else b"r"], [its_start.fileno(), its_status.fileno()])
+        its_start.close(), its_status.close()
+
+    def close(self):
+        self.start.close(), self.status.close()
+
+
 class Run:
     """A run of the tool out of the resident."""
 
-    def __init__(self, connection, arguments, environment, folder="/", mask=0o22, go=True):
-        start, its_start = socket.socketpair()
-        self.status, its_status = socket.socketpair()
+    def __init__(self, fork, arguments, environment, folder="/", mask=0o22, go=True):
+        self.fork = fork
         (self.output, its_output), (self.errors, its_errors) = os.pipe(), os.pipe()
-        socket.send_fds(connection, [b"r"], [its_start.fileno(), its_status.fileno()])
-        send(start, [folder, str(mask), *texts(environment), str(len(arguments)), *arguments], [its_output, its_errors])
-        for one in (its_start, its_status):
-            one.close()
+        send(fork.start, [folder, str(mask), *texts(environment), str(len(arguments)), *arguments], [its_output, its_errors])
         for one in (its_output, its_errors):
             os.close(one)
-        answer = start.recv(1000).decode().split()
+        answer = fork.start.recv(1000).decode().split()
         if answer[:1] != ["up"]:
-            start.close(), self.status.close(), os.close(self.output), os.close(self.errors)
+            fork.close(), os.close(self.output), os.close(self.errors)
             raise Refused(" ".join(answer))
         self.pid = int(answer[1])
         if go:
-            start.sendall(b"g")
-        start.close()
+            fork.start.sendall(b"g")
+        if not fork.stays:
+            fork.start.close()
 
     def finish(self):
         """Standard output, standard error, and the exit status as the subprocess module has it."""
@@ -58,17 +70,20 @@ class Run:
         for stream in (self.output, self.errors):
             with os.fdopen(stream, "rb") as file:
                 collected.append(file.read())
+        if self.fork.stays and self.fork.start.recv(1000) == b"done\n":
+            return *collected, 0
+        self.fork.lost = True
         words, code = "", None
         while code is None:
             with contextlib.suppress(BrokenPipeError):
-                self.status.sendall(b"w")
-            received = self.status.recv(1000).decode()
+                self.fork.status.sendall(b"w")
+            received = self.fork.status.recv(1000).decode()
             words += received
             if found := re.search(r"ended (\d+)\n", words):
                 code = os.waitstatus_to_exitcode(int(found[1]))
             elif not received:
                 code = int(re.search(r"code (\d+)\n", words)[1])
-        self.status.close()
+        self.fork.close()
         return *collected, code
 
 
@@ -98,7 +113,10 @@ class Resident:
             raise EOFError(self.process.communicate())
 
     def start(self, *arguments, environment=None, **options):
-        return Run(self.connection, [self.tool, *map(str, arguments)], environment or self.environment, **options)
+        return self.begin(Fork(self.connection), *arguments, environment=environment, **options)
+
+    def begin(self, fork, *arguments, environment=None, **options):
+        return Run(fork, [self.tool, *map(str, arguments)], environment or self.environment, **options)
 
     def run(self, *arguments, **options):
         return self.start(*arguments, **options).finish()

@@ -6,13 +6,14 @@ import os
 import re
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from resident import Refused, Resident
+from resident import Fork, Refused, Resident
 from servers import COMMAND, HERE, SITE, TOOL, ServerTest
 
 sys.path.insert(0, str(SITE))
@@ -96,11 +97,11 @@ class SameAnswersTest(WarmTest):
         yield "watch/subtitles", ["--output", "x.mp4", "--write-auto-sub", "--sub-lang", "fr", "--sub-format", "vtt", "--format", "combined320-mp4"]
         yield "watch/thumbnails", ["--output", "x.jpg", "--write-thumbnail", "--skip-download"]
 
-    def both(self, row):
-        """What the row gives cold and warm: output, messages, status and files."""
+    def each(self, row):
+        """What the row gives cold, warm and in a process that stays: output, messages, status and files."""
         page, arguments = row
         results = []
-        for run, way in ((self.cold, "cold"), (self.warm.run, "warm")):
+        for run, way in ((self.cold, "cold"), (self.warm.run, "warm"), (self.in_lane, "lane")):
             folder = self.folder / f"{way}{id(row)}"
             folder.mkdir()
             output, errors, status = run(*arguments[:-1 if arguments[-1] == "PAGE" else None], f"{self.site.address}/{page}", folder=str(folder))
@@ -108,16 +109,28 @@ class SameAnswersTest(WarmTest):
             results.append((without_time(output), without_time(errors), status, files))
         return results
 
+    def in_lane(self, *arguments, **options):
+        """Here even runs of other settings come one after the other."""
+        fork = self.waiting.pop() if self.waiting else Fork(self.warm.connection, stays=True)
+        result = self.warm.begin(fork, *arguments, **options).finish()
+        if not fork.lost:
+            self.waiting.append(fork)
+            self.used += 1
+        return result
+
     def test_everything(self):
         self.environment["PYTHONHASHSEED"] = "0"  # decides in which order some things are done
         self.warm = self.resident()
+        self.waiting, self.used = [], 0
+        self.addCleanup(lambda: [fork.close() for fork in self.waiting])
         rows = list(self.rows())
         self.assertGreater(len(rows), 50)
         with ThreadPoolExecutor(4) as pool:
-            for (page, arguments), (cold, warm) in zip(rows, pool.map(self.both, rows)):
+            for (page, arguments), (cold, warm, lane) in zip(rows, pool.map(self.each, rows)):
                 with self.subTest(page, arguments=arguments):
                     self.assertEqual(warm, cold)
-
+                    self.assertEqual(lane, cold)
+        self.assertGreater(self.used, 30)
 
     def stopped(self, page, way):
         """What is left of a download whose group is asked to end in the middle: its status, and the files but for numbers."""
@@ -168,6 +181,51 @@ class FactsTest(WarmTest):
             # One more than a run of its own has, for its last word.
             mine["files"].pop()
             self.assertEqual(mine, wanted)
+
+    def staying(self, warm):
+        fork = Fork(warm.connection, stays=True)
+        self.addCleanup(fork.close)
+        return fork
+
+    def test_a_process_that_stays_is_used_again_only_when_nothing_is_left(self):
+        warm = self.resident()
+        folder = self.folder / "work"
+        folder.mkdir()
+
+        def run(name):
+            return warm.begin(fork, "-J", f"facts:{name}", folder=str(folder), mask=0o27).finish()
+
+        fork = self.staying(warm)
+        facts = [self.facts(run(name)) for name in ("wander", "a", "b")]
+        for one in facts:
+            one.pop("random"), one.pop("argv"), one.pop("orig_argv")
+        self.assertEqual(facts[0]["environ"], facts[2]["environ"])
+        self.assertEqual((facts[1]["folder"], facts[1]["mask"]), (str(folder), 0o27))
+        self.assertEqual(facts[1], facts[2])
+        for name in ("thread", "child", "handler", "mask", "timer", "file", "variable", "memory", "fail", "late"):
+            with self.subTest(name):
+                if fork.lost:
+                    fork = self.staying(warm)
+                    run("a")
+                begun = warm.begin(fork, "-J", f"facts:{name}")
+                output, errors, status = begun.finish()
+                self.assertTrue(fork.lost)
+                self.assertEqual(status, {"fail": 1, "late": -signal.SIGSEGV}.get(name, 0), errors)
+                self.assertEqual(b'"id"' in output, status == 0)
+                if name == "child":
+                    os.killpg(begun.pid, signal.SIGKILL)
+        # It ends without the library, and with what would make it another run.
+        for end in ("library", "change"):
+            with self.subTest(end):
+                fork = self.staying(warm)
+                run("a")
+                if end == "library":
+                    fork.start.shutdown(socket.SHUT_WR)
+                    self.assertEqual(fork.start.recv(100), b"")
+                else:
+                    (self.plugins / "yt_dlp_plugins/extractor/fresh.py").write_text("")
+                    with self.assertRaisesRegex(Refused, "no changed: "):
+                        run("a")
 
     def test_its_end_is_that_of_a_run(self):
         warm = self.resident()
@@ -286,6 +344,16 @@ class LifeTest(WarmTest):
 
 
 class CommandTest(ServerTest):
+    def test_entries_that_share_processes_are_what_they_are_by_themselves(self):
+        """One of them crashes where it is not the first, one always, one fails, and one leaves a thread."""
+        def found(*options):
+            run = self.succeeds("info", "--json", "--analyses", "1", *options, "facts:list")
+            document = json.loads(run.stdout)
+            return [item["id"] for item in document["items"]], document["failed"]
+
+        self.assertEqual(found(), found("--cold"))
+        self.assert_nothing_left()
+
     def test_it_keeps_the_tool_warm_unless_that_is_forbidden(self):
         for cold in ([], ["--cold"]):
             with self.subTest(cold):

@@ -1,6 +1,7 @@
 #include "HVWarmTool.h"
 #include "Folder.h"
 #include "HVDownloadPlugin.h"
+#include "HVToolLanes.h"
 #include "HVToolRun.h"
 #include "HVToolStop.h"
 #include "IHVStringHelper.h"
@@ -12,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <future>
+#include <set>
 #include <unistd.h>
 
 using namespace Halvorn;
@@ -67,8 +69,10 @@ protected:
     }
     HVToolRun NewRun(std::string const& program) const { return {folder_ / "yt-dlp", {program}}; }
     /// What the program came to: status, signal, and what it printed.
-    std::string Outcome(std::string const& program) const {
-        auto const result = NewRun(program).Run();
+    std::string Outcome(std::string const& program, std::shared_ptr<HVToolLanes> const& lanes = {}) const {
+        auto run = NewRun(program);
+        run.SetLanes(lanes);
+        auto const result = run.Run();
         return Text(result.end.known, result.end.status, result.end.signal, result.output, result.errors);
     }
     /// The process that the run comes from.
@@ -128,6 +132,37 @@ TEST_F(WarmTool, AStopEndsAllOfItsGroup) {
         EXPECT_EQ(result.end.signal, ignored.empty() ? SIGTERM : SIGKILL);
         EXPECT_TRUE(Eventually([helperId] { return kill(helperId, 0) != 0; }));
     }
+}
+
+TEST_F(WarmTool, AProcessServesManyRunsUntilOneLeavesSomethingOrIsStopped) {
+    TurnOn();
+    auto lanes = std::make_shared<HVToolLanes>();
+    auto const run = [&](std::string const& program, HVToolStop* stop = nullptr) {
+        auto one = NewRun(program);
+        one.SetLanes(lanes);
+        one.SetStop(stop);
+        return one.Run();
+    };
+    auto const process = [&] { return std::stoi(run("print(os.getpid())").output); };
+    constexpr char kCrash[] = "os.kill(os.getpid(), 9)";
+    std::set<int> used;
+    for (std::string const program :
+         {"sys.exit(3)", kCrash, "os.open('/dev/null', 0)", "import time; time.sleep(600)"}) {
+        int const number = process();
+        EXPECT_EQ(process(), number);
+        EXPECT_TRUE(used.insert(number).second) << program;
+        HVToolStop stop;
+        if (program.starts_with("import"))
+            stop.Request();
+        auto const result = run(program, &stop);
+        EXPECT_EQ(result.LostInLane(), program == kCrash) << program;
+        EXPECT_EQ(result.end.status, program == "sys.exit(3)" ? 3 : 0);
+        EXPECT_NE(kill(number, 0), 0) << program;
+    }
+    EXPECT_FALSE(run(kCrash).LostInLane()); // the first run of its process
+    int const last = process();
+    lanes = nullptr;
+    EXPECT_NE(kill(last, 0), 0);
 }
 
 TEST_F(WarmTool, IsNotTriedAgainAfterThreeDeaths) {
@@ -202,12 +237,14 @@ TEST_F(WarmTool, RestsWithoutWork) {
 
 TEST_F(WarmTool, ServesManyThreadsAtOnce) {
     TurnOn();
+    auto const lanes = std::make_shared<HVToolLanes>();
     std::vector<std::future<std::string>> runs;
     for (int thread = 0; thread < 8; ++thread)
-        runs.push_back(std::async(std::launch::async, [this] {
+        runs.push_back(std::async(std::launch::async, [&, thread] {
             std::string all;
             for (int i = 0; i < 5; ++i)
-                all += Outcome("print(os.getppid() != " + std::to_string(getpid()) + ")");
+                all += Outcome("print(os.getppid() != " + std::to_string(getpid()) + ")",
+                               thread % 2 == 0 ? lanes : nullptr);
             return all;
         }));
     for (auto& run : runs)

@@ -156,12 +156,16 @@ def list_extractors_ahead():
     make = tool.add_default_info_extractors
     with tool({"quiet": True}) as example:
         made = [(example._ies, example._ies_instances)]
+    names, classes = tuple(example._ies), tuple(example._ies.values())
+    kinds = {name: type(instance) for name, instance in example._ies_instances.items()}
 
     def add(self):
         plain = self.params.get("allowed_extractors", ["default"]) == ["default"] and not self.params.get("verbose")
-        if not made or not plain or self._ies or self._ies_instances:
+        if not plain or self._ies or self._ies_instances:
             return make(self)
-        self._ies, self._ies_instances = made.pop()
+        # The one that is there costs a fork nothing; another one touches all classes, and so copies their memory.
+        self._ies, self._ies_instances = made.pop() if made else (dict(zip(names, classes)), {n: kind() for n, kind in kinds.items()})
+        self._ies.update(self._ies_instances)
         for instance in self._ies_instances.values():
             instance.set_downloader(self)
         return None

@@ -1,7 +1,14 @@
-"""What a fork of the warm tool does: it becomes a process as the library would have started it, and runs the tool."""
+"""What a fork of the warm tool does: it becomes a process as the library would have started it, and runs the tool.
 
+A fork that stays takes one run after the other. It does so only while a run leaves nothing behind that the next one could
+notice (see traces); what is left then are the tool's own caches in its classes, which it has in a playlist's entries when
+it analyses them in one process by itself.
+"""
+
+import _thread
 import atexit
 import contextlib
+import contextvars
 import gc
 import importlib.util
 import os
@@ -17,17 +24,31 @@ from yt_dlp_plugins.extractor import _reelhaul_load as load
 
 PER_RUN = (b"PATH", b"PYTHONPATH")  # the variables that a run may have otherwise than the resident
 PLACE = ("yt_dlp_plugins", "extractor")
+MOST_RUNS = 25  # of one fork
+MOST_GROWTH = 64 << 20  # bytes
 
 
-def live(start, status, environment, own_arguments):
+def live(start, status, resident, stays):
     """The fork's life. Does not return."""
-    code = 1
+    code, runs, loaded = 1, 0, None
     try:
-        request, extension = become(start, status, environment)
-        begin(request.arguments, own_arguments)
-        yt_dlp._load_all_plugins = plugin_loader(request.arguments, extension)
-        code = finish(work(yt_dlp.main))
+        os.setsid()
+        before = (traces(), peak()) if stays else None
+        while True:
+            request, extension = become(start, resident, loaded)
+            begin(request.arguments, resident.program)
+            yt_dlp._load_all_plugins = plugin_loader(request.arguments, extension if runs == 0 else "")
+            if not stays:
+                start.close()
+            code = contextvars.copy_context().run(work, yt_dlp.main)
+            runs, loaded = runs + 1, extension
+            if not stays or code != 0 or runs == MOST_RUNS or not rest(*before):
+                break
+            link.say(start, "done")
+        code = finish(code)
         link.say(status, f"code {code}")
+    except EOFError:
+        pass  # the library needs it no more
     except link.Changed as what:
         link.say(start, f"no changed: {what}")
     except BaseException as failure:
@@ -36,12 +57,13 @@ def live(start, status, environment, own_arguments):
         os._exit(code)
 
 
-def become(start, status, environment):
+def become(start, resident, loaded):
     """Takes over the request, up to the library's word that the run may begin; the folder of the run's extension as well."""
-    os.setsid()
     fields, streams = link.receive(start)
     request = link.read(link.Request, fields)
-    extension = take_variables(link.variables(request.environment), environment)
+    extension = take_variables(link.variables(request.environment), resident.environment)
+    if loaded is not None and (resident.problem() or loaded != extension):
+        raise link.Changed(resident.problem() or "the extension")
     null = os.open(os.devnull, os.O_RDONLY)
     for number, target in ((null, 0), *zip(streams, (1, 2), strict=True)):
         os.dup2(number, target)
@@ -51,19 +73,53 @@ def become(start, status, environment):
     link.say(start, f"up {os.getpid()}")
     if start.recv(1) != b"g":
         os._exit(0)
-    start.close()
     return request, extension
+
+
+def rest(before, peak_before):
+    """Lets go of the run's streams; False where the process is not to be used again."""
+    gc.collect()  # writes what is left in files that nothing has closed
+    try:
+        sys.stdout.flush()
+        sys.stderr.flush()
+    except (OSError, ValueError):
+        return False
+    if traces() != before or peak() - peak_before > MOST_GROWTH:
+        return False
+    null = os.open(os.devnull, os.O_WRONLY)
+    for target in (1, 2):
+        os.dup2(null, target)
+    os.close(null)
+    return True
+
+
+def traces():
+    """What the next run would notice of the last one."""
+    try:
+        os.waitpid(-1, os.WNOHANG)
+        children = True
+    except ChildProcessError:
+        children = False
+    return (children, _thread._count(), atexit._ncallbacks(), os.listdir("/dev/fd"), sys.stdout, sys.stderr,
+            [signal.getsignal(number) for number in signal.valid_signals()], signal.pthread_sigmask(signal.SIG_BLOCK, ()),
+            signal.getitimer(signal.ITIMER_REAL), other_variables(os.environb))
+
+
+def peak():
+    """The most memory that the process has had, in bytes; 0 where the tool's Python does not tell."""
+    try:
+        import resource
+    except ImportError:
+        return 0
+    return resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * (1 if sys.platform == "darwin" else 1024)
 
 
 def take_variables(wanted, own):
     """Gives the fork the variables of its own; the folder of its extension, where the run has it in front of PYTHONPATH."""
-    def others(environment):
-        return {name: value for name, value in environment.items() if name not in PER_RUN}
-
     modules, mine = wanted.get(b"PYTHONPATH", b""), own.get(b"PYTHONPATH", b"")
     extension = modules.removesuffix(mine).removesuffix(b":")
     # The rest was read at the start of the resident, and what came of it is in its memory.
-    if others(wanted) != others(own) or modules not in (mine, b":".join(filter(None, (extension, mine)))):
+    if other_variables(wanted) != other_variables(own) or modules not in (mine, b":".join(filter(None, (extension, mine)))):
         raise link.Changed("the environment")
     for name in PER_RUN:
         if name in wanted:
@@ -73,10 +129,14 @@ def take_variables(wanted, own):
     return os.fsdecode(extension)
 
 
-def begin(arguments, own_arguments):
+def other_variables(environment):
+    return {name: value for name, value in environment.items() if name not in PER_RUN}
+
+
+def begin(arguments, program):
     """What the interpreter and the tool do at each start and the resident has done once."""
     sys.argv = [os.fsdecode(text) for text in arguments]
-    sys.orig_argv = [*sys.orig_argv[:len(sys.orig_argv) - own_arguments], *sys.argv[1:]]
+    sys.orig_argv = [*program, *sys.argv[1:]]
     sys.stdin = sys.__stdin__ = open(0, encoding=sys.stdin.encoding, errors=sys.stdin.errors, closefd=False)
     load.quietly(recognise_programs)
     with contextlib.suppress(AttributeError, KeyError):

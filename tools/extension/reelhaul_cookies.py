@@ -83,6 +83,7 @@ def install():
 
     def load(self, filename=None, *args, **kwargs):
         path = filename or self.filename
+        loaded.pop(os.path.realpath(path) if isinstance(path, str) else None, None)  # of an earlier run in this process
         if not isinstance(path, str) or not os.path.isfile(path):
             return tool_load(self, filename, *args, **kwargs)
         path = os.path.realpath(path)

@@ -4,11 +4,13 @@ The library starts the tool once, with no address to work on and with a socket a
 the tool load itself, its plugins included, and takes over where the tool would make its main object. From then on the
 process, the resident, does no more than fork; a fork runs the tool's own main as a new process would.
 
-Over the socket come first the resident's settings, then one byte for each run, with two sockets of the run's own:
+Over the socket come first the resident's settings, then one byte for each fork, "r" for a run or "s" for one that stays,
+with two sockets of the fork's own:
 
 - "start" is for the fork, which reads the request there, standard output and error with it, so that no argument of any
   run ever reaches the resident: it may be a password. The fork answers "up PID" and waits for "g"; when the socket closes
-  instead, it ends. Who can't fork, or can't be that run, answers "no REASON".
+  instead, it ends. Who can't fork, or can't be that run, answers "no REASON". A fork that stays says "done" after a run
+  that went well and left nothing behind, its streams closed, and takes the next request; after any other it ends.
 - "status" is for the end: the fork writes "code N" when it leaves by itself; "w" asks the resident, which answers
   "running" or, once it has reaped the fork, "ended STATUS". So the number of a process is not given away again before
   the library knows that it has ended. The library closes the socket when it needs no more.
@@ -43,7 +45,7 @@ class Resident:
         self.open = True  # the library may ask for runs
         self.idle = int(float(settings.seconds) * 1000)
         self.environment = link.variables(settings.environment)
-        self.own_arguments = len(sys.argv) - 1
+        self.program = sys.orig_argv[:len(sys.orig_argv) - len(sys.argv) + 1]
         self.locations = [os.fsdecode(settings.ffmpeg), shutil.which("ffmpeg") or ""]
         self.runs = {}  # number of the status socket -> that socket, process id
         self.left = set()  # process ids
@@ -88,9 +90,9 @@ class Resident:
             with socket.socket(fileno=files[0]) as start:
                 status = socket.socket(fileno=files[1])
                 status.set_inheritable(False)
-                self.fork(start, status)
+                self.fork(start, status, byte == b"s")
 
-    def fork(self, start, status):
+    def fork(self, start, status, stays):
         problem = self.problem()
         try:
             child = -1 if problem else os.fork()
@@ -100,7 +102,7 @@ class Resident:
             self.connection.close()
             for other, _ in self.runs.values():
                 other.close()
-            run.live(start, status, self.environment, self.own_arguments)
+            run.live(start, status, self, stays)
         if child < 0:
             link.say(start, f"no {problem}")
             status.close()

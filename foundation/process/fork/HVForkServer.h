@@ -6,7 +6,7 @@
 // with this process; its forks don't.
 
 #include "HVChildProcess.h"
-#include "HVSocketPair.h"
+#include "HVForkedProcess.h"
 
 #include <memory>
 #include <mutex>
@@ -24,7 +24,6 @@ public:
         Refused, ///< has ended since it can't work: see Reason
         Died
     };
-    enum class Answer { Started, Refused, Silent };
 
     /// Starts the child, with one end of a socket as its standard input. It ends after so many seconds
     /// without work, 0 for never; `merger` is the path of ffmpeg. 0 and the object, or an error number.
@@ -40,10 +39,14 @@ public:
     /// Why it refuses, in its own words: one word that says what is to be done, a colon, and the rest.
     std::string Reason() const;
 
-    /// Has it fork, as HVChildSource::Start does. `reason` is why it refuses. Blocks for two seconds at most;
-    /// a fork that comes later ends by itself before it does anything.
-    Answer Fork(HVSpawnRequest const& request, int& pid, std::unique_ptr<HVChildLeader>& leader,
-                std::string& reason);
+    /// Has it fork a process for one run, or for one that stays, and has that begin. `reason` is why it
+    /// refuses. Blocks for two seconds at most; a fork that comes later ends by itself before it does
+    /// anything.
+    HVForkAnswer Fork(HVSpawnRequest const& request, bool stays, std::unique_ptr<HVForkedProcess>& forked,
+                      std::string& reason) const;
+    /// The same for one run, as HVChildSource::Start has it.
+    HVForkAnswer Fork(HVSpawnRequest const& request, int& pid, std::unique_ptr<HVChildLeader>& leader,
+                      std::string& reason) const;
     /// Ends the child once its forks have ended, or at once.
     void Retire();
     void Kill();

@@ -1,11 +1,14 @@
-"""What a run of the tool is to the system, as the description of an item: "facts:NAME". "facts:wait" has it wait for its end."""
+"""What a run of the tool is to the system, as the description of an item: "facts:NAME". "facts:wait" has it wait for its end;
+other names have it leave something behind, or crash."""
 
 import json
 import os
 import random
 import resource
 import signal
+import subprocess
 import sys
+import threading
 import time
 
 from yt_dlp.extractor.common import InfoExtractor
@@ -20,12 +23,35 @@ def signals():
     return {name: rows[name].strip() for name in ("SigBlk", "SigIgn", "SigCgt")}
 
 
+DEEDS = {
+    "thread": lambda: threading.Thread(target=time.sleep, args=(600,), daemon=True).start(),
+    "child": lambda: subprocess.Popen(["sleep", "600"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL),
+    "handler": lambda: signal.signal(signal.SIGUSR1, signal.SIG_IGN),
+    "mask": lambda: signal.pthread_sigmask(signal.SIG_BLOCK, (signal.SIGUSR1,)),
+    "timer": lambda: signal.setitimer(signal.ITIMER_REAL, 600),
+    "file": lambda: os.open(os.devnull, os.O_RDONLY),
+    "variable": lambda: os.environ.update(LEFT="1"),
+    "memory": lambda: len(bytearray(100 << 20)),
+    "crash": lambda: os.kill(os.getpid(), signal.SIGSEGV),
+    "late": lambda: runs > 1 and os.kill(os.getpid(), signal.SIGSEGV),  # in a process that has served another run
+    "fail": lambda: 1 / 0,
+    "wander": lambda: (os.chdir("/"), os.umask(0)),
+}
+runs = 0
+
+
 class ReelhaulFactsIE(InfoExtractor):
     _VALID_URL = r"facts:(?P<id>\w+)"
     IE_NAME = "reelhaul-facts"
     _NETRC_MACHINE = "reelhaul-site"
+    LIST = ("a", "a", "a", "a", "late", "thread", "crash", "b", "fail", "c", "late")
 
     def _real_extract(self, url):
+        global runs
+        runs += 1
+        DEEDS.get(self._match_id(url), lambda: None)()
+        if self._match_id(url) == "list":
+            return self.playlist_result([self.url_result(f"facts:{name}") for name in self.LIST], "list")
         if self._match_id(url) == "wait":
             self.report_warning("waiting")
             time.sleep(600)
