@@ -4,6 +4,7 @@
 #include "HVCookiesCommand.h"
 #include "HVGenerateCommand.h"
 #include "HVGetCommand.h"
+#include "HVHelpFormatter.h"
 #include "HVInfoCommand.h"
 #include "HVOptionChecks.h"
 #include "HVOptionDocument.h"
@@ -100,8 +101,7 @@ HVCommandLine::HVCommandLine()
     app_->set_version_flag("--version", std::string(reinterpret_cast<char const*>(ReelhaulVersionString)),
                            "Print the library's version");
     app_->footer(kExamples);
-    constexpr std::size_t kNameColumns = 36;
-    app_->get_formatter()->column_width(kNameColumns);
+    app_->formatter(std::make_shared<HVHelpFormatter>());
     AddInfo();
     AddGet();
     AddLesser();
@@ -177,8 +177,7 @@ void HVCommandLine::AddGoingOn(CLI::App& app) {
 
 void HVCommandLine::AddFormatChoice(CLI::App& app) {
     app.add_option("--format", request_.format,
-                   "best, worst, audio, 720p or 1080p60 as the most, an index or a code of \"reelhaul "
-                   "info\"; best unless given")
+                   "best (unless given), worst, audio, 720p or 1080p60 as the most, an index or a code")
         ->type_name("F")
         ->check(NotEmpty, "");
     app.add_option("--language", request_.language,
@@ -210,10 +209,8 @@ void HVCommandLine::AddToolPaths(CLI::App& app) {
 }
 
 void HVCommandLine::AddRuns(CLI::App& app) {
-    app.add_option(
-           "--analyses", analyses_,
-           "Number of addresses and entries of lists analysed at the same time, at most 4 of them of one "
-           "site; 4 unless given")
+    app.add_option("--analyses", analyses_,
+                   "Addresses and list entries analysed at once, at most 4 of one site; 4 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
     AddFlag(app, "--cold", request_.cold,

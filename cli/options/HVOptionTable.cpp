@@ -84,7 +84,7 @@ constexpr std::array kTable{
                 [](Records& r, Value const& v) { r.Login().SetUserName(v.text); }},
     HVOptionRow{kLogin, "--password", "TEXT", Kind::Secret, 0, 0, false, "--username", kUser,
                 "IHVGeneralAuthentication::SetUserPWD", "--password",
-                "Password of the account; - reads it from standard input, or asks for it on a terminal",
+                "Password of the account; - reads it from standard input or asks on a terminal",
                 [](Records& r, Value const& v) { r.Login().SetUserPWD(v.text); }},
     HVOptionRow{kLogin, "--twofactor", "CODE", Kind::Secret, 0, 0, false, "--username", kUser,
                 "IHVGeneralAuthentication::SetTwoFactorCode", "--twofactor", "Two-factor code of the account",

@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import signal
 import subprocess
 import time
@@ -91,6 +92,20 @@ class UsageTest(ScriptedTest):
                 self.assertEqual((run.returncode, run.stdout, run.stderr.count("\n")), (2, "", 1))
                 self.assertIn(says, run.stderr)
         self.assertEqual(self.starts(), [])
+
+    def test_the_help_has_groups_and_a_line_for_each_option(self):
+        groups = ["Most used", "What to fetch", "Names and folders", "Conversion", "Speed and order", "Sites and login", "The tool",
+                  "Output"]
+        for command in ("info", "get"):
+            text = self.run_command(command, "--help").stdout
+            found = re.findall("^([A-Z].*):$", text, re.M)[1:]
+            self.assertEqual(found, [group for group in groups if group in found])
+            options = re.findall(r"^  (?:-\w, )?(--[\w-]+)", text, re.M)
+            self.assertEqual(len(options), len(set(options)))
+            self.assertLessEqual(max(map(len, text.splitlines())), 120)
+        self.assertEqual(found, groups)
+        self.assertEqual((options[0], text.split("\n\n")[2].count("\n")), ("--output", 10))
+        self.assertLessEqual(set(re.findall(r"^\| `(--[\w-]+)", self.run_command("option-table").stdout, re.M)), set(options))
 
     def test_providers_are_listed_and_searched(self):
         self.assertEqual(self.run_command("providers").stdout.count("\n"), 434)
