@@ -158,8 +158,11 @@ Args HVArgsBuilder::BuildNetworkOptsArgs() const {
         args.emplace_back("--force-ipv4");
     else if (network->GetConnectionVia() == IHVNetworkOptions::ConnectionViaIPv6)
         args.emplace_back("--force-ipv6");
-    AppendValue(args, "--user-agent", network->GetUserAgent());
-    AppendValue(args, "--referer", network->GetReferer());
+    // The tool has options of its own for both, which it does not document any more.
+    for (auto const& [field, value] :
+         {std::pair("User-Agent:", network->GetUserAgent()), std::pair("Referer:", network->GetReferer())})
+        if (!value.empty())
+            AppendValue(args, "--add-headers", field + value);
     return args;
 }
 

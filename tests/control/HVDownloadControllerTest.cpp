@@ -240,7 +240,7 @@ TEST_F(Controller, TakesTheOptionsOfTheItemsSite) {
         });
         EXPECT_TRUE(controller->StartDownload()->Succeed());
         EXPECT_EQ(controller->WaitFinish(60'000), HVErrSuccess);
-        EXPECT_THAT(Starts().back(), testing::HasSubstr(std::string("--referer from:") + host));
+        EXPECT_THAT(Starts().back(), testing::HasSubstr(std::string("--add-headers Referer:from:") + host));
     }
 }
 

@@ -282,7 +282,7 @@ TEST(Groups, Network) {
     record->SetUserAgent("A b");
     record->SetReferer("http://h/");
     CheckGroups(&IHVDownloadOptions::SetNetworkOptions, record,
-                "--no-check-certificates --user-agent 'A b' --referer http://h/");
+                "--no-check-certificates --add-headers 'User-Agent:A b' --add-headers Referer:http://h/");
     record->SetCheckCertificates(true);
     EXPECT_FALSE(record->Clone()->GetCheckCertificates());
     EXPECT_EQ(record->Clone()->GetUserAgent() + record->Clone()->GetReferer(), "A bhttp://h/");

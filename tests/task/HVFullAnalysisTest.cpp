@@ -236,8 +236,9 @@ TEST_P(FullAnalysis, AsksOnceForTheOptionsOfEachSite) {
     EXPECT_EQ(asked, (std::multiset<std::string>{"other.invalid", "testkit.invalid", "thrown.invalid"}));
     ASSERT_EQ(Starts().size(), 5U);
     for (auto const& start : Starts())
-        EXPECT_THAT(start, HasSubstr(start.find("testkit.") == std::string::npos ? "--user-agent own "
-                                                                                 : "--user-agent chosen "));
+        EXPECT_THAT(start, HasSubstr(start.find("testkit.") == std::string::npos
+                                         ? "--add-headers User-Agent:own "
+                                         : "--add-headers User-Agent:chosen "));
 }
 
 TEST_P(FullAnalysis, KeepsWhatElseTheDocumentSays) {
