@@ -103,6 +103,7 @@ public:
     bool RemovePartialData();
     void SetName(std::string const& text) { Set(nameTemplate_, text); }
     void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
+    void SetMetadata(HVMetadataFiles const& files) { Set(metadata_, files); }
     /// See IHVDownloadController::FindExistingFile.
     std::string FindExisting() const;
     std::string NameTemplate() const { return Get(nameTemplate_); }
@@ -190,6 +191,7 @@ private:
     std::string resultPath_;
     std::string outputPath_;
     std::string nameTemplate_;
+    HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
     std::string jsRuntimePath_;
     std::string progressText_;

@@ -21,6 +21,7 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
             download->SetResume(*settings);
         download->SetNameTemplate(Get(nameTemplate_));
         download->SetArchive(Get(archive_));
+        download->SetMetadataFiles(Get(metadata_));
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));

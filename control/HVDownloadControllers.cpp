@@ -59,6 +59,8 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
             row.own->SetResume(*resume_);
         if (nameTemplate_.has_value())
             row.own->SetName(*nameTemplate_);
+        if (metadata_.has_value())
+            row.own->SetMetadata(*metadata_);
         if (archive_.has_value())
             row.own->SetArchiveOfRuns(*archive_);
         // A run that comes back with its row is counted by the row.
@@ -93,6 +95,14 @@ void HVDownloadControllers::SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive>
     for (auto const& row : rows_)
         if (row.own != nullptr)
             row.own->SetArchiveOfRuns(archive);
+}
+
+void HVDownloadControllers::SetMetadataOfRows(HVMetadataFiles const& files) {
+    std::lock_guard const lock(mutex_);
+    metadata_ = files;
+    for (auto const& row : rows_)
+        if (row.own != nullptr)
+            row.own->SetMetadata(files);
 }
 
 bool HVDownloadControllers::HasRow(IHVDownloadController const* controller) const {

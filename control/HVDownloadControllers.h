@@ -76,6 +76,7 @@ public:
     /// See IHVDownloadControllers::SetResumable.
     void SetResumeOfRows(HVResumeSettings const& settings);
     void SetNameOfRows(std::string const& text);
+    void SetMetadataOfRows(HVMetadataFiles const& files);
     void SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive);
     /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
@@ -107,6 +108,7 @@ private:
     std::uint64_t completions_ = 0;
     std::optional<HVResumeSettings> resume_;  // of rows that are added
     std::optional<std::string> nameTemplate_; // the same
+    std::optional<HVMetadataFiles> metadata_;
     std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
 };
 

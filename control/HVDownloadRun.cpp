@@ -36,8 +36,10 @@ void HVDownloadRun::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
     } const atEnd{controller.get(), over_};
     // The item that the application knows learns the path, also when the controller is gone.
     if (item_ != choice_ && item_ != nullptr && !choice_->GetDownloadFile().empty()) {
-        if (auto* const item = dynamic_cast<HVDownloadItem*>(item_.get()))
+        if (auto* const item = dynamic_cast<HVDownloadItem*>(item_.get())) {
             item->SetSideFiles(choice_->DownloadedSubtitles());
+            item->SetMetadataPaths(choice_->DownloadedMetadata());
+        }
         item_->SetDownloadedFile(choice_->GetDownloadFile());
     }
     if (controller != nullptr)

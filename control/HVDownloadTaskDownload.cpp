@@ -7,6 +7,7 @@
 #include "HVFileSystem.h"
 #include "HVFinishedFile.h"
 #include "HVKeptDocument.h"
+#include "HVMetadataSides.h"
 #include "HVParsedName.h"
 #include "HVSubfolder.h"
 #include "HVTmpFolder.h"
@@ -128,7 +129,9 @@ std::string HVDownloadTaskDownload::DocumentToUse() {
 
 std::shared_ptr<IHVError const>
 HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> const& args, bool& failed) {
-    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
+    auto whole = MetadataArgs(metadata_);
+    whole.insert(whole.end(), args.begin(), args.end());
+    HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args.empty() ? args : whole);
     run.SetJSRuntimePath(GetJSRuntimePath());
     run.SetOptions(GetMutableOptions().get());
     // The run may be left before the child's end: the handler keeps the task.
@@ -213,11 +216,13 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     if (outputPath_.empty())
         IHVLogConfig::Printf("CreateUniquePathFile Failed");
     TakeSubtitles(finished);
+    std::size_t const subtitles = finished.sides.size();
+    for (auto& side : TakeMetadata(metadata_, finished.path))
+        finished.sides.push_back(std::move(side));
     HVPlacement const placement =
         file.partial == nullptr ? PlaceFinishedFile(finished) : PutIntoFolder(finished);
     if (placement.failure.empty()) {
-        if (auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get()))
-            item->SetSideFiles(placement.sides);
+        TellOfSides(placement.sides, subtitles);
         downloadItem_->SetDownloadedFile(placement.target);
         if (archive_ != nullptr) // which logs a failure: the download is a success all the same
             CallApplication([this] { archive_->Add(*downloadItem_); });
@@ -225,6 +230,19 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     }
     return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
                                  placement.failure.c_str());
+}
+
+void HVDownloadTaskDownload::TellOfSides(std::vector<std::string> const& sides, std::size_t subtitles) const {
+    auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get());
+    if (item == nullptr)
+        return;
+    auto const middle = sides.begin() + static_cast<std::ptrdiff_t>(subtitles);
+    std::vector<std::string> texts(sides.begin(), middle);
+    std::vector<std::string> metadata(middle, sides.end());
+    std::erase(texts, std::string());
+    std::erase(metadata, std::string());
+    item->SetSideFiles(std::move(texts));
+    item->SetMetadataPaths(std::move(metadata));
 }
 
 std::string HVDownloadTaskDownload::NamePlace(HVFinishedFile& finished) const {

@@ -5,6 +5,7 @@
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
 #include "HVDownloadTask.h"
+#include "HVMetadataFiles.h"
 #include "HVPartialData.h"
 #include "HVProgressTracker.h"
 #include "HVRecording.h"
@@ -48,6 +49,8 @@ public:
     void SetNameTemplate(std::string text) { nameTemplate_ = std::move(text); }
     /// Remembers the item once its file is in its place; to be set before the start.
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive) { archive_ = std::move(archive); }
+    /// Has the tool write these beside the file; to be set before the start.
+    void SetMetadataFiles(HVMetadataFiles files) { metadata_ = files; }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -90,6 +93,8 @@ private:
     /// Changes the record, and hands it on when `change` says that it has changed.
     void Track(std::function<bool(HVProgressTracker&)> const& change);
     void TrackPhase(HVDownloadPhase phase);
+    /// Tells the item where the files beside the media file are, of which so many are subtitles.
+    void TellOfSides(std::vector<std::string> const& sides, std::size_t subtitles) const;
     /// Finds the subtitles that the tool made beside the file.
     void TakeSubtitles(HVFinishedFile& finished) const;
     /// The same for one language, in the first of these formats.
@@ -99,6 +104,7 @@ private:
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
     std::string const outputPath_;
     std::string nameTemplate_;
+    HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished

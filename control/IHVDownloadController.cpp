@@ -54,6 +54,11 @@ void IHVDownloadController::SetArchive(std::shared_ptr<IHVDownloadArchive> archi
         controller->SetArchiveOfRuns(std::move(archive));
 }
 
+void IHVDownloadController::SetMetadataFiles(HVMetadataFiles const& files) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetMetadata(files);
+}
+
 std::string IHVDownloadController::FindExistingFile() const {
     auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
     return controller == nullptr ? std::string() : controller->FindExisting();

@@ -30,6 +30,11 @@ void IHVDownloadControllers::SetArchive(std::shared_ptr<IHVDownloadArchive> arch
         queue->SetArchiveOfRows(archive);
 }
 
+void IHVDownloadControllers::SetMetadataFiles(HVMetadataFiles const& files) {
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
+        queue->SetMetadataOfRows(files);
+}
+
 namespace {
 
 /// Rows of the controllers of which `test` is true, ascending.

@@ -57,6 +57,16 @@ std::vector<std::string> HVDownloadItem::SideFiles() const {
     return sideFiles_;
 }
 
+void HVDownloadItem::SetMetadataPaths(std::vector<std::string> paths) {
+    std::lock_guard const lock(sideFilesMutex_);
+    metadataFiles_.swap(paths);
+}
+
+std::vector<std::string> HVDownloadItem::MetadataPaths() const {
+    std::lock_guard const lock(sideFilesMutex_);
+    return metadataFiles_;
+}
+
 void HVDownloadItem::AppendFormat(std::shared_ptr<IHVDownloadFormat> format) {
     formats_.push_back(std::move(format));
 }

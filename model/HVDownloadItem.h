@@ -71,6 +71,8 @@ public:
     Subtitles const& Chosen() const { return chosen_; }
     void SetSideFiles(std::vector<std::string> paths);
     std::vector<std::string> SideFiles() const;
+    void SetMetadataPaths(std::vector<std::string> paths);
+    std::vector<std::string> MetadataPaths() const;
     /// What the tool's document says besides; `text` is the document itself, empty where it is not kept.
     void TakeDetails(HVItemDetails details, std::string text);
     std::shared_ptr<HVItemDetails const> const& ItemDetails() const { return details_; }
@@ -95,7 +97,8 @@ private:
     Subtitles authored_;
     Subtitles chosen_;
     mutable std::mutex sideFilesMutex_;
-    std::vector<std::string> sideFiles_;
+    std::vector<std::string> sideFiles_; ///< of subtitles
+    std::vector<std::string> metadataFiles_;
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
     std::string downloadURL_;
     HVStableText fileName_{"unknown"};

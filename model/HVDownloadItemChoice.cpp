@@ -97,6 +97,11 @@ std::vector<std::string> IHVDownloadItem::DownloadedSubtitles() const {
     return item == nullptr ? std::vector<std::string>() : item->SideFiles();
 }
 
+std::vector<std::string> IHVDownloadItem::DownloadedMetadata() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? std::vector<std::string>() : item->MetadataPaths();
+}
+
 std::vector<std::shared_ptr<IHVDownloadSubtitle>> IHVDownloadItem::ChosenSubtitles() const {
     auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
     return item == nullptr ? std::vector<std::shared_ptr<IHVDownloadSubtitle>>() : item->Chosen();

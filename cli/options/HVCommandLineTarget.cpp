@@ -24,6 +24,14 @@ void HVCommandLine::AddNames(CLI::App& app) {
         ->check(PathLike, "");
     app.add_flag("--skip-existing", request_.skipExisting, "Skip what has a file of its name already")
         ->disable_flag_override();
+    app.add_flag("--write-info-json", request_.metadata.infoJson,
+                 "Put the tool's document beside the file, without cookies")
+        ->disable_flag_override();
+    app.add_flag("--write-thumbnail", request_.metadata.thumbnail, "Put the best picture beside the file")
+        ->disable_flag_override();
+    app.add_flag("--write-description", request_.metadata.description,
+                 "Put the description beside the file")
+        ->disable_flag_override();
 }
 
 std::string HVCommandLine::NameFault() {

@@ -3,6 +3,7 @@
 
 #include "HVAddressList.h"
 
+#include <Reelhaul/HVMetadataFiles.h>
 #include <Reelhaul/IHVDownloadArchive.h>
 #include <Reelhaul/IHVDownloadOptions.h>
 
@@ -43,6 +44,7 @@ struct HVRequest {
     bool discard = false;     ///< removes partial data, and downloads nothing
     bool folderPerPlayList = false;
     bool skipExisting = false;
+    HVMetadataFiles metadata;
     bool quiet = false;
     bool installHost = false;   ///< of "cookies"
     bool uninstallHost = false; ///< of "cookies"

@@ -54,6 +54,7 @@ std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
         if (std::string existing = row.controller->FindExistingFile(); !existing.empty())
             return existing;
     row.controller->SetArchive(request_.archive);
+    row.controller->SetMetadataFiles(request_.metadata);
     row.controller->SetOptions(request_.options);
     row.controller->SetJSRuntimePath(request_.jsRuntime);
     Listen(*row.controller, id);
@@ -185,7 +186,9 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
 
 void HVDownloads::Finished(Row const& row, int id) {
     std::string const path = row.controller->DownloadOutputPathFile();
-    auto const subtitles = std::as_const(*row.controller).DownloadItem()->DownloadedSubtitles();
+    auto const item = std::as_const(*row.controller).DownloadItem();
+    auto const subtitles = item->DownloadedSubtitles();
+    auto const metadata = item->DownloadedMetadata();
     for (std::string const& language : row.subtitles) {
         if (HoldsLanguage(subtitles, language))
             continue;
@@ -197,12 +200,15 @@ void HVDownloads::Finished(Row const& row, int id) {
         std::vector<HVJsonField> fields{{"id", id + 1}, {"path", path}};
         if (!subtitles.empty())
             fields.emplace_back("subtitles", subtitles);
+        if (!metadata.empty())
+            fields.emplace_back("metadata", metadata);
         session_.Console().Out(EventLine("finished", fields));
         return;
     }
     session_.Console().Out(path);
-    for (std::string const& subtitle : subtitles)
-        session_.Console().Out(subtitle);
+    for (auto const* const beside : {&subtitles, &metadata})
+        for (std::string const& file : *beside)
+            session_.Console().Out(file);
 }
 
 void HVDownloads::EndRow(Row& row, int id) {

@@ -121,9 +121,7 @@ HVPlacement PutIntoFolder(HVFinishedFile const& file) {
         else
             placement.target = target;
         for (auto const& side : file.sides)
-            if (std::string placed = placement.ended ? std::string() : PlaceSide(side, numbered);
-                !placed.empty())
-                placement.sides.push_back(std::move(placed));
+            placement.sides.push_back(placement.ended ? std::string() : PlaceSide(side, numbered));
         return placement;
     }
     return NotPlaced(file, stem, {EEXIST, FileErrorReason(EEXIST)});

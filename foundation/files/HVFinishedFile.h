@@ -29,7 +29,7 @@ struct HVFinishedFile {
 /// Where a file is now. Of `failure` and `target` one is empty.
 struct HVPlacement {
     std::string target;
-    std::vector<std::string> sides; ///< of the side files that could be placed
+    std::vector<std::string> sides; ///< in their order; empty for one that could not be placed
     std::string failure;
     bool ended = false; ///< the process ended in the middle of the copy: a later start goes on
 };

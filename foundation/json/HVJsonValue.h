@@ -23,6 +23,7 @@ public:
     /// See IHVJsonReader::JsonText.
     std::string ToText() const;
     /// See IHVJsonReader::JsonTextWith.
+    std::string ToTextWithout(std::vector<std::string> const& names) const;
     std::string ToTextWith(std::string const& key, std::string const& value) const;
 
 private:

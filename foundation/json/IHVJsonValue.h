@@ -49,6 +49,10 @@ public:
     /// for a node that is no object.
     static std::string JsonTextWith(std::shared_ptr<IHVJsonValue const> const& node, std::string const& key,
                                     std::string const& value);
+    /// The same of any node, without the members of these names, at whatever depth. The names are in lower
+    /// case; that of a member does not count.
+    static std::string JsonTextWithout(std::shared_ptr<IHVJsonValue const> const& node,
+                                       std::vector<std::string> const& names);
 };
 
 } // namespace Halvorn

@@ -17,6 +17,7 @@
 /// while its download runs, the download goes on and nobody is told.
 
 #include "HVDownloadProgress.h"
+#include "HVMetadataFiles.h"
 #include "HVResumeSettings.h"
 #include "IHVDownloadTaskDelegate.h"
 
@@ -174,6 +175,11 @@ public:
     /// of that is logged. Whether an item is in the archive already is for the application to ask. An empty
     /// pointer for none, as at first. No effect on other implementations.
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive);
+    /// Which metadata the next starts write beside the file; nothing, as at first, unless set. What the site
+    /// does not have is not there, which is no failure: see IHVDownloadItem::DownloadedMetadata. The tool
+    /// writes them in the run of the download, with its proxy, cookies and headers. No effect on other
+    /// implementations.
+    void SetMetadataFiles(HVMetadataFiles const& files);
     /// Path of the file that has the name now which the next start would give: it would get a number. Empty
     /// when the name is free. Looks at the disk.
     std::string FindExistingFile() const;

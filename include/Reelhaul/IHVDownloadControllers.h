@@ -111,6 +111,8 @@ public:
     std::shared_ptr<IHVError const> SetNameTemplate(std::string const& text);
     /// IHVDownloadController::SetArchive of all rows, and of those that are added later.
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive);
+    /// IHVDownloadController::SetMetadataFiles of all rows, and of those that are added later.
+    void SetMetadataFiles(HVMetadataFiles const& files);
     /// Removes partial data in which nothing has changed for so many days: that in `folder`, a target folder
     /// or one that was named as the folder of partial data. What is in use stays. How many downloads' data
     /// there was. Blocks as long as the removal takes.

@@ -159,6 +159,8 @@ public:
     /// Paths of the subtitle files that the last finished download placed beside its file. From any thread at
     /// any time.
     std::vector<std::string> DownloadedSubtitles() const;
+    /// The same of the metadata that was asked for: see IHVDownloadController::SetMetadataFiles.
+    std::vector<std::string> DownloadedMetadata() const;
     /// What else the tool's document says: who it is on its site, uploader, date, chapters. Never empty; its
     /// values stay as they are, but a later SetPlayList makes others.
     std::shared_ptr<HVItemDetails const> Details() const;

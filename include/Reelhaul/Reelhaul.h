@@ -23,6 +23,7 @@
 #include "HVFormatWish.h"
 #include "HVItemDetails.h"
 #include "HVListEntry.h"
+#include "HVMetadataFiles.h"
 #include "HVNameTemplate.h"
 #include "HVVersion.h"
 #include "IHVAdobePassAuthentication.h"

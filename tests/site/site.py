@@ -196,10 +196,10 @@ class Handler(BaseHTTPRequestHandler):
             self.text("nothing here\n", status=404)
 
     def describe(self, description):
-        """A page's or a list's description. The query may give another title or id; behind "media." it goes to the media."""
+        """A page's or a list's description. The query may give another title, id or description; behind "media." it goes to the media."""
         if description is None:
             return self.text("no such page\n", status=404)
-        description |= {key: self.query[key] for key in ("id", "title") if key in self.query}
+        description |= {key: self.query[key] for key in ("id", "title", "description") if key in self.query}
         passed_on = {key.removeprefix("media."): value for key, value in self.query.items() if key.startswith("media.")}
         if old := int(passed_on.pop("old", 0)):
             with self.server.lock:
