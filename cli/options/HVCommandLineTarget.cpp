@@ -29,8 +29,7 @@ void HVCommandLine::AddNames(CLI::App& app) {
         ->disable_flag_override();
     app.add_flag("--write-thumbnail", request_.metadata.thumbnail, "Put the best picture beside the file")
         ->disable_flag_override();
-    app.add_flag("--write-description", request_.metadata.description,
-                 "Put the description beside the file")
+    app.add_flag("--write-description", request_.metadata.description, "Put the description beside the file")
         ->disable_flag_override();
 }
 
