@@ -30,13 +30,17 @@ public:
     /// An empty group with limits of 4.
     static std::shared_ptr<IHVAnalysisGroup> MallocAnalysisGroup();
 
+    ///@{
     /// How many addresses and entries are analysed at the same time; 4 until it is set. Less than 1 counts as
     /// 1. For what begins from now on.
     virtual void SetAnalysesAtOnce(int count) = 0;
     virtual int GetAnalysesAtOnce() const = 0;
+    ///@}
+    ///@{
     /// How many of those may be of one site, that is of one host of their addresses; 4 until it is set.
     virtual void SetAnalysesPerSite(int count) = 0;
     virtual int GetAnalysesPerSite() const = 0;
+    ///@}
 
     /// Takes the analysis behind those that were added before, and starts it when there is a place. Set it up
     /// before; its own limits (IHVDownloadTask::SetAnalysesAtOnce, SetAnalysesPerSite) are replaced by those
