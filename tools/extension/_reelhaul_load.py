@@ -38,6 +38,8 @@ def steps(locations):
     yield
     quietly(choose_formats, locations[0])
     yield
+    quietly(open_nothing)
+    yield
     quietly(make_parser_ahead)
     quietly(list_extractors_ahead)
     for begin in range(0, len(classes), EXTRACTORS_AT_ONCE):
@@ -139,6 +141,12 @@ def choose_formats(location):
         json.dump(document, file)
         file.flush()
         yt_dlp.main(["--ignore-config", "-J", "--load-info-json", file.name, "--ffmpeg-location", location])
+
+
+def open_nothing():
+    """What opens addresses, with all that it imports, on one that needs no network."""
+    with yt_dlp.YoutubeDL({"quiet": True}) as tool:
+        tool.urlopen("data:,").close()
 
 
 def make_parser_ahead():
