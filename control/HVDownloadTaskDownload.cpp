@@ -179,6 +179,12 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
 bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
     if (!IHVFileProvider::PathFileExist(file.path))
         return false;
+    // A tool that was ended may have been about to mend the file by ffmpeg. What is kept lets the next run do
+    // it.
+    bool const endedBySignal =
+        outcome.endedBy != HVToolResult::By::Tool || !outcome.end.known || outcome.end.signal != 0;
+    if (file.partial != nullptr && endedBySignal)
+        return false;
     auto const options = GetMutableOptions();
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
     // The file alone decides: a stop that comes after it was finished does not undo it. But where the tool

@@ -28,8 +28,8 @@ public:
     /// they come from. 0 where there is no such folder.
     static std::uint64_t Bytes(std::string const& parent, std::string const& name);
 
-    /// Removes the folders of this class in `parent` in which nothing has changed for so many days, but for
-    /// those in use. How many there were.
+    /// Removes the folders of this class in `parent` in which nothing has changed for so many days, or from
+    /// which no run can go on, but for those in use. How many there were.
     static int Sweep(std::string const& parent, int days);
 
 private:

@@ -135,7 +135,7 @@ int HVPartialFolder::Sweep(std::string const& parent, int days) {
         struct stat mark {};
         // The mark tells ours from a folder of the user's with such a name.
         if (!inner.Valid() || fstatat(inner.Get(), kMark, &mark, AT_SYMLINK_NOFOLLOW) != 0 ||
-            ChangedIn(inner.Get()) > latest || !Lock(inner))
+            (ChangedIn(inner.Get()) > latest && NotedBytes(inner.Get()) > 0) || !Lock(inner))
             continue;
         RemoveTree(outer.Get(), name);
         ++removed;

@@ -2,7 +2,6 @@
 
 import json
 import subprocess
-import urllib.request
 from concurrent.futures import ThreadPoolExecutor
 
 from servers import COMMAND, ServerTest
@@ -65,10 +64,6 @@ class ProgressTest(ServerTest):
                 last = [event for event in events if event["phase"] in ("media", "video", "audio")][-1]
                 self.assertEqual(last["part_bytes"], last["part_total"])
                 self.assertEqual(last["bytes"], last["total"])
-
-    def sent(self):
-        with urllib.request.urlopen(f"{self.site.address}/sent") as answer:
-            return int(answer.read())
 
     def test_bytes_are_those_that_the_server_has_sent(self):
         for path, code, parts in ((f"combined?media.{RATE}", "combined320-mp4", 1), (f"merged-mp4?media.{RATE}", "video320mp4+audio-en", 2),

@@ -7,6 +7,7 @@ import sys
 import tempfile
 import time
 import unittest
+import urllib.request
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
@@ -112,6 +113,11 @@ class ServerTest(CommandTest):
         server = Server(log, script, *map(str, arguments))
         self.addCleanup(server.stop)
         return server
+
+    def sent(self):
+        """Bytes of media that the site has sent."""
+        with urllib.request.urlopen(f"{self.site.address}/sent") as answer:
+            return int(answer.read())
 
     def page(self, path, site=None):
         return f"{(site or self.site).address}/watch/{path}"

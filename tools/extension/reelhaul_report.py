@@ -303,6 +303,9 @@ def guard_partial(tool, name, info):
     # Also when the last fragment is there and the tool has just removed its own count.
     if same and in_fragments(info) and f"{own}.part" in left:
         same = cut_to_fragments(name)
+    # A whole file may have been killed before ffmpeg mended it: the tool mends what it has fetched itself, else.
+    if same and own in left and tool.params.get("fixup") in (None, "detect_or_warn"):
+        tool.params["fixup"] = "force"
     for file in left:
         if not same or "-Frag" in file:  # a fragment that is not whole is fetched again
             with contextlib.suppress(OSError):
@@ -318,7 +321,7 @@ def install_progress():
     from yt_dlp.downloader.common import FileDownloader
     from yt_dlp.downloader.external import FFmpegFD
     from yt_dlp.downloader.fragment import FragmentFD
-    from yt_dlp.postprocessor.ffmpeg import FFmpegPostProcessor
+    from yt_dlp.postprocessor.ffmpeg import FFmpegPostProcessor, FFmpegPostProcessorError
 
     choose = FileDownloader.best_block_size
     FileDownloader.best_block_size = staticmethod(lambda seconds, size: min(BLOCK, choose(seconds, size)))
@@ -351,12 +354,21 @@ def install_progress():
             return convert(self, inputs, outputs, *arguments, **more)
         name, last = self.pp_key(), outputs[-1]
         path = f"{last[0]}.progress"
+
+        def run():
+            words = convert(self, inputs, outputs, *arguments, **more)
+            # On a full disk ffmpeg may end with 0 and half a file, which the tool would take for the whole.
+            lost = [line for line in (words or "").splitlines() if line.startswith(("Error writing trailer", "Error closing file"))]
+            if lost:
+                raise FFmpegPostProcessorError(lost[0])
+            return words
+
         outputs[-1] = last[0], [*last[1], "-progress", f"file:{path}"]
         size = sum(os.path.getsize(one) for one, _ in inputs if one and os.path.isfile(one))
         progress.step(name, 0)
         try:
             with watched(lambda: progress.step(name, share_done(path, progress.duration, size))):
-                return convert(self, inputs, outputs, *arguments, **more)
+                return run()
         finally:
             with contextlib.suppress(OSError):
                 os.unlink(path)

@@ -1,0 +1,138 @@
+"""Downloads killed at random moments: the command, the tool alone, ffmpeg; and the disk filled in the middle.
+
+The same command is typed again and again until each file is there. REELHAUL_TEST_SCALE is the share of 300 kills that
+are done, a twentieth unless set.
+"""
+
+import contextlib
+import os
+import random
+import shutil
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+from servers import COMMAND, ServerTest, probe
+
+MIB = 1 << 20
+# Page, format, and how many bytes a second the server sends.
+DOWNLOADS = (("slow", "best", 4_000_000), ("merged-mp4", "video320mp4+audio-en", 400_000), ("dash", "1+2", 1_000_000),
+             ("hls", "640", 500_000))
+MOST_KILLS_OF_ONE = 5
+
+
+class SmallDisk:
+    """A file system of 40 MB at a folder, in a mount name space that commands can be run in."""
+
+    def __init__(self, folder):
+        self.process, self.why_not = None, ""
+        folder.mkdir()
+        self.inside = folder
+        holder = subprocess.Popen(["unshare", "-m", "sh", "-c", 'mount -t tmpfs -o size=40m none "$1" && echo up && exec cat', "sh", folder],
+                                  text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        if holder.stdout.readline() == "up\n":
+            self.process = holder
+            self.inside = Path(f"/proc/{holder.pid}/root{folder}")
+        else:
+            self.why_not = holder.communicate()[1].strip()
+
+    def command(self, *arguments):
+        return [*(["nsenter", "-t", str(self.process.pid), "-m", "--"] if self.process else []), *map(str, arguments)]
+
+    def fill(self):
+        with contextlib.suppress(OSError), open(self.inside / ".filler", "wb", buffering=0) as file:
+            while True:
+                file.write(bytes(4096))
+
+    def make_room(self):
+        (self.inside / ".filler").unlink(missing_ok=True)
+
+    def close(self):
+        if self.process:
+            self.process.communicate()
+
+
+class KillTest(ServerTest):
+    def setUp(self):
+        super().setUp()
+        self.disk = SmallDisk(self.folder / "out")
+        self.addCleanup(self.disk.close)
+        self.seed = random.randrange(1 << 32)
+        self.random = random.Random(self.seed)
+        self.kinds = ["command", "interrupt", "tool", "ffmpeg"]
+        if self.disk.process:
+            self.kinds.append("disk")
+        else:
+            print(f"no small disk can be mounted here, none is filled: {self.disk.why_not}")
+
+    def run_to(self, command, until, kind):
+        """Runs a command and does it the harm at that moment; its status."""
+        with subprocess.Popen(self.disk.command(*command), env=self.environment_of_command(), stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, text=True) as process:
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                process.wait(until)
+            self.harm(process, kind)
+            words = process.stderr.read()
+        self.disk.make_room()
+        self.wait_until(lambda: not self.processes())
+        return process.returncode, words
+
+    def harm(self, process, kind):
+        if kind == "command":
+            process.kill()
+        elif kind == "interrupt":
+            process.send_signal(signal.SIGINT)
+        elif kind == "disk":
+            self.disk.fill()
+        else:
+            name = "ffmpeg" if kind == "ffmpeg" else "yt-dlp"
+            while process.poll() is None:
+                found = [int(number) for number, line in self.numbered_processes().items() if name in line and int(number) != process.pid]
+                if found:
+                    with contextlib.suppress(ProcessLookupError):
+                        os.kill(max(found), signal.SIGKILL)  # of a warm tool that is its latest run
+                    return
+                time.sleep(0.005)
+
+    def files(self):
+        return [path for path in self.disk.inside.iterdir() if not path.name.startswith(".")]
+
+    def clear(self):
+        for path in self.disk.inside.iterdir():
+            shutil.rmtree(path) if path.is_dir() else path.unlink()
+
+    def test_get_goes_on(self):
+        wanted = max(8, round(300 * float(os.environ.get("REELHAUL_TEST_SCALE", 0.05))))
+        kills, twice, worst, counts = 0, 0, 0, dict.fromkeys(self.kinds, 0)
+        rows = [(page, ["get", "--quiet", "-o", self.folder / "out", "--format", code, self.page(f"{page}?media.rate={rate}")])
+                for page, code, rate in DOWNLOADS]
+        once = {}
+        for page, command in rows:
+            before, begin = self.sent(), time.monotonic()
+            self.assertEqual(self.run_to([COMMAND, *command], None, "")[0], 0)
+            once[page] = self.sent() - before, time.monotonic() - begin
+        while kills < wanted:
+            for page, command in rows:
+                self.clear()
+                before, own = self.sent(), 0
+                kinds = [kind for kind in self.kinds if page != "hls" or kind != "ffmpeg"]  # it mends what is whole already
+                while not self.files():
+                    kind = self.random.choice(kinds) if own < MOST_KILLS_OF_ONE else ""
+                    moment = self.random.uniform(0, once[page][1]) if kind else None
+                    status, words = self.run_to([COMMAND, *command], moment, kind)
+                    own += kind != ""
+                    if kind and status:
+                        counts[kind] += 1
+                    self.assertTrue(kind or status == 0, words)
+                with self.subTest(page, seed=self.seed):
+                    # The next download removes what a kill between the last step and the clearing up has left.
+                    if (self.disk.inside / ".reelhaul-partial").exists():
+                        self.assertEqual(self.run_to([COMMAND, *command, "--discard"], None, "")[0], 0)
+                    self.assertEqual([path.name for path in self.disk.inside.iterdir()], [self.files()[0].name])
+                    self.assertEqual(probe(self.files()[0]), "video audio 8")
+                    more = self.sent() - before - once[page][0]
+                    self.assertLessEqual(more, own * MIB, f"{own} kills")
+                kills, twice, worst = kills + own, twice + max(0, more), max(worst, more / max(1, own))
+        print(f"{kills} kills {counts}, {twice / MIB:.1f} MiB fetched twice, at most {worst / 1024:.0f} KiB for each kill of a download "
+              f"(seed {self.seed})")
