@@ -16,6 +16,7 @@ char const @symbol@[] = R\"PY(@text@)PY\";
   set(sources ${sources} ${source} PARENT_SCOPE)
 endfunction()
 add_extension_text(reelhaul_cookies.py HVCookiesGuardText)
+add_extension_text(reelhaul_keep.py HVToolKeepText)
 add_extension_text(reelhaul_report.py HVToolReportText)
 add_extension_text(reelhaul_warm.py HVWarmToolText)
 add_extension_text(_reelhaul_link.py HVWarmToolLinkText)

@@ -9,6 +9,8 @@ namespace Halvorn {
 
 /// tools/extension/reelhaul_cookies.py
 extern char const HVCookiesGuardText[];
+/// tools/extension/reelhaul_keep.py
+extern char const HVToolKeepText[];
 /// tools/extension/reelhaul_report.py, with a place for the mark
 extern char const HVToolReportText[];
 /// tools/extension/reelhaul_warm.py, and what it imports

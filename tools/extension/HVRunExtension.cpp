@@ -26,8 +26,9 @@ std::string RunExtensionFolder(std::string const& exe, IHVDownloadOptions const*
     std::string folder = ExtensionFolder(kFolder);
     if (folder.empty())
         return {};
-    std::string const reason = WriteExtension(
-        kFolder, {{"reelhaul_cookies.py", HVCookiesGuardText}, {"reelhaul_report.py", ToolReportText()}});
+    std::string const reason = WriteExtension(kFolder, {{"reelhaul_cookies.py", HVCookiesGuardText},
+                                                        {"reelhaul_keep.py", HVToolKeepText},
+                                                        {"reelhaul_report.py", ToolReportText()}});
     if (reason.empty())
         return folder;
     if (guarded)
