@@ -179,11 +179,11 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
 bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
     if (!IHVFileProvider::PathFileExist(file.path))
         return false;
-    // A tool that was ended may have been about to mend the file by ffmpeg. What is kept lets the next run do
-    // it.
-    bool const endedBySignal =
-        outcome.endedBy != HVToolResult::By::Tool || !outcome.end.known || outcome.end.signal != 0;
-    if (file.partial != nullptr && endedBySignal)
+    // A tool that was ended may have been about to mend the file by ffmpeg, and on a full disk it could not.
+    // The next run goes on with what is kept.
+    bool const byItself =
+        outcome.endedBy == HVToolResult::By::Tool && outcome.end.known && outcome.end.signal == 0;
+    if (file.partial != nullptr && (!byItself || outcome.fault.kind == HVErrorKindDiskFull))
         return false;
     auto const options = GetMutableOptions();
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();

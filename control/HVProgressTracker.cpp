@@ -25,10 +25,11 @@ constexpr double kHalfOfUnknown = 16.0 * 1024 * 1024;
 constexpr double kMostOfEstimate = 0.99;
 
 HVDownloadPhase PhaseOf(std::string const& kind) {
-    return kind == "video"      ? HVDownloadPhaseVideo
-           : kind == "audio"    ? HVDownloadPhaseAudio
-           : kind == "subtitle" ? HVDownloadPhaseSubtitle
-                                : HVDownloadPhaseMedia;
+    return kind == "video"       ? HVDownloadPhaseVideo
+           : kind == "audio"     ? HVDownloadPhaseAudio
+           : kind == "subtitle"  ? HVDownloadPhaseSubtitle
+           : kind == "thumbnail" ? HVDownloadPhaseThumbnail
+                                 : HVDownloadPhaseMedia;
 }
 
 double Share(std::uint64_t bytes, std::uint64_t total) {
@@ -123,8 +124,9 @@ HVProgressTracker::Part& HVProgressTracker::At(int part) {
 void HVProgressTracker::TakeBytes(IHVJsonValue const& record) {
     int const index = record.GetValueInt("part");
     now_.bytesPerSecond = static_cast<double>(record.GetValueFloat("speed"));
-    if (record.GetValueString("kind") == "subtitle") {
-        now_.phase = HVDownloadPhaseSubtitle;
+    // Beside the parts, and without a size.
+    if (std::string const kind = record.GetValueString("kind"); kind == "subtitle" || kind == "thumbnail") {
+        now_.phase = PhaseOf(kind);
         now_.secondsLeft = -1;
         return;
     }

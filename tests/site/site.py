@@ -49,6 +49,7 @@ class Server(ThreadingHTTPServer):
         self.lock = threading.Lock()
         self.media_sent = 0  # bytes of files, but for lists of fragments
         self.cut_already = set()
+        self.released = threading.Event()
         self.described = Counter()
 
     def server_bind(self):
@@ -116,6 +117,8 @@ class Handler(BaseHTTPRequestHandler):
             self.sent += len(part)
             if cut and self.sent == cut:
                 return
+            if 0 < int(self.query.get("hold", 0)) <= self.sent:
+                self.server.released.wait(60)
             if rate:
                 time.sleep(max(0.0, begin + self.sent / rate - time.monotonic()))
 
@@ -185,6 +188,9 @@ class Handler(BaseHTTPRequestHandler):
             self.text(pages.HTML[name](site), "text/html")
         elif room == "caption" and (text := pages.caption(*name.partition(".")[::2])):
             self.text(text)
+        elif path == "release":
+            self.server.released.set()
+            self.text("")
         elif path == "sent":
             self.text(str(self.server.media_sent))
         elif room == "media" and name.endswith(".m3u8"):

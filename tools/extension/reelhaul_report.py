@@ -174,7 +174,7 @@ def install_progress():
     from yt_dlp.downloader.external import FFmpegFD
     from yt_dlp.postprocessor.ffmpeg import FFmpegPostProcessor, FFmpegPostProcessorError
 
-    progress = Progress()
+    progress, thumbnails = Progress(), YoutubeDL._write_thumbnails
     process, fetch, record = YoutubeDL.process_info, YoutubeDL.dl, FFmpegFD._call_downloader
     convert = FFmpegPostProcessor.real_run_ffmpeg
 
@@ -221,6 +221,12 @@ def install_progress():
         with watched(lambda: progress.hook({"status": "downloading", "downloaded_bytes": os.path.getsize(path)})):
             return record(self, path, info)
 
+    def write_thumbnails(self, label, info, *arguments, **more):
+        if self.params.get("writethumbnail") and info.get("thumbnails"):
+            report({"record": "bytes", "kind": "thumbnail"})
+        return thumbnails(self, label, info, *arguments, **more)
+
+    YoutubeDL._write_thumbnails = write_thumbnails
     YoutubeDL.process_info, YoutubeDL.dl, FFmpegFD._call_downloader = process_info, dl, call_downloader
     FFmpegPostProcessor.real_run_ffmpeg = real_run_ffmpeg
 
