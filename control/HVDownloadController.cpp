@@ -4,6 +4,7 @@
 #include "HVDownloadItem.h"
 #include "HVDownloadRun.h"
 #include "HVDownloadTaskDownload.h"
+#include "HVQueueKeeper.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,6 +22,8 @@ void HVDownloadController::SetDownloadOutputName(std::string const& name) {
     if (item_ == nullptr)
         return;
     item_->SetFileName(name);
+    if (auto const keeper = Get(keeper_))
+        keeper->NameChanged(item_->GetFileName());
     // A name that is given here reaches the wait or the run that is under way as well.
     if (auto const choice = Get(choice_))
         choice->SetFileName(name);
@@ -105,7 +108,10 @@ std::shared_ptr<HVDownloadRun> HVDownloadController::RemoveOwner(HVDownloadContr
 /// of the same item at any time from here on.
 std::shared_ptr<IHVDownloadItem> HVDownloadController::TakeChoice() const {
     auto const* const item = dynamic_cast<HVDownloadItem const*>(item_.get());
-    return item == nullptr ? item_ : item->CopyForRun();
+    auto choice = item == nullptr ? item_ : item->CopyForRun();
+    if (auto const keeper = Get(keeper_); keeper != nullptr && choice != nullptr)
+        keeper->ItemChanged(*choice);
+    return choice;
 }
 
 /// Makes `task`, which may be empty, the latest; `task` then holds the one before, which is stale from here

@@ -30,6 +30,8 @@ class HVDownloadControllers;
 class HVDownloadRun;
 class HVDownloadTaskDownload;
 class IHVDownloadArchive;
+class HVRowKeeper;
+struct HVRowState;
 
 class HVDownloadController final : public IHVDownloadController,
                                    public std::enable_shared_from_this<HVDownloadController> {
@@ -45,20 +47,18 @@ public:
     std::shared_ptr<IHVDownloadItem const> DownloadItem() const override { return item_; }
     std::shared_ptr<IHVDownloadItem> DownloadItem() override { return item_; }
     std::string GetDownloadOutputPath() const override { return Get(outputPath_); }
-    void SetDownloadOutputPath(std::string const& path) override { Set(outputPath_, path); }
+    void SetDownloadOutputPath(std::string const& path) override;
     std::string GetDownloadOutputName() const override;
     void SetDownloadOutputName(std::string const& name) override;
     std::string DownloadOutputPathFile() const override;
-    void SetOptions(std::shared_ptr<IHVDownloadOptions> options) override {
-        Set(options_, std::move(options));
-    }
+    void SetOptions(std::shared_ptr<IHVDownloadOptions> options) override;
     std::shared_ptr<IHVDownloadOptions const> GetOptions() const override { return Get(options_); }
     void TakeOptionsForSite(HVDownloadTask::ChooseOptions choose) { Set(chooseOptions_, std::move(choose)); }
     void SetJSRuntimePath(std::string const& path) override { Set(jsRuntimePath_, path); }
     bool GetSelected() const override { return selected_; }
     void SetSelected(bool selected) override { selected_ = selected; }
     bool GetChecked() const override { return checked_; }
-    void SetChecked(bool checked) override { checked_ = checked; }
+    void SetChecked(bool checked) override;
     std::shared_ptr<IHVError const> LastError() const override { return Get(lastError_); }
     HVDownloadState State() const override;
     std::shared_ptr<IHVError const> StartDownload() override;
@@ -101,13 +101,23 @@ public:
         Set(resume_, std::optional<HVResumeSettings>(settings));
     }
     bool RemovePartialData();
-    void SetName(std::string const& text) { Set(nameTemplate_, text); }
     void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
     void SetMetadata(HVMetadataFiles const& files) { Set(metadata_, files); }
     /// See IHVDownloadController::FindExistingFile.
     std::string FindExisting() const;
+    void SetName(std::string const& text);
     std::string NameTemplate() const { return Get(nameTemplate_); }
     std::uint64_t PartialBytesThere() const;
+    /// Takes the state that it had in an earlier process. Before anything else is done with it.
+    void Restore(HVRowState const& state);
+    /// Has each change stored, in a row that is there.
+    void SetKeeper(std::shared_ptr<HVRowKeeper> keeper);
+    /// The same in a new row.
+    void KeepFromNowOn(std::shared_ptr<HVRowKeeper> keeper);
+    /// Takes the row out of the file.
+    void ForgetRow();
+    /// Of its row in a kept queue; empty where it has none.
+    std::shared_ptr<HVRowKeeper> Keeper() const;
     /// See IHVDownloadController::SetProgressFunc.
     void SetProgressRecordFunc(std::function<void(HVDownloadProgress const&)> function, int mostCallsASecond);
     HVDownloadProgress ProgressNow() const;
@@ -202,6 +212,7 @@ private:
     std::shared_ptr<void> opaque_;
     std::shared_ptr<IHVDownloadOptions> options_;
     HVDownloadTask::ChooseOptions chooseOptions_;
+    std::shared_ptr<HVRowKeeper> keeper_; // of its row in a kept queue
 };
 
 } // namespace Halvorn

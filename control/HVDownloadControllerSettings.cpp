@@ -9,6 +9,7 @@
 #include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
+#include "HVQueueKeeper.h"
 
 #include <utility>
 
@@ -22,6 +23,10 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
         download->SetNameTemplate(Get(nameTemplate_));
         download->SetArchive(Get(archive_));
         download->SetMetadataFiles(Get(metadata_));
+        if (auto const keeper = Get(keeper_))
+            download->SetBeforePlacing([keeper](std::string const& path, std::string const& folder) {
+                keeper->FileIsWhole(path, folder);
+            });
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));

@@ -1,6 +1,7 @@
 // How a controller changes its state, tells of it, and is waited for.
 
 #include "HVDownloadController.h"
+#include "HVQueueKeeper.h"
 
 #include <chrono>
 #include <utility>
@@ -58,6 +59,8 @@ bool HVDownloadController::ChangeState(HVDownloadState next, Decision const& dec
             state_ = next;
             changed_.notify_all();
         }
+        if (keeper_ != nullptr && (from != next || next == HVDownloadStateDone))
+            keeper_->StateChanged({next, resultPath_, lastError_});
     }
     SeenState::Forget(*this);
     return true;

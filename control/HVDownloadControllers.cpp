@@ -71,6 +71,7 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
     }
     auto const at = std::clamp<std::ptrdiff_t>(index, 0, std::ssize(rows_));
     rows_.insert(rows_.begin() + at, rows.begin(), rows.end());
+    KeepRows(at, std::ssize(rows));
 }
 
 void HVDownloadControllers::SetResumeOfRows(HVResumeSettings const& settings) {
@@ -116,6 +117,7 @@ void HVDownloadControllers::RemoveRow(std::vector<Row>::iterator row) {
     rows_.erase(row);
     if (own == nullptr || HasRow(own))
         return;
+    own->ForgetRow();
     if (auto run = own->RemoveOwner(*this))
         KeepRun(std::move(run));
     if (auto const start = starts_.find(own); start != starts_.end())

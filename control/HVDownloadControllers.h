@@ -23,6 +23,8 @@
 
 namespace Halvorn {
 
+class HVQueueKeeper;
+
 class HVDownloadControllers final : public IHVDownloadControllers,
                                     public std::enable_shared_from_this<HVDownloadControllers> {
 public:
@@ -30,6 +32,8 @@ public:
     using IHVDownloadControllers::InsertController;
     using IHVDownloadControllers::RemoveController;
 
+    HVDownloadControllers();
+    ~HVDownloadControllers();
     void SetConcurrentDownload(int count) override;
     int GetConcurrentDownload() const override;
     void AddController(std::shared_ptr<IHVDownloadController> controller) override;
@@ -78,6 +82,10 @@ public:
     void SetNameOfRows(std::string const& text);
     void SetMetadataOfRows(HVMetadataFiles const& files);
     void SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive);
+    /// Has rows that are added from here on, and what becomes of them, stored.
+    void SetKeeper(std::unique_ptr<HVQueueKeeper> keeper);
+    /// See IHVKeptQueue::Move.
+    bool MoveRow(IHVDownloadController const* controller, int index);
     /// See IHVDownloadControllers::WaitFinish; inside a function of the application, too.
     int WaitUntilIdle(unsigned int milliseconds) const;
 
@@ -93,6 +101,10 @@ private:
     };
     bool HasRow(IHVDownloadController const* controller) const;
     void RemoveRow(std::vector<Row>::iterator row);
+    void KeepRows(std::ptrdiff_t first, std::ptrdiff_t count);
+    void SpreadRows();
+    /// Of the nearest stored row above (-1) or below (1) this one.
+    std::shared_ptr<HVRowKeeper> NextKeeper(std::ptrdiff_t row, int step) const;
     void KeepRun(std::shared_ptr<HVDownloadRun> run);
     std::set<IHVDownloadController const*> TakenPlaces() const;
     int FreePlaces(std::size_t taken) const;
@@ -110,6 +122,7 @@ private:
     std::optional<std::string> nameTemplate_; // the same
     std::optional<HVMetadataFiles> metadata_;
     std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
+    std::unique_ptr<HVQueueKeeper> keeper_;   // of a kept queue
 };
 
 } // namespace Halvorn

@@ -225,6 +225,8 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     std::size_t const subtitles = finished.sides.size();
     for (auto& side : TakeMetadata(metadata_, finished.path))
         finished.sides.push_back(std::move(side));
+    if (beforePlacing_)
+        beforePlacing_(file.path, finished.folder);
     HVPlacement const placement =
         file.partial == nullptr ? PlaceFinishedFile(finished) : PutIntoFolder(finished);
     if (placement.failure.empty()) {

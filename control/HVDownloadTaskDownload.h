@@ -51,6 +51,11 @@ public:
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive) { archive_ = std::move(archive); }
     /// Has the tool write these beside the file; to be set before the start.
     void SetMetadataFiles(HVMetadataFiles files) { metadata_ = files; }
+    /// Is called with the path of the finished file before that gets its place, and with the folder where
+    /// that is; to be set before the start.
+    void SetBeforePlacing(std::function<void(std::string const&, std::string const&)> function) {
+        beforePlacing_ = std::move(function);
+    }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -111,6 +116,7 @@ private:
     HVRecording recording_;
     std::optional<HVResumeSettings> resume_;
     std::function<void(HVDownloadProgress const&)> recorder_;
+    std::function<void(std::string const&, std::string const&)> beforePlacing_;
     std::mutex trackerMutex_;
     HVProgressTracker tracker_;
 };

@@ -60,6 +60,12 @@ std::shared_ptr<IHVError const> FaultError(std::string const& file, int line, st
     return std::make_shared<HVError>(file, line, function, -1, "Error", message, plainMessage, fault);
 }
 
+std::shared_ptr<IHVError const> KeptError(int code, std::string const& title, std::string const& message,
+                                          std::string const& plainMessage, HVFault const& fault) {
+    return std::make_shared<HVError>("HVError", __LINE__, "KeptError", code, title, message, plainMessage,
+                                     fault);
+}
+
 HVErrorKind IHVError::GetKind() const {
     return FaultOf(*this).kind;
 }

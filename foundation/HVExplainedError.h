@@ -27,4 +27,8 @@ std::shared_ptr<IHVError const> FaultError(std::string const& file, int line, st
                                            std::string const& message, HVFault const& fault,
                                            std::string const& plainMessage = {});
 
+/// An error object of an earlier process, of which all this was kept.
+std::shared_ptr<IHVError const> KeptError(int code, std::string const& title, std::string const& message,
+                                          std::string const& plainMessage, HVFault const& fault);
+
 } // namespace Halvorn

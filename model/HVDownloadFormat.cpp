@@ -1,5 +1,6 @@
 #include "HVDownloadFormat.h"
 
+#include "HVFields.h"
 #include "IHVLogConfig.h"
 
 #include <stdexcept>
@@ -55,6 +56,49 @@ HVDownloadFormat::HVDownloadFormat(std::shared_ptr<IHVDownloadFormat> const& oth
 void HVDownloadFormat::SetEstSize(unsigned long long size) {
     size_ = size;
     sizeFormat_ = HVJsonObjectFormat::FormatFilesize(size);
+}
+
+HVDownloadFormat::TextField const HVDownloadFormat::kTexts[] = {
+    {"video codec", &HVDownloadFormat::videoCodecName_},
+    {"audio codec", &HVDownloadFormat::audioCodecName_},
+    {"code", &HVDownloadFormat::formatCode_},
+    {"extension", &HVDownloadFormat::extension_},
+    {"resolution", &HVDownloadFormat::resolution_},
+    {"total rate", &HVDownloadFormat::tbr_},
+    {"protocol", &HVDownloadFormat::proto_},
+    {"video rate", &HVDownloadFormat::vbr_},
+    {"audio rate", &HVDownloadFormat::abr_},
+    {"sample rate", &HVDownloadFormat::asr_},
+    {"dynamic range", &HVDownloadFormat::hdr_},
+    {"more", &HVDownloadFormat::moreInfo_},
+    {"size text", &HVDownloadFormat::sizeFormat_},
+    {"language", &HVDownloadFormat::audioLanguage_},
+};
+
+void HVDownloadFormat::Write(HVFields& fields) const {
+    for (auto const& [name, text] : kTexts)
+        fields.SetText(name, this->*text);
+    fields.SetInteger("width", width_);
+    fields.SetInteger("height", height_);
+    fields.SetReal("frames", framePerSecond_);
+    fields.SetInteger("channels", channelCount_);
+    fields.SetInteger("preference", languagePreference_);
+    fields.SetInteger("size", static_cast<std::int64_t>(size_));
+    fields.SetInteger("audio only", audioOnly_ ? 1 : 0);
+    fields.SetInteger("video only", videoOnly_ ? 1 : 0);
+}
+
+void HVDownloadFormat::Read(HVFields const& fields) {
+    for (auto const& [name, text] : kTexts)
+        this->*text = fields.Get(name);
+    width_ = fields.Int("width");
+    height_ = fields.Int("height");
+    framePerSecond_ = fields.Real("frames");
+    channelCount_ = fields.Int("channels");
+    languagePreference_ = fields.Int("preference");
+    size_ = static_cast<std::uint64_t>(fields.Integer("size"));
+    audioOnly_ = fields.Flag("audio only");
+    videoOnly_ = fields.Flag("video only");
 }
 
 std::shared_ptr<IHVDownloadFormat> HVDownloadFormat::Clone() const {

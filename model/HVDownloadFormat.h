@@ -7,6 +7,8 @@
 
 namespace Halvorn {
 
+class HVFields;
+
 class HVDownloadFormat final : public IHVDownloadFormat {
 public:
     HVDownloadFormat() = default;
@@ -52,6 +54,12 @@ public:
     static constexpr int kNoLanguagePreference = -1;
     int PreferenceOfLanguage() const { return languagePreference_; }
 
+    ///@{
+    /// All that it holds, for a file.
+    void Write(HVFields& fields) const;
+    void Read(HVFields const& fields);
+    ///@}
+
     // The plain table, HVDownloadFormatTable.cpp.
 
     static bool IsFormatAuxiliary(std::string const& text);
@@ -74,6 +82,13 @@ public:
     bool IsSizeString(std::string const& text) const;
 
 private:
+    /// A text of the record, and its name in a file.
+    struct TextField {
+        char const* name;
+        std::string HVDownloadFormat::*text;
+    };
+    static TextField const kTexts[14];
+
     bool LoadSections(std::vector<std::string> const& rows, std::vector<std::string> const& heads);
 
     std::string videoCodecName_;

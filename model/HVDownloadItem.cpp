@@ -183,6 +183,12 @@ void HVDownloadItem::SetPlayList(std::shared_ptr<IHVPlayList> playList, int inde
     details_ = std::make_shared<HVItemDetails const>(std::move(details));
 }
 
+void HVDownloadItem::KeepEntry(std::string listURL, int index, int listLength) {
+    listLength_ = listLength;
+    playlistURL_ = std::move(listURL);
+    entryIndex_ = index;
+}
+
 std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     auto copy = std::make_shared<HVDownloadItem>(formats_, downloadURL_);
     copy->currentFormatIndex_ = currentFormatIndex_;

@@ -58,6 +58,8 @@ public:
     /// A copy that later choices on this item don't reach: what a download is made from. The formats are
     /// shared, since nobody changes them, and nothing was downloaded to it yet.
     std::shared_ptr<HVDownloadItem> CopyForRun() const;
+    /// Takes the entry's place in a list that is not there any more.
+    void KeepEntry(std::string listURL, int index, int listLength);
     /// All that the tool lists, the best last.
     void TakeAllFormats(std::vector<std::shared_ptr<IHVDownloadFormat>> formats);
     std::vector<std::shared_ptr<IHVDownloadFormat>> const& EveryFormat() const { return allFormats_; }

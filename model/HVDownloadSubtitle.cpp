@@ -12,6 +12,19 @@ HVDownloadSubtitle::HVDownloadSubtitle(IHVDownloadSubtitle const* other) {
 
 HVDownloadSubtitle::HVDownloadSubtitle(std::shared_ptr<IHVDownloadSubtitle> const& /*other*/) {}
 
+std::shared_ptr<HVDownloadSubtitle> HVDownloadSubtitle::Kept(std::string languageCode,
+                                                             std::string languageName,
+                                                             std::string const& format, bool authored) {
+    auto subtitle = std::make_shared<HVDownloadSubtitle>();
+    subtitle->languageCode_ = std::move(languageCode);
+    subtitle->languageName_ = std::move(languageName);
+    subtitle->currentSubtitleFormat_ = format;
+    if (!format.empty())
+        subtitle->subtitleFormats_[format] = {};
+    subtitle->authored_ = authored;
+    return subtitle;
+}
+
 bool IHVDownloadSubtitle::MadeByPeople() const {
     auto const* const own = dynamic_cast<HVDownloadSubtitle const*>(this);
     return own != nullptr && own->IsAuthored();

@@ -29,6 +29,11 @@ public:
     bool LoadFromJsonObject(std::string const& languageCode,
                             std::shared_ptr<HVJsonObjectSubtitle> const& json);
 
+    /// A language as it was chosen in an earlier process: the one file format is all that is on offer, and
+    /// its address is not known.
+    static std::shared_ptr<HVDownloadSubtitle> Kept(std::string languageCode, std::string languageName,
+                                                    std::string const& format, bool authored);
+
     bool IsAuthored() const { return authored_; }
     void SetAuthored() { authored_ = true; }
 

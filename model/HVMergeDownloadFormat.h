@@ -43,6 +43,9 @@ public:
     std::string PostProcessingOpts() const override;
     std::shared_ptr<IHVDownloadFormat> Clone() const override;
 
+    /// The video half; empty where there is none.
+    std::shared_ptr<IHVDownloadFormat> const& Picture() const { return videoFormat_; }
+    bool ForcesMKV() const { return forceMKV_; }
     /// The audio half; empty where there is none.
     std::shared_ptr<IHVDownloadFormat> const& Sound() const { return audioFormat_; }
 

@@ -61,6 +61,10 @@ void HVStatement::Bind(int place, std::string_view value) {
     database_.Good(sqlite3_bind_text64(statement_, place, text, value.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
 }
 
+void HVStatement::BindNull(int place) {
+    database_.Good(sqlite3_bind_null(statement_, place));
+}
+
 bool HVStatement::Next() {
     if (database_.Failed())
         return false;

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +29,8 @@ public:
     HVStatement& operator=(HVStatement const&) = delete;
     ~HVStatement();
 
-    /// Begins anew with these values in place of the question marks: integers, doubles, texts.
+    /// Begins anew with these values in place of the question marks: integers, doubles, texts, or such in
+    /// a std::optional.
     template <typename... Values>
     HVStatement& With(Values const&... values) {
         Begin();
@@ -58,6 +60,15 @@ private:
     void Bind(int place, bool value) { Bind(place, static_cast<std::int64_t>(value)); }
     void Bind(int place, double value);
     void Bind(int place, std::string_view value);
+    /// Nothing is a null.
+    template <typename Value>
+    void Bind(int place, std::optional<Value> const& value) {
+        if (value.has_value())
+            Bind(place, *value);
+        else
+            BindNull(place);
+    }
+    void BindNull(int place);
 
     HVDatabase& database_;
     sqlite3_stmt* statement_ = nullptr;

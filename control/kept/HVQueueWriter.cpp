@@ -1,0 +1,108 @@
+#include "HVQueueWriter.h"
+
+#include "HVConstants.h"
+#include "IHVLogConfig.h"
+
+#include <chrono>
+#include <utility>
+
+namespace Halvorn {
+
+HVQueueWriter::HVQueueWriter(std::unique_ptr<HVQueueFile> file, std::unique_ptr<HVFileLock> lock)
+    : file_(std::move(file)), fileLock_(std::move(lock)) {}
+
+std::shared_ptr<IHVError const> HVQueueWriter::Start() {
+    // The destructor waits for the thread.
+    thread_ = IHVThread::MallocThread([this] { Run(); });
+    auto result = thread_->Start();
+    return result->Succeed() ? nullptr : result;
+}
+
+void HVQueueWriter::Enqueue(HVRowChange change) {
+    std::lock_guard const lock(mutex_);
+    bool const done =
+        change.whole.has_value() || (change.state.has_value() && change.state->state == HVDownloadStateDone);
+    if (closing_ || (keepStates_ && !done))
+        return;
+    waiting_[change.number].Add(std::move(change));
+    wanted_ = true;
+    changed_.notify_all();
+}
+
+void HVQueueWriter::KeepStates() {
+    std::lock_guard const lock(mutex_);
+    keepStates_ = true;
+}
+
+void HVQueueWriter::Run() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return wanted_ || closing_; });
+        if (!waiting_.empty())
+            WriteOnce(lock);
+        else
+            wanted_ = false;
+        if (closing_ && (waiting_.empty() || failure_ != nullptr))
+            return;
+    }
+}
+
+bool HVQueueWriter::WriteOnce(std::unique_lock<std::mutex>& lock) {
+    auto changes = std::exchange(waiting_, {});
+    wanted_ = false;
+    writing_ = true;
+    lock.unlock();
+    auto failure = file_->Write(changes);
+    if (failure != nullptr)
+        IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "%s", failure->GetErrorMessage().c_str());
+    lock.lock();
+    if (failure != nullptr) {
+        for (auto& [number, change] : waiting_)
+            changes[number].Add(std::move(change));
+        waiting_ = std::move(changes);
+    }
+    failure_ = std::move(failure);
+    writing_ = false;
+    ++attempts_;
+    changed_.notify_all();
+    return failure_ == nullptr;
+}
+
+int HVQueueWriter::Flush(unsigned int milliseconds) {
+    std::unique_lock lock(mutex_);
+    // What is written at this moment may lack the latest changes.
+    std::uint64_t const enough = attempts_ + (writing_ ? 2 : 1);
+    wanted_ = wanted_ || !waiting_.empty();
+    changed_.notify_all();
+    auto const over = [&] {
+        return (waiting_.empty() && !writing_) || (failure_ != nullptr && attempts_ >= enough) || closing_;
+    };
+    if (milliseconds == HVInfiniteTimeOut)
+        changed_.wait(lock, over);
+    else if (!changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), over))
+        return HVErrTimeout;
+    return waiting_.empty() && !writing_ ? HVErrSuccess : HVErrFailure;
+}
+
+std::shared_ptr<IHVError const> HVQueueWriter::LastError() const {
+    std::lock_guard const lock(mutex_);
+    return failure_;
+}
+
+bool HVQueueWriter::Close() {
+    {
+        std::lock_guard const lock(mutex_);
+        // One more try for what could not be written before.
+        failure_ = nullptr;
+        closing_ = true;
+        changed_.notify_all();
+    }
+    if (thread_ != nullptr)
+        thread_->WaitEnd(HVInfiniteTimeOut);
+    std::lock_guard const lock(mutex_);
+    file_.reset();
+    fileLock_.reset();
+    return waiting_.empty();
+}
+
+} // namespace Halvorn
