@@ -104,16 +104,6 @@ std::shared_ptr<HVDownloadRun> HVDownloadController::RemoveOwner(HVDownloadContr
     return run_;
 }
 
-/// The item as it is chosen now. The application may choose another format or subtitle for another controller
-/// of the same item at any time from here on.
-std::shared_ptr<IHVDownloadItem> HVDownloadController::TakeChoice() const {
-    auto const* const item = dynamic_cast<HVDownloadItem const*>(item_.get());
-    auto choice = item == nullptr ? item_ : item->CopyForRun();
-    if (auto const keeper = Get(keeper_); keeper != nullptr && choice != nullptr)
-        keeper->ItemChanged(*choice);
-    return choice;
-}
-
 /// Makes `task`, which may be empty, the latest; `task` then holds the one before, which is stale from here
 /// on, and to be stopped: nobody could do so later. Under the lock.
 void HVDownloadController::InstallRun(std::shared_ptr<HVDownloadTask>& task,

@@ -1,7 +1,8 @@
-// What a controller hands to the task of each new run.
+// What a controller hands to each new run.
 
 #include "HVDownloadController.h"
 
+#include "HVDownloadItem.h"
 #include "HVDownloadTaskDownload.h"
 #include "HVFileSystem.h"
 #include "HVParsedName.h"
@@ -50,6 +51,16 @@ std::string HVDownloadController::FindExisting() const {
     if (std::string const legal = LegalExtension(extension); !legal.empty())
         file = IHVFileProvider::AppendPathExtension(file, legal);
     return IHVFileProvider::PathFileExist(file) ? file : std::string();
+}
+
+/// The item as it is chosen now. The application may choose another format or subtitle for another controller
+/// of the same item at any time from here on.
+std::shared_ptr<IHVDownloadItem> HVDownloadController::TakeChoice() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(item_.get());
+    auto choice = item == nullptr ? item_ : item->CopyForRun();
+    if (auto const keeper = Get(keeper_); keeper != nullptr && choice != nullptr)
+        keeper->ItemChanged(*choice);
+    return choice;
 }
 
 } // namespace Halvorn

@@ -111,15 +111,15 @@ std::string LoginRecord(IHVAuthenticationOptions const& options, int& needs) {
         needs |= HVKeptNeedVideoPassword;
     auto const netrc = options.GetNetrcAuthentication();
     auto const certificate = options.GetCertificateAuthentication();
-    if (options.GetGeneralAuthentication() != nullptr) {
+    bool const other = netrc == nullptr && options.GetAdobePassAuthentication() != nullptr;
+    // The first of them counts.
+    if (options.GetGeneralAuthentication() != nullptr || other) {
         needs |= HVKeptNeedLogin;
     } else if (netrc != nullptr) {
         if (!netrc->GetCommand().empty())
             needs |= HVKeptNeedLogin;
         fields.SetInteger("netrc", 1);
         fields.SetText("netrc place", netrc->GetLocation());
-    } else if (options.GetAdobePassAuthentication() != nullptr) {
-        needs |= HVKeptNeedLogin;
     } else if (certificate != nullptr) {
         if (!certificate->GetCertificatePWD().empty())
             needs |= HVKeptNeedLogin;

@@ -86,8 +86,10 @@ std::shared_ptr<HVDownloadController> HVKeptQueue::MakeRow(HVStoredRow const& ro
 void HVKeptQueue::Store(std::shared_ptr<IHVDownloadController> const& controller) {
     auto* const own = Own(controller);
     auto const keeper = own == nullptr ? nullptr : own->Keeper();
-    if (keeper != nullptr && own->DownloadItem() != nullptr)
-        keeper->ItemChanged(*own->DownloadItem());
+    if (keeper == nullptr)
+        return;
+    if (auto const item = own->DownloadItem())
+        keeper->ItemChanged(*item);
 }
 
 bool HVKeptQueue::Move(std::shared_ptr<IHVDownloadController> const& controller, int index) {

@@ -24,7 +24,8 @@ void HVQueueWriter::Enqueue(HVRowChange change) {
         change.whole.has_value() || (change.state.has_value() && change.state->state == HVDownloadStateDone);
     if (closing_ || (keepStates_ && !done))
         return;
-    waiting_[change.number].Add(std::move(change));
+    std::int64_t const number = change.number;
+    waiting_[number].Add(std::move(change));
     wanted_ = true;
     changed_.notify_all();
 }

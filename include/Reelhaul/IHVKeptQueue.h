@@ -9,9 +9,7 @@
 /// stopped (IHVDownloadControllers::SetResumable), no row is lost or there twice.
 ///
 /// Of a row's item are kept its address, who it is on its site, and the chosen format and subtitles; not the
-/// other formats, the thumbnail, or the media's addresses. It can be started as it is. Where the site does
-/// not offer that format any more, and for an item without formats, the start loads the address anew and
-/// takes the format that is most like it, or the best one.
+/// other formats, the thumbnail, or the media's addresses. It can be started as it is, without an analysis.
 ///
 /// Passwords and cookies are not stored, and neither is what an application keeps in controllers
 /// (SetOpaque, SetSelected, functions). Needs tells what a row lacks: give it by
