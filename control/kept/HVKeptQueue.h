@@ -24,6 +24,7 @@ public:
     int Needs(std::shared_ptr<IHVDownloadController> const& controller) const override;
     int Flush(unsigned int milliseconds) override { return writer_->Flush(milliseconds); }
     std::shared_ptr<IHVError const> LastError() const override { return writer_->LastError(); }
+    void KeepStates() override { writer_->KeepStates(); }
     int Close(unsigned int milliseconds) override;
 
 private:

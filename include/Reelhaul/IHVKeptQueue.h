@@ -98,6 +98,10 @@ public:
     /// Why the latest changes are not stored, such as a full disk; empty where all is well. They are kept in
     /// memory, and tried again with the next change, with Flush and with Close.
     virtual std::shared_ptr<IHVError const> LastError() const = 0;
+    /// Has rows stored from here on only as they get done: before an application that ends stops its
+    /// downloads in its own way. Rows that ran or waited are found so at the next opening. Close does it by
+    /// itself.
+    virtual void KeepStates() = 0;
     /// To be called when the application ends: stops all downloads, and waits for them for at most so many
     /// milliseconds, as IHVDownloadControllers::WaitFinish, then closes the file. Rows that ran or waited are
     /// stored so, and not as stopped. What is done to the queue after that is not stored. The result is that
