@@ -7,6 +7,7 @@
 #include "HVFolder.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
+#include "HVKeptFile.h"
 #include "HVProgressDisplay.h"
 #include "HVRequest.h"
 #include "HVRunningCookies.h"
@@ -14,6 +15,7 @@
 #include "HVSkips.h"
 #include "HVToolSetUp.h"
 
+#include <filesystem>
 #include <memory>
 
 namespace Halvorn {
@@ -25,9 +27,9 @@ constexpr int kDaysKept = 30;
 
 class GetCommand {
 public:
-    GetCommand(HVSession& session, HVRequest const& request)
+    GetCommand(HVSession& session, HVRequest const& request, std::shared_ptr<IHVKeptQueue> const& kept)
         : session_(session), request_(request), display_(session.Console()),
-          downloads_(session, request, display_), skips_(session, request),
+          downloads_(session, request, display_, kept), skips_(session, request),
           ranges_(HVItemRanges::Parse(request.items).value_or(HVItemRanges())),
           analyses_(session.Queue(), request, Listener(), [this] { BeginAddress(); }) {}
 
@@ -69,6 +71,8 @@ private:
 
 int GetCommand::Run() {
     session_.FinishFirst([this] { return Finish(); });
+    if (request_.keep && !request_.addOnly)
+        downloads_.AddWaiting();
     analyses_.Start();
     int const early = session_.Run({[this] { return analyses_.AllDone() && downloads_.AllOver(); },
                                     [this] {
@@ -81,10 +85,12 @@ int GetCommand::Run() {
                                     }});
     session_.FinishFirst({});
     skips_.TellAll();
-    if (std::uint64_t const kept = request_.goOn ? downloads_.KeptBytes() : 0; kept > 0)
+    if (std::uint64_t const kept = request_.goOn && !request_.keep ? downloads_.KeptBytes() : 0; kept > 0)
         session_.Console().Always("Kept " + SizeText(kept) +
                                   " of what is not finished. The same command goes on with it, and with "
                                   "--discard removes it.");
+    if (request_.keep && !request_.addOnly && (early == HVExitInterrupted || finishing_))
+        session_.Console().Always(kGoesOn);
     if (early != HVExitDone)
         return early;
     if (finishing_ && (cutShort_ || downloads_.AnyCancelled())) {
@@ -145,7 +151,7 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     if (fault.empty() && request_.discard) {
         kind = HVErrorKindOther;
         fault = downloads_.Discard(item);
-    } else if (fault.empty() && item->GetCurrentDownloadFormat()->MergeFormat()) {
+    } else if (fault.empty() && !request_.addOnly && item->GetCurrentDownloadFormat()->MergeFormat()) {
         // Without ffmpeg the tool fetches both parts and then calls it a success.
         kind = HVErrorKindFfmpegMissing;
         fault = FfmpegFault(request_);
@@ -219,9 +225,7 @@ HVFailure OpenArchive(HVRequest& request) {
     return opened->Succeed() ? HVFailure{} : HVFailure{opened->GetErrorMessage(), opened->GetKind()};
 }
 
-} // namespace
-
-int RunGet(HVSession& session, HVRequest& request) {
+int RunWith(HVSession& session, HVRequest& request, std::shared_ptr<IHVKeptQueue> const& kept) {
     HVFailure failure{SetUpTools(request), HVErrorKindToolMissing};
     if (failure.message.empty())
         failure = {MakeFolder(request.folder, HVFolderUse::Files), HVErrorKindNoPermission};
@@ -239,7 +243,21 @@ int RunGet(HVSession& session, HVRequest& request) {
     HVRunningCookies cookies;
     if (int const status = cookies.Ask(session, request); status != HVExitDone)
         return status;
-    return GetCommand(session, request).Run();
+    return GetCommand(session, request, kept).Run();
+}
+
+} // namespace
+
+int RunGet(HVSession& session, HVRequest& request) {
+    if (!request.keep)
+        return RunWith(session, request, nullptr);
+    // Rows outlive this call, which stands in another folder perhaps.
+    request.folder = std::filesystem::absolute(request.folder).lexically_normal();
+    auto const kept = OpenKeptQueue(session, request);
+    if (kept == nullptr)
+        return HVExitFailed;
+    int const status = RunWith(session, request, kept);
+    return CloseKeptQueue(session, request, *kept, status);
 }
 
 } // namespace Halvorn

@@ -10,6 +10,7 @@
 #include "HVOptionDocument.h"
 #include "HVOptionTable.h"
 #include "HVProvidersCommand.h"
+#include "HVQueueCommand.h"
 #include "HVRunningCookies.h"
 #include "HVToolsCommand.h"
 
@@ -35,10 +36,6 @@ constexpr char const* kExamples = R"(Examples:
   reelhaul get https://example.org/watch/1 --subtitle en.vtt --name "My title"
 
 Exit status: 0 all done, 1 something failed, 2 wrong usage, 130 interrupted.)";
-
-CLI::Option& AddFlag(CLI::App& app, char const* name, bool& wanted, char const* help) {
-    return *app.add_flag(name, wanted, help)->disable_flag_override();
-}
 
 /// Reads how many runs `option` asks for. Returns the fault.
 std::string TakeRuns(char const* option, std::string const& text, int& runs) {
@@ -116,13 +113,17 @@ CLI::App& HVCommandLine::Add(char const* name, char const* help, Command command
     return app;
 }
 
+CLI::Option& HVCommandLine::AddSwitch(CLI::App& app, char const* name, bool& wanted, char const* help) {
+    return *app.add_flag(name, wanted, help)->disable_flag_override();
+}
+
 void HVCommandLine::AddInfo() {
     CLI::App& app = Add("info", "Show what an address holds: title, duration, formats, subtitles", RunInfo);
     AddAddresses(app);
-    AddFlag(app, "--json", request_.json, "Print one JSON document instead of text");
-    AddFlag(app, "--text", request_.text, "Read the tool's printed tables instead of its JSON");
-    AddFlag(app, "--flat", request_.flat, "Print the entries of a list at once, without loading them");
-    AddFlag(app, "--all-formats", request_.allFormats, "Print every format that the tool lists as well");
+    AddSwitch(app, "--json", request_.json, "Print one JSON document instead of text");
+    AddSwitch(app, "--text", request_.text, "Read the tool's printed tables instead of its JSON");
+    AddSwitch(app, "--flat", request_.flat, "Print the entries of a list at once, without loading them");
+    AddSwitch(app, "--all-formats", request_.allFormats, "Print every format that the tool lists as well");
     AddItems(app);
     AddToolPaths(app);
     AddRuns(app);
@@ -132,6 +133,17 @@ void HVCommandLine::AddInfo() {
 
 void HVCommandLine::AddGet() {
     CLI::App& app = Add("get", "Download what addresses hold", RunGet);
+    AddToGet(app);
+    AddDownloading(app);
+    AddGoingOn(app);
+    AddSwitch(
+        app, "--keep", request_.keep,
+        "Put them into the queue that is kept, and download all that waits there: see \"reelhaul queue\"");
+    AddQueueFile(app);
+}
+
+/// What is to be got, and how.
+void HVCommandLine::AddToGet(CLI::App& app) {
     AddAddresses(app);
     app.add_option("-o,--output", request_.folder,
                    "Folder for the files, made where it is missing; the current folder unless given")
@@ -139,24 +151,26 @@ void HVCommandLine::AddGet() {
         ->check(PathLike, "");
     AddFormatChoice(app);
     AddItems(app);
-    AddFlag(app, "--flat", request_.flat, "Leave out lists inside a list, such as the tabs of a channel");
+    AddSwitch(app, "--flat", request_.flat, "Leave out lists inside a list, such as the tabs of a channel");
+    AddNames(app);
+    AddSwitch(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
+    AddSwitch(app, "--json", request_.json, "Print one line of JSON for each event");
+    AddToolPaths(app);
+    AddRuns(app);
+    AddRunningBrowser(app);
+    AddRecords(app, true);
+}
+
+void HVCommandLine::AddDownloading(CLI::App& app) {
     app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
     app.add_option("--duration", duration_, "Finish a live recording after so long, such as 90 or 1:30:00")
         ->type_name("TIME")
         ->check(NotEmpty, "");
-    AddGoingOn(app);
-    AddNames(app);
-    AddFlag(app, "--quiet", request_.quiet, "Print nothing but faults and the paths of finished files");
-    AddFlag(app, "--json", request_.json, "Print one line of JSON for each event");
-    AddToolPaths(app);
-    AddRuns(app);
-    AddFlag(app, "--analyse-once", request_.analyseOnce,
-            "Download by what the analysis found, without having the tool read the page again")
+    AddSwitch(app, "--analyse-once", request_.analyseOnce,
+              "Download by what the analysis found, without having the tool read the page again")
         .group("Tools");
-    AddRunningBrowser(app);
-    AddRecords(app, true);
 }
 
 void HVCommandLine::AddGoingOn(CLI::App& app) {
@@ -165,8 +179,8 @@ void HVCommandLine::AddGoingOn(CLI::App& app) {
            "Begin anew and keep nothing; else an interrupt or a failure leaves what was fetched, and the "
            "same command goes on with it")
         ->disable_flag_override();
-    auto& discard = AddFlag(app, "--discard", request_.discard,
-                            "Remove what the same command has left, and download nothing");
+    auto& discard = AddSwitch(app, "--discard", request_.discard,
+                              "Remove what the same command has left, and download nothing");
     // What is done without it: for scripts from before.
     app.add_flag("--continue")
         ->disable_flag_override()
@@ -213,8 +227,8 @@ void HVCommandLine::AddRuns(CLI::App& app) {
                    "Addresses and list entries analysed at once, at most 4 of one site; 4 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
-    AddFlag(app, "--cold", request_.cold,
-            "Start the tool anew for each of its runs, as is done for one alone")
+    AddSwitch(app, "--cold", request_.cold,
+              "Start the tool anew for each of its runs, as is done for one alone")
         .group("Tools");
 }
 
@@ -252,10 +266,10 @@ void HVCommandLine::AddCookies() {
     cookies.add_option("-o,--output", request_.folder, "Folder for the file")
         ->type_name("DIR")
         ->check(PathLike, "");
-    auto& install = AddFlag(cookies, "--install-host", request_.installHost,
-                            "Let BROWSER be asked while it runs; every browser there is unless named");
-    auto& uninstall = AddFlag(cookies, "--uninstall-host", request_.uninstallHost, "Take that back");
-    auto& status = AddFlag(cookies, "--status", request_.status, "Tell how it is with each browser");
+    auto& install = AddSwitch(cookies, "--install-host", request_.installHost,
+                              "Let BROWSER be asked while it runs; every browser there is unless named");
+    auto& uninstall = AddSwitch(cookies, "--uninstall-host", request_.uninstallHost, "Take that back");
+    auto& status = AddSwitch(cookies, "--status", request_.status, "Tell how it is with each browser");
     install.excludes(&uninstall)->excludes(&status);
     uninstall.excludes(&status);
     AddToolPaths(cookies);
@@ -267,6 +281,7 @@ void HVCommandLine::AddLesser() {
         ->type_name("");
 
     AddCookies();
+    AddQueue();
 
     CLI::App& tools = Add("tools", "Show the copies of the tools, and which are in force", RunTools);
     tools.require_subcommand(0, 1);
@@ -299,7 +314,8 @@ std::string HVCommandLine::Footer() const {
 }
 
 bool HVCommandLine::Quiet() const {
-    return request_.quiet || (run_ == RunGet && request_.json);
+    bool const tellsEvents = run_ == RunGet || run_ == RunQueueAdd || run_ == RunQueueStart;
+    return request_.quiet || (tellsEvents && request_.json);
 }
 
 std::string HVCommandLine::Parse(int count, char const* const* arguments, int& status) {
@@ -361,6 +377,8 @@ std::string HVCommandLine::Complete() {
     if (std::string fault = TakeItems(); !fault.empty())
         return fault;
     if (std::string fault = NameFault(); !fault.empty())
+        return fault;
+    if (std::string fault = TakeRows(); !fault.empty())
         return fault;
     for (std::string fault :
          {TakeRuns("--jobs", jobs_, request_.jobs), TakeRuns("--analyses", analyses_, request_.analyses)})

@@ -12,7 +12,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace Halvorn {
 
@@ -44,10 +45,16 @@ private:
     std::string Read(int count, char const* const* arguments, int& status);
     using Command = int (*)(HVSession&, HVRequest&);
 
+    static CLI::Option& AddSwitch(CLI::App& app, char const* name, bool& wanted, char const* help);
     CLI::App& Add(char const* name, char const* help, Command command);
     void AddInfo();
     void AddGet();
     void AddLesser();
+    void AddQueue();
+    void AddQueueFile(CLI::App& app);
+    void AddQueueRows(CLI::App& app, bool required);
+    void AddDownloading(CLI::App& app);
+    void AddToGet(CLI::App& app);
     void AddAddresses(CLI::App& app);
     void AddGoingOn(CLI::App& app);
     void AddItems(CLI::App& app);
@@ -60,6 +67,7 @@ private:
     void AddRecords(CLI::App& app, bool downloads);
     std::string CookiesFault() const;
     std::string TakeItems();
+    std::string TakeRows();
     /// Reads the lists. Returns the fault.
     std::string TakeAddresses();
     /// Completes the names' template. Returns the fault.
@@ -72,6 +80,7 @@ private:
     HVGivenOptions given_;
     std::vector<CLI::App const*> addressTakers_;
     std::vector<std::string> urls_;
+    std::vector<std::string> rows_;
     std::vector<std::string> lists_;
     std::string newest_;
     std::string jobs_;

@@ -32,6 +32,8 @@ struct HVRequest {
     std::string search;               ///< of "providers"
     std::string copies;               ///< of "tools use"
     std::string document;             ///< of "generate"
+    std::string queueFile;            ///< of "queue" and "get --keep"; empty for the user's own
+    std::vector<int> rows;            ///< numbers of rows, of "queue"; empty for all that it is about
     std::string toolFolder;           ///< folder of the local copies; empty for the built-in ones
     std::string jsRuntime;            ///< empty for the built-in one
     int newest = 0;                   ///< of each list; 0 for all
@@ -40,6 +42,10 @@ struct HVRequest {
     int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit
     bool cold = false;        ///< the tool is started anew for each run
     bool analyseOnce = false; ///< downloads are made by the analysis's document
+    bool keep = false;        ///< rows go to the kept queue, and what waits there is downloaded
+    bool addOnly = false;     ///< rows go to the kept queue, and nothing is downloaded
+    bool loginGiven = false;  ///< of "queue start": options that a row may lack
+    bool clearAll = false;    ///< of "queue clear"
     bool goOn = true;         ///< partial data stays, and is gone on with
     bool discard = false;     ///< removes partial data, and downloads nothing
     bool folderPerPlayList = false;

@@ -28,9 +28,10 @@ bool HoldsLanguage(std::vector<std::string> const& files, std::string const& lan
 
 } // namespace
 
-HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display)
-    : session_(session), request_(request), display_(display),
-      queue_(IHVDownloadControllers::MallocDownloadControllers()) {
+HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display,
+                         std::shared_ptr<IHVKeptQueue> kept)
+    : session_(session), request_(request), display_(display), kept_(std::move(kept)),
+      queue_(kept_ != nullptr ? kept_->Controllers() : IHVDownloadControllers::MallocDownloadControllers()) {
     queue_->SetConcurrentDownload(request.jobs);
     if (request.goOn) {
         HVResumeSettings settings;
@@ -40,30 +41,64 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
 }
 
 std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
+    auto const controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
+    controller->SetNameTemplate(request_.name);
+    if (request_.skipExisting)
+        if (std::string existing = controller->FindExistingFile(); !existing.empty())
+            return existing;
+    controller->SetArchive(request_.archive);
+    controller->SetMetadataFiles(request_.metadata);
+    controller->SetOptions(request_.options);
+    controller->SetJSRuntimePath(request_.jsRuntime);
+    if (!request_.addOnly)
+        AddRow(controller);
+    queue_->AddController(controller);
+    if (!request_.goOn)
+        controller->DiscardPartial(); // it would only lie there
+    if (request_.addOnly)
+        StoreRow(controller);
+    else
+        queue_->StartRows({queue_->IndexOfController(controller)});
+    return {};
+}
+
+void HVDownloads::AddKept(std::shared_ptr<IHVDownloadController> const& controller) {
+    AddRow(controller);
+    queue_->StartRows({queue_->IndexOfController(controller)});
+}
+
+void HVDownloads::AddWaiting() {
+    for (int const row : queue_->AllControllers())
+        if (auto const controller = queue_->GetController(row); controller->State() == HVDownloadStatePending)
+            AddKept(controller);
+}
+
+void HVDownloads::StoreRow(std::shared_ptr<IHVDownloadController> const& controller) {
+    // It waits until the queue is started.
+    controller->PendingDownload();
+    std::int64_t const number = kept_->Number(controller);
+    std::string const title = controller->GetDownloadOutputName();
+    if (request_.json)
+        session_.Console().Out(EventLine(
+            "added", {{"row", number}, {"title", title}, {"url", controller->DownloadItem()->DownloadURL()}}));
+    else
+        session_.Console().Out(std::to_string(number) + "  " + title);
+}
+
+void HVDownloads::AddRow(std::shared_ptr<IHVDownloadController> const& controller) {
+    auto const item = controller->DownloadItem();
     int const id = static_cast<int>(rows_.size());
     Row row;
     row.title = item->GetFileName();
     row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
     row.live = item->IsLiveStream();
-    row.format = item->GetCurrentDownloadFormat()->FormatCode();
+    if (auto const format = item->GetCurrentDownloadFormat())
+        row.format = format->FormatCode();
     for (auto const& subtitle : item->ChosenSubtitles())
         row.subtitles.push_back(subtitle->GetLanguageCode());
-    row.controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
-    row.controller->SetNameTemplate(request_.name);
-    if (request_.skipExisting)
-        if (std::string existing = row.controller->FindExistingFile(); !existing.empty())
-            return existing;
-    row.controller->SetArchive(request_.archive);
-    row.controller->SetMetadataFiles(request_.metadata);
-    row.controller->SetOptions(request_.options);
-    row.controller->SetJSRuntimePath(request_.jsRuntime);
-    Listen(*row.controller, id);
-    queue_->AddController(row.controller);
-    if (!request_.goOn)
-        row.controller->DiscardPartial(); // it would only lie there
+    row.controller = controller;
+    Listen(*controller, id);
     rows_.push_back(std::move(row));
-    queue_->StartDownload({id});
-    return {};
 }
 
 namespace {
@@ -87,7 +122,7 @@ void AddProgress(std::vector<HVJsonField>& fields, HVDownloadProgress const& rec
     }
 }
 
-void AddKept(std::vector<HVJsonField>& fields, IHVDownloadController const& controller) {
+void AddKeptBytes(std::vector<HVJsonField>& fields, IHVDownloadController const& controller) {
     if (std::uint64_t const bytes = controller.PartialBytes(); bytes > 0)
         fields.emplace_back("kept_bytes", bytes);
 }
@@ -178,7 +213,7 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
     if (request_.json) {
         std::vector<HVJsonField> fields = failure.Fields();
         fields.insert(fields.begin(), {{"id", row + 1}, {"url", completed.url}});
-        AddKept(fields, *completed.controller);
+        AddKeptBytes(fields, *completed.controller);
         session_.Console().Out(EventLine("failed", fields));
     }
     session_.Console().Error(completed.title + ": " + failure.Line());
@@ -246,12 +281,14 @@ void HVDownloads::Cancel(Row& row, int id) {
     if (!request_.json)
         return;
     std::vector<HVJsonField> fields{{"id", id + 1}, {"url", row.url}};
-    AddKept(fields, *row.controller);
+    AddKeptBytes(fields, *row.controller);
     session_.Console().Out(EventLine("cancelled", fields));
 }
 
 void HVDownloads::StopAll() {
     stopping_ = true;
+    if (kept_ != nullptr)
+        kept_->KeepStates();
     queue_->StopAll();
     for (std::size_t i = 0; i < rows_.size(); ++i)
         if (!rows_[i].over && rows_[i].controller->State() == HVDownloadStateIdle)
@@ -265,6 +302,8 @@ bool HVDownloads::FinishRecordings() {
     if (!any)
         return false;
     finishing_ = true;
+    if (kept_ != nullptr)
+        kept_->KeepStates();
     session_.Console().Note("Finishing what is recorded; Ctrl-C once more gives it up");
     StopRest();
     return true;
@@ -327,7 +366,11 @@ void HVDownloads::Tick() {
     if (rows_.size() > 1)
         display_.SetTotal(queue_->GetProgress());
     CollectFailedStarts();
-    if (waiting > 0 && !queue_->AnyControllerIsDownloading())
+    if (waiting == 0 || queue_->AnyControllerIsDownloading())
+        return;
+    if (kept_ != nullptr)
+        kept_->StartWaiting();
+    else
         queue_->StartAll();
 }
 

@@ -5,6 +5,7 @@
 
 #include <Reelhaul/IHVDownloadControllers.h>
 #include <Reelhaul/IHVDownloadItem.h>
+#include <Reelhaul/IHVKeptQueue.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -19,11 +20,17 @@ class HVSession;
 
 class HVDownloads {
 public:
-    HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display);
+    /// `kept` is empty for a queue that ends with the run; else nothing of it is lost by a stop.
+    HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display,
+                std::shared_ptr<IHVKeptQueue> kept);
 
     /// Downloads the item, in its current format, as soon as there is a place. Where what exists is to be
     /// skipped, and there is a file of its name, it does not, and returns the file's path.
     std::string Add(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Downloads a row of the kept queue, as soon as there is a place.
+    void AddKept(std::shared_ptr<IHVDownloadController> const& controller);
+    /// The same with all rows that wait there.
+    void AddWaiting();
     /// Removes what an earlier download of the item, in its current format, has left. Returns the fault.
     std::string Discard(std::shared_ptr<IHVDownloadItem> const& item);
     /// Bytes of unfinished downloads that the next call can go on with.
@@ -59,6 +66,8 @@ private:
     };
     using Errors = std::vector<std::shared_ptr<IHVError const>>;
 
+    void AddRow(std::shared_ptr<IHVDownloadController> const& controller);
+    void StoreRow(std::shared_ptr<IHVDownloadController> const& controller);
     void Listen(IHVDownloadController& controller, int row);
     void Started(int row);
     void Progressed(int row, float percent, std::string const& text, HVDownloadProgress const& record);
@@ -76,7 +85,8 @@ private:
     HVSession& session_;
     HVRequest const& request_;
     HVProgressDisplay& display_;
-    std::shared_ptr<IHVDownloadControllers> queue_;
+    std::shared_ptr<IHVKeptQueue> const kept_;
+    std::shared_ptr<IHVDownloadControllers> const queue_;
     std::vector<Row> rows_;
     std::size_t over_ = 0;
     bool stopping_ = false;
