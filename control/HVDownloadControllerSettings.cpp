@@ -6,11 +6,11 @@
 #include "HVDownloadTaskDownload.h"
 #include "HVFileSystem.h"
 #include "HVParsedName.h"
+#include "HVQueueKeeper.h"
 #include "HVSubfolder.h"
 #include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
-#include "HVQueueKeeper.h"
 
 #include <utility>
 

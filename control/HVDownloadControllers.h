@@ -122,7 +122,7 @@ private:
     std::optional<std::string> nameTemplate_; // the same
     std::optional<HVMetadataFiles> metadata_;
     std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
-    std::unique_ptr<HVQueueKeeper> keeper_;   // of a kept queue
+    std::unique_ptr<HVQueueKeeper> keeper_; // of a kept queue
 };
 
 } // namespace Halvorn

@@ -80,7 +80,8 @@ void HVDownloads::StoreRow(std::shared_ptr<IHVDownloadController> const& control
     std::string const title = controller->GetDownloadOutputName();
     if (request_.json)
         session_.Console().Out(EventLine(
-            "added", {{"row", number}, {"title", title}, {"url", controller->DownloadItem()->DownloadURL()}}));
+            "added",
+            {{"row", number}, {"title", title}, {"url", controller->DownloadItem()->DownloadURL()}}));
     else
         session_.Console().Out(std::to_string(number) + "  " + title);
 }
