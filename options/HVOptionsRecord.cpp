@@ -80,6 +80,8 @@ std::string NetworkRecord(IHVNetworkOptions const& options, int& needs) {
     fields.SetInteger("via", options.GetConnectionVia());
     fields.SetText("from", options.GetClientSideIPAddress());
     fields.SetInteger("timeout", options.GetSocketTimeout() + 1);
+    fields.SetText("agent", options.GetUserAgent());
+    fields.SetText("referer", options.GetReferer());
     fields.SetInteger("check certificates", options.GetCheckCertificates() ? 1 : 0);
     return fields.Text();
 }
@@ -90,6 +92,8 @@ std::shared_ptr<IHVNetworkOptions> NetworkOf(HVFields const& fields) {
     options->SetConnectionVia(static_cast<IHVNetworkOptions::ConnectionVia>(fields.Int("via")));
     options->SetClientSideIPAddress(fields.Get("from"));
     options->SetSocketTimeout(fields.Int("timeout") - 1);
+    options->SetUserAgent(fields.Get("agent"));
+    options->SetReferer(fields.Get("referer"));
     options->SetCheckCertificates(fields.Flag("check certificates"));
     return options;
 }

@@ -87,6 +87,8 @@ std::shared_ptr<IHVDownloadOptions> FullOptions() {
     network->SetConnectionVia(IHVNetworkOptions::ConnectionViaIPv6);
     network->SetClientSideIPAddress("::1");
     network->SetSocketTimeout(9);
+    network->SetUserAgent("agent");
+    network->SetReferer("https://site.example/page");
     network->SetCheckCertificates(true);
     options->SetNetworkOptions(network);
     options->SetGeoRestrictionOptions(IHVGeoRestrictionOptions::MallocGeoRestrictionOptions(

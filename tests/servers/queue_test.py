@@ -1,0 +1,62 @@
+"""The queue that is kept, with the real tool: over kills, interrupts and a second process."""
+
+import json
+import signal
+import subprocess
+
+from servers import COMMAND, ServerTest, probe
+
+
+class QueueTest(ServerTest):
+    def queue(self, *arguments, status=0):
+        run = self.run_command("queue", *arguments, "--queue", self.folder / "state/queue")
+        self.assertEqual(run.returncode, status, run.stderr)
+        return run
+
+    def rows(self):
+        return [json.loads(line) for line in self.queue("list", "--json").stdout.splitlines()]
+
+    def states(self):
+        return [(row["row"], row["state"]) for row in self.rows()]
+
+    def test_outlives_its_processes_and_belongs_to_one_of_them(self):
+        slow = self.page("combined?media.rate=300000")
+        self.queue("add", slow, self.page("combined?title=B"), self.page("combined?title=C"), "-o", "out",
+                   "--format", "combined320-mp4", "--user-agent", "Agent/7")
+        self.queue("pause", "2")
+        waiting = [(1, "waiting"), (2, "paused"), (3, "waiting")]
+        self.assertEqual(self.states(), waiting)
+        for stop in (signal.SIGKILL, signal.SIGINT):
+            with subprocess.Popen([COMMAND, "queue", "start", "--json", "--jobs", "1", "--queue", self.folder / "state/queue"],
+                                  env=self.environment_of_command(), text=True, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE) as process:
+                for event in map(json.loads, process.stdout):
+                    if event["event"] == "progress" and event["bytes"] > 100_000:
+                        break
+                self.assertEqual(self.states(), [(1, "running"), *waiting[1:]])
+                for arguments in (("start",), ("add", slow), ("remove", "1")):
+                    self.assertIn(f"process {process.pid}", self.queue(*arguments, status=1).stderr)
+                process.send_signal(stop)
+                words = process.stderr.read()
+                process.stdout.read()
+            self.wait_until(lambda: not self.processes())
+            self.assertEqual(self.states(), waiting)
+        self.assertIn("goes on with it", words)
+        self.site.log.write_text("", encoding="utf-8")
+        self.queue("start")
+        for row, title in ((0, "Combined"), (2, "C")):
+            self.assertEqual(self.rows()[row]["path"], str(self.folder / f"here/out/{title}.mp4"))
+            self.assertEqual(probe(self.rows()[row]["path"]), "video audio 8")
+        self.assertEqual(self.states(), [(1, "done"), (2, "paused"), (3, "done")])
+        self.queue("clear")
+        self.assertIn("no row 1", self.queue("start", "1", "2", status=1).stderr)
+        self.assertEqual(self.states(), [(2, "done")])
+
+        state = {"XDG_STATE_HOME": self.folder / "default"}
+        self.fails("404", "get", "--keep", self.page("combined?media.status=404"), "-o", "out", "--username", "me",
+                   "--password", "S3CRET", **state)
+        self.assertNotIn(b"S3CRET", b"".join(path.read_bytes() for path in (self.folder / "default/reelhaul").iterdir()))
+        listed = json.loads(self.succeeds("queue", "list", "--json", **state).stdout)
+        self.assertEqual((listed["state"], listed["needs"], listed["kind"]), ("failed", "a login", "gone"))
+        self.succeeds("queue", "remove", "1", **state)
+        self.assertEqual(self.succeeds("queue", "list", **state).stderr, "The queue is empty.\n")
