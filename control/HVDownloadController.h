@@ -29,6 +29,7 @@ namespace Halvorn {
 class HVDownloadControllers;
 class HVDownloadRun;
 class HVDownloadTaskDownload;
+class HVStartPacer;
 class IHVDownloadArchive;
 class HVRowKeeper;
 struct HVRowState;
@@ -101,6 +102,7 @@ public:
         Set(resume_, std::optional<HVResumeSettings>(settings));
     }
     bool RemovePartialData();
+    void SetPacerOfRuns(std::shared_ptr<HVStartPacer> pacer) { Set(pacer_, std::move(pacer)); }
     void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
     void SetMetadata(HVMetadataFiles const& files) { Set(metadata_, files); }
     /// See IHVDownloadController::FindExistingFile.
@@ -203,6 +205,7 @@ private:
     std::string nameTemplate_;
     HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
+    std::shared_ptr<HVStartPacer> pacer_;
     std::string jsRuntimePath_;
     std::string progressText_;
     HVDownloadProgress progress_;

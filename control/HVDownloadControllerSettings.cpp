@@ -7,6 +7,7 @@
 #include "HVFileSystem.h"
 #include "HVParsedName.h"
 #include "HVQueueKeeper.h"
+#include "HVStartPacer.h"
 #include "HVSubfolder.h"
 #include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
@@ -28,6 +29,7 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
             download->SetBeforePlacing([keeper](std::string const& path, std::string const& folder) {
                 keeper->FileIsWhole(path, folder);
             });
+        download->SetPacer(Get(pacer_));
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));

@@ -55,6 +55,7 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
         if (row.own == nullptr)
             continue;
         row.own->AddOwner(*this);
+        row.own->SetPacerOfRuns(pacer_);
         if (resume_.has_value())
             row.own->SetResume(*resume_);
         if (nameTemplate_.has_value())

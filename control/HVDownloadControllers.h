@@ -13,6 +13,7 @@
 // queue, controller, run.
 
 #include "HVDownloadController.h"
+#include "HVStartPacer.h"
 #include "IHVDownloadControllers.h"
 
 #include <cstdint>
@@ -81,6 +82,7 @@ public:
     void SetResumeOfRows(HVResumeSettings const& settings);
     void SetNameOfRows(std::string const& text);
     void SetMetadataOfRows(HVMetadataFiles const& files);
+    HVStartPacer& Pacer() { return *pacer_; }
     void SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive);
     /// Has rows that are added from here on, and what becomes of them, stored.
     void SetKeeper(std::unique_ptr<HVQueueKeeper> keeper);
@@ -123,6 +125,7 @@ private:
     std::optional<HVMetadataFiles> metadata_;
     std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
     std::unique_ptr<HVQueueKeeper> keeper_; // of a kept queue
+    std::shared_ptr<HVStartPacer> const pacer_ = std::make_shared<HVStartPacer>();
 };
 
 } // namespace Halvorn

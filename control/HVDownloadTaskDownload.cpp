@@ -76,7 +76,8 @@ void HVDownloadTaskDownload::asyncProgressTask() {
         tracker.Begin(format->MergeFormat() ? 2 : 1);
         return true;
     });
-    auto const result = RunWithRetries(MakeTempFile(folder, format->Extension()));
+    auto const result = WaitForTurn() ? RunWithRetries(MakeTempFile(folder, format->Extension()))
+                                      : IHVError::MallocCancel(kFile, __LINE__, kFunction);
     TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
     notifyTaskComplete(result);
 }

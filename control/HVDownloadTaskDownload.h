@@ -21,6 +21,7 @@
 namespace Halvorn {
 
 class HVToolRun;
+class HVStartPacer;
 class IHVDownloadArchive;
 struct HVFinishedFile;
 struct HVToolResult;
@@ -56,6 +57,8 @@ public:
     void SetBeforePlacing(std::function<void(std::string const&, std::string const&)> function) {
         beforePlacing_ = std::move(function);
     }
+    /// Has the run wait for its turn; to be set before the start.
+    void SetPacer(std::shared_ptr<HVStartPacer> pacer) { pacer_ = std::move(pacer); }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -82,6 +85,8 @@ private:
     bool WaitToRetry(IHVError const& failure, int retry);
     /// Waits so long, unless it is stopped: false then.
     bool Sleep(double seconds);
+    /// Waits until the queue's pause between starts is over. False after a stop.
+    bool WaitForTurn();
     /// Downloads by the analysis's document where that is kept, else, or where that fails, by the address.
     std::shared_ptr<IHVError const> RunTool(TempFile file);
     /// The path of that document; empty where it can't serve.
@@ -111,6 +116,7 @@ private:
     std::string nameTemplate_;
     HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
+    std::shared_ptr<HVStartPacer> pacer_;
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;

@@ -1,6 +1,7 @@
 // How a download goes on where an earlier one stopped, and tries again by itself.
 
 #include "HVDownloadTaskDownload.h"
+#include "HVStartPacer.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
 #include "IHVFileProvider.h"
@@ -24,6 +25,8 @@ constexpr char kFileName[] = "data";
 constexpr double kPatience = 10;
 constexpr double kLook = 0.05;
 constexpr double kJitter = 0.25;
+/// Seconds between two looks at a pause that may have been changed.
+constexpr double kLongestNap = 1;
 
 double WithJitter(double seconds) {
     static thread_local std::mt19937 engine{std::random_device{}()};
@@ -113,6 +116,16 @@ bool HVDownloadTaskDownload::WaitToRetry(IHVError const& failure, int retry) {
         return true;
     });
     return Sleep(wait);
+}
+
+bool HVDownloadTaskDownload::WaitForTurn() {
+    // A stop may fall between the look at the clock and the wait, and another row may be quicker.
+    for (double wait = pacer_ == nullptr ? 0 : pacer_->Claim(); wait > 0; wait = pacer_->Claim()) {
+        TrackPhase(HVDownloadPhaseWaiting);
+        if (!Sleep(std::min(wait, kLongestNap)))
+            return false;
+    }
+    return true;
 }
 
 bool HVDownloadTaskDownload::Sleep(double seconds) {

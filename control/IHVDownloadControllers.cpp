@@ -3,6 +3,8 @@
 #include "HVDownloadControllers.h"
 #include "HVNameTemplate.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Halvorn {
@@ -33,6 +35,11 @@ void IHVDownloadControllers::SetArchive(std::shared_ptr<IHVDownloadArchive> arch
 void IHVDownloadControllers::SetMetadataFiles(HVMetadataFiles const& files) {
     if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
         queue->SetMetadataOfRows(files);
+}
+
+void IHVDownloadControllers::SetPauseBetweenStarts(int milliseconds) {
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
+        queue->Pacer().SetPause(std::chrono::milliseconds(std::max(0, milliseconds)));
 }
 
 namespace {

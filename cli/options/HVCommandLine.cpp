@@ -165,6 +165,7 @@ void HVCommandLine::AddDownloading(CLI::App& app) {
     app.add_option("--jobs", jobs_, "Number of downloads at the same time; 6 unless given")
         ->type_name("N")
         ->check(NotEmpty, "");
+    AddPause(app);
     app.add_option("--duration", duration_, "Finish a live recording after so long, such as 90 or 1:30:00")
         ->type_name("TIME")
         ->check(NotEmpty, "");

@@ -58,6 +58,7 @@ private:
     void AddAddresses(CLI::App& app);
     void AddGoingOn(CLI::App& app);
     void AddItems(CLI::App& app);
+    void AddPause(CLI::App& app);
     void AddNames(CLI::App& app);
     void AddFormatChoice(CLI::App& app);
     void AddToolPaths(CLI::App& app);
@@ -83,6 +84,7 @@ private:
     std::vector<std::string> rows_;
     std::vector<std::string> lists_;
     std::string newest_;
+    std::string sleepBetween_;
     std::string jobs_;
     std::string analyses_;
     std::string duration_;

@@ -39,7 +39,18 @@ void HVCommandLine::AddItems(CLI::App& app) {
         ->check(NotEmpty, "");
 }
 
+void HVCommandLine::AddPause(CLI::App& app) {
+    app.add_option("--sleep-between", sleepBetween_, "Wait so long between the starts of two downloads")
+        ->type_name("SECONDS")
+        ->check(NotEmpty, "");
+}
+
 std::string HVCommandLine::TakeItems() {
+    constexpr int kLongestSleep = 86400;
+    auto const sleep = WholeNumber(sleepBetween_);
+    if (!sleepBetween_.empty() && (!sleep || *sleep > kLongestSleep))
+        return "--sleep-between must be a number of seconds from 0 to 86400, not \"" + sleepBetween_ + "\"";
+    request_.sleepBetween = sleep.value_or(0);
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7- or -10:, not \"" + request_.items + "\"";
     auto const newest = WholeNumber(newest_);

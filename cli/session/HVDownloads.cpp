@@ -33,6 +33,7 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
     : session_(session), request_(request), display_(display), kept_(std::move(kept)),
       queue_(kept_ != nullptr ? kept_->Controllers() : IHVDownloadControllers::MallocDownloadControllers()) {
     queue_->SetConcurrentDownload(request.jobs);
+    queue_->SetPauseBetweenStarts(request.sleepBetween * 1000);
     if (request.goOn) {
         HVResumeSettings settings;
         settings.retries = kRetries;

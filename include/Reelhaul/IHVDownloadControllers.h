@@ -113,6 +113,11 @@ public:
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive);
     /// IHVDownloadController::SetMetadataFiles of all rows, and of those that are added later.
     void SetMetadataFiles(HVMetadataFiles const& files);
+    /// The least time between the starts of two rows of the queue, in milliseconds; 0, as until it is set,
+    /// for none. A row that waits for its turn counts as downloading and has the phase
+    /// HVDownloadPhaseWaiting; a stop ends the wait. Tries again of one row are not counted. It counts at
+    /// once, within a second for those that wait already.
+    void SetPauseBetweenStarts(int milliseconds);
     /// Removes partial data in which nothing has changed for so many days: that in `folder`, a target folder
     /// or one that was named as the folder of partial data. What is in use stays. How many downloads' data
     /// there was. Blocks as long as the removal takes.

@@ -68,6 +68,7 @@ class UsageTest(ScriptedTest):
             ("info x --analyses 257", "--analyses must be a number from 1 to 256"),
             *((f"get x --items={items}", "1,3-5") for items in ("3-1", "0", "1,", ":", "-2-", "-1:-2", "1:2:3", "+1")),
             ("get x --newest 0", "from 1"),
+            ("get x --sleep-between 1.5", "from 0 to 86400"),
             ("get x --duration 1:60", "1:30:00"),
             ("get x --limit-rate 1K --throttled-rate 2K", "above"),
             ("info x --tool /nosuch", "/nosuch"),

@@ -101,6 +101,25 @@ TEST_F(Queue, StartsTheNextOneBeforeItTellsOfAnEnd) {
     EXPECT_TRUE(Quiet());
 }
 
+TEST_F(Queue, PausesBetweenStartsUntilAStop) {
+    queue_->SetPauseBetweenStarts(3'600'000);
+    for (int row = 0; row < 3; ++row)
+        Add("write . 1", std::to_string(row));
+    queue_->StartRows({0});
+    EXPECT_TRUE(Eventually([this] { return queue_->State(0) == HVDownloadStateDone; }));
+    queue_->StartRows({1, 2});
+    EXPECT_TRUE(Eventually([this] {
+        return queue_->GetController(1)->GetProgress().phase == HVDownloadPhaseWaiting &&
+               queue_->GetController(2)->GetProgress().phase == HVDownloadPhaseWaiting;
+    }));
+    queue_->StopRows({1});
+    EXPECT_TRUE(Eventually([this] { return queue_->State(1) != HVDownloadStateDownloading; }));
+    EXPECT_EQ(Starts().size(), 1U);
+    queue_->SetPauseBetweenStarts(0); // for the one that waits as well
+    EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(Starts().size(), 2U);
+}
+
 TEST_F(Queue, KeepsAListOfRows) {
     AddGated(5);
     auto const second = queue_->GetController(1);
