@@ -60,7 +60,8 @@ std::pair<std::string, std::string> HVDownloadController::PartialPlace() const {
     std::string const target = Get(outputPath_);
     if (item_ == nullptr || target.empty())
         return {};
-    return {PartialParent(Get(resume_).value_or(HVResumeSettings()), target), PartialName(*item_, target)};
+    return {PartialParent(Get(resume_).value_or(HVResumeSettings()), target),
+            PartialName(*item_, target, Get(options_).get())};
 }
 
 bool HVDownloadController::RemovePartialData() {

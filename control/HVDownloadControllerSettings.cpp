@@ -2,6 +2,7 @@
 
 #include "HVDownloadController.h"
 
+#include "HVConversion.h"
 #include "HVDownloadItem.h"
 #include "HVDownloadTaskDownload.h"
 #include "HVFileSystem.h"
@@ -40,7 +41,8 @@ std::string HVDownloadController::FindExisting() const {
     std::string const folder = Get(outputPath_);
     if (item_ == nullptr || folder.empty())
         return {};
-    std::string const extension = item_->CurrentExtension();
+    HVConversion const conversion = ConversionOf(Get(options_).get());
+    std::string const extension = ConvertedExtension(conversion, *item_);
     HVItemPath path;
     if (std::string const text = Get(nameTemplate_); text.empty())
         path.name = IHVFileProvider::MakeValidFilenameAtPath(item_->GetFileName(), extension, folder);
@@ -50,6 +52,8 @@ std::string HVDownloadController::FindExisting() const {
     if (place.empty())
         return {};
     std::string file = IHVFileProvider::AppendPathComponent(place, path.name);
+    if (conversion.Files() > 1)
+        file += " - 001";
     if (std::string const legal = LegalExtension(extension); !legal.empty())
         file = IHVFileProvider::AppendPathExtension(file, legal);
     return IHVFileProvider::PathFileExist(file) ? file : std::string();

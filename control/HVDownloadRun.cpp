@@ -39,6 +39,7 @@ void HVDownloadRun::DownloadTaskCompleted(std::shared_ptr<IHVError const> error,
         if (auto* const item = dynamic_cast<HVDownloadItem*>(item_.get())) {
             item->SetSideFiles(choice_->DownloadedSubtitles());
             item->SetMetadataPaths(choice_->DownloadedMetadata());
+            item->SetFiles(choice_->DownloadedFiles());
         }
         item_->SetDownloadedFile(choice_->GetDownloadFile());
     }

@@ -1,18 +1,12 @@
 #include "HVDownloadTaskDownload.h"
 
-#include "HVApplicationCall.h"
 #include "HVArgsBuilder.h"
 #include "HVDownloadItem.h"
 #include "HVExplainedError.h"
-#include "HVFileSystem.h"
-#include "HVFinishedFile.h"
 #include "HVKeptDocument.h"
 #include "HVMetadataSides.h"
-#include "HVParsedName.h"
-#include "HVSubfolder.h"
 #include "HVTmpFolder.h"
 #include "HVToolRun.h"
-#include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
 #include "IHVFileProvider.h"
@@ -65,6 +59,11 @@ void HVDownloadTaskDownload::asyncProgressTask() {
             IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "No download format settings."));
         return;
     }
+    conversion_ = ConversionOf(GetMutableOptions().get());
+    if (auto const fault = ConversionError()) {
+        notifyTaskComplete(fault);
+        return;
+    }
     std::string const folder = IHVFileProvider::GetTmpPath();
     if (folder.empty()) {
         notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",
@@ -72,8 +71,8 @@ void HVDownloadTaskDownload::asyncProgressTask() {
                                                  SystemTmpFolder().c_str()));
         return;
     }
-    Track([&format](HVProgressTracker& tracker) {
-        tracker.Begin(format->MergeFormat() ? 2 : 1);
+    Track([&](HVProgressTracker& tracker) {
+        tracker.Begin(format->MergeFormat() && conversion_.audio.empty() ? 2 : 1, !conversion_.Empty());
         return true;
     });
     auto const result = WaitForTurn() ? RunWithRetries(MakeTempFile(folder, format->Extension()))
@@ -130,6 +129,7 @@ std::string HVDownloadTaskDownload::DocumentToUse() {
 
 std::shared_ptr<IHVError const>
 HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> const& args, bool& failed) {
+    ForgetMadeFiles(file);
     auto whole = MetadataArgs(metadata_);
     whole.insert(whole.end(), args.begin(), args.end());
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args.empty() ? args : whole);
@@ -156,7 +156,7 @@ HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> c
         return outcome.startError;
     // Where the tool has gone back to the address by itself, that would not help a second time.
     failed = outcome.handlerError == nullptr && !UserCancel() && !IsFinished(file, outcome) &&
-             outcome.errors.find("trying with URL") == std::string::npos;
+             !FailedAfterTheSite(outcome) && outcome.errors.find("trying with URL") == std::string::npos;
     auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
     RemoveLeftovers(run, file, result->Succeed());
     return result;
@@ -177,7 +177,16 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
     });
 }
 
+/// A conversion fails in the same way by whichever way the item was fetched.
+bool HVDownloadTaskDownload::FailedAfterTheSite(HVToolResult const& outcome) const {
+    HVErrorKind const kind = outcome.fault.kind;
+    return !conversion_.Empty() && (kind == HVErrorKindConversionFailed || kind == HVErrorKindFfmpegMissing ||
+                                    kind == HVErrorKindRuntimeMissing || kind == HVErrorKindDiskFull);
+}
+
 bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
+    if (!conversion_.Empty())
+        return !MadeFiles(file).empty();
     if (!IHVFileProvider::PathFileExist(file.path))
         return false;
     // A tool that was ended may have been about to mend the file by ffmpeg, and on a full disk it could not.
@@ -208,99 +217,6 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& f
     if (UserCancel() || finish_.Requested())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
     return FaultError(kFile, __LINE__, kFunction, "Download error: " + outcome.errors, outcome.fault);
-}
-
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& file) {
-    HVFinishedFile finished;
-    finished.path = file.path;
-    finished.extension = file.extension;
-    if (std::string const failure = NamePlace(finished); !failure.empty()) {
-        if (file.partial == nullptr)
-            IHVFileProvider::KeepTmpFile(file.path);
-        return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
-                                     (failure + " The file is \"" + file.path + "\".").c_str());
-    }
-    if (outputPath_.empty())
-        IHVLogConfig::Printf("CreateUniquePathFile Failed");
-    TakeSubtitles(finished);
-    std::size_t const subtitles = finished.sides.size();
-    for (auto& side : TakeMetadata(metadata_, finished.path))
-        finished.sides.push_back(std::move(side));
-    if (beforePlacing_)
-        beforePlacing_(file.path, finished.folder);
-    HVPlacement const placement =
-        file.partial == nullptr ? PlaceFinishedFile(finished) : PutIntoFolder(finished);
-    if (placement.failure.empty()) {
-        TellOfSides(placement.sides, subtitles);
-        downloadItem_->SetDownloadedFile(placement.target);
-        if (archive_ != nullptr) // which logs a failure: the download is a success all the same
-            CallApplication([this] { archive_->Add(*downloadItem_); });
-        return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
-    }
-    return IHVError::MallocError(kFile, __LINE__, kFunction, HVErrorCodeIO, "IO Error",
-                                 placement.failure.c_str());
-}
-
-void HVDownloadTaskDownload::TellOfSides(std::vector<std::string> const& sides, std::size_t subtitles) const {
-    auto* const item = dynamic_cast<HVDownloadItem*>(downloadItem_.get());
-    if (item == nullptr)
-        return;
-    auto const middle = sides.begin() + static_cast<std::ptrdiff_t>(subtitles);
-    std::vector<std::string> texts(sides.begin(), middle);
-    std::vector<std::string> metadata(middle, sides.end());
-    std::erase(texts, std::string());
-    std::erase(metadata, std::string());
-    item->SetSideFiles(std::move(texts));
-    item->SetMetadataPaths(std::move(metadata));
-}
-
-std::string HVDownloadTaskDownload::NamePlace(HVFinishedFile& finished) const {
-    finished.folder = outputPath_;
-    if (nameTemplate_.empty()) {
-        finished.name = IHVFileProvider::MakeValidFilenameAtPath(downloadItem_->GetFileName(),
-                                                                 finished.extension, outputPath_);
-        return {};
-    }
-    auto path = HVParsedName(nameTemplate_).PathOf(*downloadItem_, finished.extension, outputPath_);
-    finished.name = std::move(path.name);
-    if (outputPath_.empty() || path.folders.empty())
-        return {};
-    auto place = MakeSubfolder(outputPath_, path.folders);
-    finished.folder = std::move(place.path);
-    return place.failure;
-}
-
-void HVDownloadTaskDownload::TakeSubtitles(HVFinishedFile& finished) const {
-    auto const chosen = downloadItem_->ChosenSubtitles();
-    for (auto const& subtitle : chosen) {
-        std::vector<std::string> formats{subtitle->GetCurrentSubtitleFormat()};
-        // Of several wishes the tool may have fulfilled another one.
-        for (auto& format : subtitle->GetSubtitleFormats())
-            formats.push_back(std::move(format));
-        TakeSubtitle(finished, subtitle->GetLanguageCode(), formats);
-    }
-    if (auto const subtitle = downloadItem_->CurrentDownloadSubtitle(); chosen.empty() && subtitle != nullptr)
-        TakeSubtitle(finished, subtitle->GetLanguageCode(), {subtitle->GetCurrentSubtitleFormat()});
-}
-
-void HVDownloadTaskDownload::TakeSubtitle(HVFinishedFile& finished, std::string const& language,
-                                          std::vector<std::string> const& formats) const {
-    std::string const stem = IHVFileProvider::RemovePathExtension(finished.path);
-    for (auto const& format : formats) {
-        std::string const side = std::string(language).append(".").append(format);
-        // The site names the language, which may not lead to a file of another folder.
-        if (side.find('/') != std::string::npos)
-            continue;
-        // The tool keeps the asked-for extension in the name when the format's own is another one.
-        for (auto const& front : {stem, finished.path})
-            if (auto const path = IHVFileProvider::AppendPathExtension(front, side);
-                IHVFileProvider::PathFileExist(path)) {
-                finished.sides.push_back({path, LegalSideExtension(side)});
-                return;
-            }
-    }
-    IHVLogConfig::Printf("Failed to move %s.%s to %s: the tool did not make it", stem.c_str(),
-                         language.c_str(), outputPath_.c_str());
 }
 
 } // namespace Halvorn

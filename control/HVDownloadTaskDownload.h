@@ -4,6 +4,7 @@
 //
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
+#include "HVConversion.h"
 #include "HVDownloadTask.h"
 #include "HVMetadataFiles.h"
 #include "HVPartialData.h"
@@ -77,7 +78,19 @@ private:
         std::string extension;
         std::shared_ptr<HVPartialFolder> partial; ///< empty for a random name
     };
+    struct MadeFile {
+        std::string path;
+        std::string extension;
+        std::string part; ///< behind the item's name; empty for the whole item
+    };
     static TempFile MakeTempFile(std::string const& folder, std::string const& extension);
+    /// Why the conversion can't be made, so that the tool need not begin; empty where it can.
+    std::shared_ptr<IHVError const> ConversionError() const;
+    /// What an earlier run has told to be whole.
+    void ForgetMadeFiles(TempFile const& file) const;
+    /// The whole files of a run; none until a converting one has told of all that it is to make.
+    std::vector<MadeFile> MadeFiles(TempFile const& file) const;
+    bool FailedAfterTheSite(HVToolResult const& outcome) const;
     std::shared_ptr<IHVError const> RunWithRetries(TempFile const& file);
     bool UsePartialFolder(TempFile& file);
     bool MayResume() const;
@@ -99,16 +112,18 @@ private:
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     /// Gives the file its folder, which is made, and its name; returns why that can't be done.
     std::string NamePlace(HVFinishedFile& finished) const;
+    std::shared_ptr<IHVError const> PlaceAll(std::vector<HVFinishedFile> const& files, bool partial,
+                                             std::size_t subtitles);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file, bool placed);
     /// Changes the record, and hands it on when `change` says that it has changed.
     void Track(std::function<bool(HVProgressTracker&)> const& change);
     void TrackPhase(HVDownloadPhase phase);
     /// Tells the item where the files beside the media file are, of which so many are subtitles.
     void TellOfSides(std::vector<std::string> const& sides, std::size_t subtitles) const;
-    /// Finds the subtitles that the tool made beside the file.
-    void TakeSubtitles(HVFinishedFile& finished) const;
+    /// Finds the subtitles that the tool made beside the file `path`.
+    void TakeSubtitles(HVFinishedFile& finished, std::string const& path) const;
     /// The same for one language, in the first of these formats.
-    void TakeSubtitle(HVFinishedFile& finished, std::string const& language,
+    void TakeSubtitle(HVFinishedFile& finished, std::string const& path, std::string const& language,
                       std::vector<std::string> const& formats) const;
 
     std::shared_ptr<IHVDownloadItem> const downloadItem_;
@@ -121,6 +136,7 @@ private:
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;
     std::optional<HVResumeSettings> resume_;
+    HVConversion conversion_; ///< of the run
     std::function<void(HVDownloadProgress const&)> recorder_;
     std::function<void(std::string const&, std::string const&)> beforePlacing_;
     std::mutex trackerMutex_;

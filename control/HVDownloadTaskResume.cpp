@@ -41,17 +41,18 @@ bool CanPassSoon(IHVError const& failure) {
 
 } // namespace
 
-/// A recording can't go on, and without a part file half a file passes for a whole one.
+/// A recording can't go on, nor can what ffmpeg fetches, and without a part file half a file passes for a
+/// whole one.
 bool HVDownloadTaskDownload::MayResume() const {
     auto const options = GetOptions();
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
     return resume_.has_value() && !outputPath_.empty() && !downloadItem_->IsLiveStream() &&
-           (general == nullptr || general->GetUsePartFile());
+           conversion_.sections.empty() && (general == nullptr || general->GetUsePartFile());
 }
 
 std::shared_ptr<HVPartialFolder> HVDownloadTaskDownload::WaitForPartialFolder() {
     std::string const parent = PartialParent(*resume_, outputPath_);
-    std::string const name = PartialName(*downloadItem_, outputPath_);
+    std::string const name = PartialName(*downloadItem_, outputPath_, GetOptions().get());
     bool inUse = false;
     auto folder = HVPartialFolder::Open(parent, name, inUse);
     for (double waited = 0; inUse && waited < kPatience && Sleep(kLook); waited += kLook)

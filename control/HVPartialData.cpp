@@ -1,5 +1,6 @@
 #include "HVPartialData.h"
 
+#include "HVConversion.h"
 #include "IHVDownloadControllers.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
@@ -37,12 +38,17 @@ std::string PartialParent(HVResumeSettings const& settings, std::string const& o
     return failure ? parent : absolute.string();
 }
 
-std::string PartialName(IHVDownloadItem& item, std::string const& outputPath) {
+std::string PartialName(IHVDownloadItem& item, std::string const& outputPath,
+                        IHVDownloadOptions const* options) {
     auto const format = item.GetCurrentDownloadFormat();
     std::error_code failure;
     auto const target = std::filesystem::weakly_canonical(outputPath, failure);
-    return StableName(Identity(item) + kSeparator + (format == nullptr ? "" : format->FormatCode()) +
-                      kSeparator + (failure ? outputPath : target.string()));
+    std::string name = Identity(item) + kSeparator + (format == nullptr ? "" : format->FormatCode()) +
+                       kSeparator + (failure ? outputPath : target.string());
+    if (HVConversion const conversion = ConversionOf(options); !conversion.Empty())
+        for (std::string const& argument : ConversionArguments(conversion, item, {}))
+            name += kSeparator + argument;
+    return StableName(name);
 }
 
 int IHVDownloadControllers::SweepPartial(std::string const& folder, int days) {

@@ -19,6 +19,10 @@ constexpr double kFetched = 0.97;
 constexpr double kFetchedBeforeMerge = 0.92;
 constexpr double kConverted = 0.985;
 constexpr double kMoving = 0.99;
+/// What is left to a conversion, which may well take longer than all before it.
+constexpr double kBeforeConversion = 0.75;
+/// How many steps a conversion has is not known: each takes so much of the rest.
+constexpr double kShareOfStep = 0.6;
 /// Of a part whose size is not known half counts as done after so many bytes.
 constexpr double kHalfOfUnknown = 16.0 * 1024 * 1024;
 /// What an estimate may come to at most.
@@ -52,8 +56,10 @@ std::uint64_t Bytes(std::string const& text) {
 
 } // namespace
 
-void HVProgressTracker::Begin(int parts) {
+void HVProgressTracker::Begin(int parts, bool converts) {
     now_ = {};
+    converts_ = converts;
+    step_.clear();
     parts_.assign(static_cast<std::size_t>(std::max(parts, 1)), {});
     if (parts > 1) {
         parts_[0].phase = HVDownloadPhaseVideo;
@@ -160,13 +166,31 @@ void HVProgressTracker::TakeBytes(IHVJsonValue const& record) {
 
 /// ffmpeg joins or converts.
 void HVProgressTracker::TakeStep(IHVJsonValue const& record) {
-    bool const merging = record.GetValueString("name") == "Merger";
+    std::string const name = record.GetValueString("name");
+    bool const merging = name == "Merger";
     now_.phase = merging ? HVDownloadPhaseMerging : HVDownloadPhaseConverting;
     now_.bytesPerSecond = 0;
     now_.secondsLeft = -1;
-    double const begin = merging ? kFetchedBeforeMerge : kFetched;
-    double const end = merging ? kFetched : kConverted;
+    if (name != step_) {
+        step_ = name;
+        stepBegin_ = now_.fraction;
+    }
+    double begin = merging ? EndOfBytes() : EndOfMerge();
+    double end = merging ? EndOfMerge() : kConverted;
+    if (converts_ && !merging) {
+        begin = stepBegin_;
+        end = begin + kShareOfStep * (kConverted - begin);
+    }
     Rise(begin + (end - begin) * std::clamp(static_cast<double>(record.GetValueFloat("fraction")), 0.0, 1.0));
+}
+
+double HVProgressTracker::EndOfBytes() const {
+    double const end = parts_.size() > 1 ? kFetchedBeforeMerge : kFetched;
+    return converts_ ? end * kBeforeConversion : end;
+}
+
+double HVProgressTracker::EndOfMerge() const {
+    return converts_ ? kFetched * kBeforeConversion : kFetched;
 }
 
 /// How much of all parts has come, 0 to 1: by their sizes where all are known.
@@ -202,8 +226,7 @@ void HVProgressTracker::Sum() {
     now_.secondsLeft = now_.total > 0 && now_.bytesPerSecond > 0
                            ? static_cast<double>(now_.total - now_.bytes) / now_.bytesPerSecond
                            : -1;
-    double const most = parts_.size() > 1 ? kFetchedBeforeMerge : kFetched;
-    Rise(kAsked + (most - kAsked) * Fetched());
+    Rise(kAsked + (EndOfBytes() - kAsked) * Fetched());
 }
 
 bool HVProgressTracker::TakeLines(std::string const& text) {
@@ -222,7 +245,7 @@ bool HVProgressTracker::TakeLine(std::string const& line) {
     constexpr std::string_view kMark = "[download]";
     if (line.find("[Merger]") != std::string::npos) {
         Enter(HVDownloadPhaseMerging);
-        Rise(kFetchedBeforeMerge);
+        Rise(EndOfBytes());
         return true;
     }
     auto const mark = line.find(kMark);

@@ -14,8 +14,9 @@ class IHVJsonValue;
 
 class HVProgressTracker {
 public:
-    /// The tool is about to start. `parts` is how many files it will join, 1 for none.
-    void Begin(int parts);
+    /// The tool is about to start. `parts` is how many files it will join, 1 for none; `converts` when
+    /// ffmpeg has more to do after that.
+    void Begin(int parts, bool converts = false);
     /// Takes one record of the extension. False when it changes nothing.
     bool TakeRecord(IHVJsonValue const& record);
     /// Takes a chunk of the tool's lines; nothing once a record has come. False when it changes nothing.
@@ -45,11 +46,17 @@ private:
     void Sum();
     void Rise(double fraction);
     double Fetched() const;
+    /// What the fraction comes to when all bytes are there, and when they are joined.
+    double EndOfBytes() const;
+    double EndOfMerge() const;
 
     HVDownloadProgress now_;
     std::vector<Part> parts_;
     bool reported_ = false; ///< the extension is there
     int passes_ = 0;        ///< files that the lines have told of
+    bool converts_ = false;
+    std::string step_;     ///< what ffmpeg does
+    double stepBegin_ = 0; ///< the fraction when it began
 };
 
 } // namespace Halvorn

@@ -49,7 +49,7 @@ constexpr KindRow kKinds[] = {
     {HVErrorKindToolBroken, false, "tool-broken",
      "Update yt-dlp: it does not get along with the site as that is now."},
     {HVErrorKindRuntimeMissing, false, "runtime-missing",
-     "Install deno, or what else yt-dlp says that it lacks for this site."},
+     "Install what yt-dlp says that it lacks: deno for some sites, or a module of Python."},
     {HVErrorKindFfmpegMissing, false, "ffmpeg-missing",
      "Install ffmpeg beside yt-dlp, or choose a format that needs no merging."},
     {HVErrorKindConversionFailed, false, "conversion-failed",

@@ -67,6 +67,16 @@ std::vector<std::string> HVDownloadItem::MetadataPaths() const {
     return metadataFiles_;
 }
 
+void HVDownloadItem::SetFiles(std::vector<std::string> paths) {
+    std::lock_guard const lock(sideFilesMutex_);
+    files_.swap(paths);
+}
+
+std::vector<std::string> HVDownloadItem::Files() const {
+    std::lock_guard const lock(sideFilesMutex_);
+    return files_;
+}
+
 void HVDownloadItem::AppendFormat(std::shared_ptr<IHVDownloadFormat> format) {
     formats_.push_back(std::move(format));
 }

@@ -73,6 +73,9 @@ public:
     Subtitles const& Chosen() const { return chosen_; }
     void SetSideFiles(std::vector<std::string> paths);
     std::vector<std::string> SideFiles() const;
+    /// See IHVDownloadItem::DownloadedFiles.
+    void SetFiles(std::vector<std::string> paths);
+    std::vector<std::string> Files() const;
     void SetMetadataPaths(std::vector<std::string> paths);
     std::vector<std::string> MetadataPaths() const;
     /// What the tool's document says besides; `text` is the document itself, empty where it is not kept.
@@ -99,6 +102,7 @@ private:
     Subtitles authored_;
     Subtitles chosen_;
     mutable std::mutex sideFilesMutex_;
+    std::vector<std::string> files_;
     std::vector<std::string> sideFiles_; ///< of subtitles
     std::vector<std::string> metadataFiles_;
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;

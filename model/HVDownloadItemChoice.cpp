@@ -102,6 +102,11 @@ std::vector<std::string> IHVDownloadItem::DownloadedMetadata() const {
     return item == nullptr ? std::vector<std::string>() : item->MetadataPaths();
 }
 
+std::vector<std::string> IHVDownloadItem::DownloadedFiles() const {
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
+    return item == nullptr ? std::vector<std::string>() : item->Files();
+}
+
 std::vector<std::shared_ptr<IHVDownloadSubtitle>> IHVDownloadItem::ChosenSubtitles() const {
     auto const* const item = dynamic_cast<HVDownloadItem const*>(this);
     return item == nullptr ? std::vector<std::shared_ptr<IHVDownloadSubtitle>>() : item->Chosen();

@@ -1,5 +1,6 @@
 #include "HVArgsBuilder.h"
 
+#include "HVConversion.h"
 #include "HVToolInForce.h"
 #include "HVToolWords.h"
 #include "IHVDownloadFormat.h"
@@ -92,6 +93,30 @@ void AppendFormat(Args& args, IHVDownloadFormat const& format) {
         Append(args, {"--postprocessor-args", postProcessing});
 }
 
+/// The same for a file that is converted after that.
+void AppendConvertedFormat(Args& args, IHVDownloadFormat const& format, HVConversion const& conversion) {
+    if (!format.MergeFormat()) {
+        AppendFormat(args, format);
+        return;
+    }
+    if (!conversion.audio.empty()) {
+        Append(args, {"--format", ExactSound(format)});
+        return;
+    }
+    // At once into the container that it ends in: mkv takes everything as it is.
+    std::string const& container = conversion.container;
+    Append(args, {"--format", ExactFormat(format), "--merge-output-format",
+                  container.empty() ? format.GetFormatName() : container, "--ffmpeg-location",
+                  HVArgsBuilder::GetMergeCommandExe()});
+    // Options for every run of ffmpeg are to count for the merge alone.
+    std::string postProcessing = container == "mkv" ? std::string() : format.PostProcessingOpts();
+    constexpr std::string_view kEvery = "ffmpeg:";
+    if (postProcessing.starts_with(kEvery))
+        postProcessing.replace(0, kEvery.size(), "Merger:");
+    if (!postProcessing.empty())
+        Append(args, {"--postprocessor-args", postProcessing});
+}
+
 } // namespace
 
 HVArgsBuilder::HVArgsBuilder(std::shared_ptr<IHVDownloadOptions> options) : options_(std::move(options)) {}
@@ -177,11 +202,18 @@ Args HVArgsBuilder::BuildDownloadItemArgs(IHVDownloadItem const* item, std::stri
         LogError("No download format settings.\n");
         return args;
     }
-    AppendFormat(args, *format);
+    HVConversion const conversion = ConversionOf(options_.get());
+    if (conversion.Empty())
+        AppendFormat(args, *format);
+    else
+        AppendConvertedFormat(args, *format, conversion);
     Append(args, BuildOptionsArgs());
     Append(args, BuildCookiesptions());
     Append(args, BuildGeneralOptions());
-    Append(args, {"--output", output});
+    if (conversion.Empty())
+        Append(args, {"--output", output});
+    else
+        Append(args, ConversionArguments(conversion, *item, output));
     if (!url.empty()) {
         AppendAddress(args, url);
         return args;

@@ -1,6 +1,7 @@
 #include "HVDownloadOptions.h"
 
 #include "IHVAuthenticationOptions.h"
+#include "IHVConversionOptions.h"
 #include "IHVDownloadCookies.h"
 #include "IHVGeneralOptions.h"
 #include "IHVGeoRestrictionOptions.h"
@@ -25,6 +26,7 @@ HVDownloadOptions::HVDownloadOptions(IHVDownloadOptions const* source) {
     network_ = CloneOf(source->GetNetworkOptions());
     geoRestriction_ = CloneOf(source->GetGeoRestrictionOptions());
     cookies_ = CloneOf(source->GetDownloadCookies());
+    conversion_ = CloneOf(source->GetConversionOptions());
 }
 
 std::shared_ptr<IHVDownloadOptions> HVDownloadOptions::Clone() const {

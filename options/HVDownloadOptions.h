@@ -38,12 +38,16 @@ public:
     }
     std::shared_ptr<IHVDownloadOptions> Clone() const override;
 
+    void SetConversion(std::shared_ptr<IHVConversionOptions> options) { conversion_ = std::move(options); }
+    std::shared_ptr<IHVConversionOptions const> Conversion() const { return conversion_; }
+
 private:
     std::shared_ptr<IHVGeneralOptions> general_;
     std::shared_ptr<IHVAuthenticationOptions> authentication_;
     std::shared_ptr<IHVNetworkOptions> network_;
     std::shared_ptr<IHVGeoRestrictionOptions> geoRestriction_;
     std::shared_ptr<IHVDownloadCookies> cookies_;
+    std::shared_ptr<IHVConversionOptions> conversion_;
 };
 
 } // namespace Halvorn

@@ -5,6 +5,7 @@
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
 #include "IHVCertificateAuthentication.h"
+#include "IHVConversionOptions.h"
 #include "IHVDownloadCookies.h"
 #include "IHVFileProvider.h"
 #include "IHVGeneralAuthentication.h"
@@ -13,6 +14,10 @@
 #include "IHVNetrcAuthentication.h"
 #include "IHVNetworkOptions.h"
 #include "IHVProxy.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace Halvorn {
 
@@ -172,6 +177,68 @@ std::shared_ptr<IHVDownloadCookies> CookiesOf(HVFields const& fields, int& needs
     return cookies;
 }
 
+/// Times of parts are kept in thousandths of a second, as the tool is told them.
+constexpr double kTimeUnits = 1000;
+/// More than the setter takes.
+constexpr int kMostParts = 10'000;
+
+std::string PartName(int number, char const* what) {
+    return std::to_string(number) + " " + what;
+}
+
+std::string ConversionRecord(IHVConversionOptions const& options) {
+    HVFields fields;
+    fields.SetInteger("here", 1);
+    fields.SetText("audio", options.GetAudio());
+    fields.SetInteger("quality", options.GetAudioQuality());
+    fields.SetText("container", options.GetContainer());
+    fields.SetInteger("thumbnail", options.GetEmbedThumbnail() ? 1 : 0);
+    fields.SetInteger("metadata", options.GetEmbedMetadata() ? 1 : 0);
+    fields.SetInteger("chapters", options.GetEmbedChapters() ? 1 : 0);
+    fields.SetInteger("subtitles", options.GetEmbedSubtitles() ? 1 : 0);
+    fields.SetInteger("subtitles beside", options.GetKeepSubtitleFiles() ? 1 : 0);
+    fields.SetText("subtitle format", options.GetSubtitleFormat());
+    fields.SetInteger("split", options.GetSplitChapters() ? 1 : 0);
+    fields.SetInteger("exact", options.GetExactCuts() ? 1 : 0);
+    fields.SetText("sponsors removed", options.GetSponsorsRemoved());
+    fields.SetText("sponsors marked", options.GetSponsorsMarked());
+    fields.SetText("sponsor service", options.GetSponsorService());
+    auto const sections = options.GetSections();
+    fields.SetInteger("parts", static_cast<std::int64_t>(sections.size()));
+    int number = 0;
+    for (HVSection const& section : sections) {
+        fields.SetInteger(PartName(++number, "begin"), std::llround(section.begin * kTimeUnits));
+        fields.SetInteger(PartName(number, "end"), std::llround(section.end * kTimeUnits));
+    }
+    return fields.Text();
+}
+
+/// What the setters refuse, since the file was changed by hand, is left out.
+std::shared_ptr<IHVConversionOptions> ConversionOfRecord(HVFields const& fields) {
+    auto options = IHVConversionOptions::MallocConversionOptions();
+    options->SetAudio(fields.Get("audio"), fields.Int("quality"));
+    options->SetContainer(fields.Get("container"));
+    options->SetEmbedThumbnail(fields.Flag("thumbnail"));
+    options->SetEmbedMetadata(fields.Flag("metadata"));
+    options->SetEmbedChapters(fields.Flag("chapters"));
+    if (fields.Flag("subtitles"))
+        options->SetEmbedSubtitles(true, fields.Flag("subtitles beside"));
+    options->SetSubtitleFormat(fields.Get("subtitle format"));
+    options->SetSplitChapters(fields.Flag("split"));
+    options->SetExactCuts(fields.Flag("exact"));
+    options->SetSponsorsRemoved(fields.Get("sponsors removed"));
+    options->SetSponsorsMarked(fields.Get("sponsors marked"));
+    options->SetSponsorService(fields.Get("sponsor service"));
+    std::vector<HVSection> sections;
+    auto const time = [&fields](int number, char const* what) {
+        return static_cast<double>(fields.Integer(PartName(number, what))) / kTimeUnits;
+    };
+    for (int number = 1; number <= std::min(fields.Int("parts"), kMostParts); ++number)
+        sections.push_back({time(number, "begin"), time(number, "end")});
+    options->SetSections(sections);
+    return options;
+}
+
 } // namespace
 
 std::string OptionsRecord(IHVDownloadOptions const* options, int& needs) {
@@ -189,6 +256,8 @@ std::string OptionsRecord(IHVDownloadOptions const* options, int& needs) {
         fields.SetText("login", LoginRecord(*login, needs));
     if (auto const cookies = options->GetDownloadCookies())
         fields.SetText("cookies", CookiesRecord(*cookies));
+    if (auto const conversion = options->GetConversionOptions())
+        fields.SetText("conversion", ConversionRecord(*conversion));
     return fields.Text();
 }
 
@@ -210,6 +279,8 @@ std::shared_ptr<IHVDownloadOptions> OptionsOfRecord(std::string_view record, int
         options->SetAuthenticationOptions(LoginOf(HVFields(login)));
     if (auto const cookies = fields.Get("cookies"); !cookies.empty())
         options->SetDownloadCookies(CookiesOf(HVFields(cookies), needs));
+    if (auto const conversion = fields.Get("conversion"); !conversion.empty())
+        options->SetConversionOptions(ConversionOfRecord(HVFields(conversion)));
     return options;
 }
 

@@ -76,6 +76,11 @@ std::string ExactFormat(IHVDownloadFormat const& format) {
            ExactCode(std::string_view(code).substr(plus + 1));
 }
 
+std::string ExactSound(IHVDownloadFormat const& format) {
+    std::string const code = format.FormatCode();
+    return ExactCode(std::string_view(code).substr(code.find('+') + 1));
+}
+
 std::string ExactLanguage(std::string const& code) {
     static constexpr char digits[] = "0123456789abcdef";
     std::string text;

@@ -11,6 +11,8 @@ class IHVDownloadFormat;
 
 /// For "--format": the format of this code and no other. The code itself unless it means something else.
 std::string ExactFormat(IHVDownloadFormat const& format);
+/// The same for the sound alone of a merged format.
+std::string ExactSound(IHVDownloadFormat const& format);
 /// For "--sub-lang": the language of this code and no other. The code itself unless it means something else.
 std::string ExactLanguage(std::string const& code);
 

@@ -2,6 +2,8 @@
 
 #include "HVRequest.h"
 
+#include <Reelhaul/IHVConversionOptions.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -101,9 +103,31 @@ std::optional<HVFormatWish> WishOf(std::string_view format, HVRequest const& req
     return std::nullopt;
 }
 
+namespace {
+
+/// Empty where nothing is converted.
+std::shared_ptr<IHVConversionOptions const> ConversionOf(HVRequest const& request) {
+    return request.options == nullptr ? nullptr : request.options->GetConversionOptions();
+}
+
+/// Where the sound alone is wanted, what has a picture as well is taken only where nothing else has sound.
+std::shared_ptr<IHVDownloadFormat> Best(IHVDownloadItem const& item, HVFormatWish const& wish,
+                                        HVRequest const& request) {
+    auto const conversion = ConversionOf(request);
+    if (conversion != nullptr && !conversion->GetAudio().empty()) {
+        HVFormatWish sound = wish;
+        sound.audioOnly = true;
+        if (auto format = item.BestFormat(sound))
+            return format;
+    }
+    return item.BestFormat(wish);
+}
+
+} // namespace
+
 std::string ChooseFormat(IHVDownloadItem& item, HVRequest const& request) {
     auto const wish = WishOf(request.format, request);
-    auto const format = wish ? item.BestFormat(*wish) : Named(item, request.format);
+    auto const format = wish ? Best(item, *wish, request) : Named(item, request.format);
     if (format == nullptr)
         return wish && item.Valid() ? NothingFor(item, *wish) : NoSuchFormat(item, request.format);
     // An index says which of several with one code.
@@ -169,6 +193,15 @@ std::string Take(Subtitles& chosen, std::string& extension, Subtitles const& off
     return "there are no subtitles " + Quoted(wish) + "; there are " + Listing(languages);
 }
 
+/// A format that ffmpeg reads, where there is one; the site may list another one first.
+void TakeConvertible(IHVDownloadSubtitle& subtitle) {
+    for (char const* const format : {"vtt", "srt", "ass", "ttml"})
+        if (Offers(subtitle, format)) {
+            subtitle.SetCurrentSubtitleFormat(format);
+            return;
+        }
+}
+
 } // namespace
 
 std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request) {
@@ -185,9 +218,15 @@ std::string ChooseSubtitles(IHVDownloadItem& item, HVRequest const& request) {
             return fault;
         rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
     }
-    for (auto const& subtitle : chosen)
+    auto const conversion = ConversionOf(request);
+    bool const converts = conversion != nullptr &&
+                          (conversion->GetEmbedSubtitles() || !conversion->GetSubtitleFormat().empty());
+    for (auto const& subtitle : chosen) {
         if (Offers(*subtitle, extension))
             subtitle->SetCurrentSubtitleFormat(extension);
+        else if (converts && extension.empty())
+            TakeConvertible(*subtitle);
+    }
     // Of the formats the tool takes for each language the first that is on offer.
     std::stable_partition(chosen.begin(), chosen.end(), [&extension](auto const& subtitle) {
         return subtitle->GetCurrentSubtitleFormat() == extension;

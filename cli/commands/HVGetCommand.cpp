@@ -15,6 +15,8 @@
 #include "HVSkips.h"
 #include "HVToolSetUp.h"
 
+#include <Reelhaul/IHVConversionOptions.h>
+
 #include <filesystem>
 #include <memory>
 
@@ -40,6 +42,8 @@ private:
     HVAnalysis::Listener Listener();
     void BeginAddress();
     void ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item);
+    /// Why the chosen format can't be made into a file, and the kind of that.
+    std::string FaultOfMaking(IHVDownloadItem const& item, HVErrorKind& kind) const;
     void AnalysisDone(std::shared_ptr<IHVError const> const& error);
     void EntryFailed(IHVDownloadTask::FailedEntry const& entry);
     /// What is to be said of a playlist besides. Returns whether it or one of its entries has failed.
@@ -133,6 +137,18 @@ void GetCommand::BeginAddress() {
     display_.SetActivity(ActivityOf(analyses_));
 }
 
+std::string GetCommand::FaultOfMaking(IHVDownloadItem const& item, HVErrorKind& kind) const {
+    auto const conversion = request_.options->GetConversionOptions();
+    bool const converts = conversion != nullptr && !conversion->Empty();
+    kind = HVErrorKindOther;
+    if (converts)
+        if (auto const outcome = conversion->Check(item); !outcome->Succeed())
+            return outcome->GetErrorMessage();
+    kind = HVErrorKindFfmpegMissing;
+    // Without ffmpeg the tool fetches both parts and then calls it a success.
+    return converts || item.GetCurrentDownloadFormat()->MergeFormat() ? FfmpegFault(request_) : std::string();
+}
+
 void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     if (Ending())
         return;
@@ -151,10 +167,8 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
     if (fault.empty() && request_.discard) {
         kind = HVErrorKindOther;
         fault = downloads_.Discard(item);
-    } else if (fault.empty() && !request_.addOnly && item->GetCurrentDownloadFormat()->MergeFormat()) {
-        // Without ffmpeg the tool fetches both parts and then calls it a success.
-        kind = HVErrorKindFfmpegMissing;
-        fault = FfmpegFault(request_);
+    } else if (fault.empty() && !request_.addOnly) {
+        fault = FaultOfMaking(*item, kind);
     }
     std::string const existing = fault.empty() && !request_.discard ? downloads_.Add(item) : std::string();
     if (!fault.empty())

@@ -395,6 +395,9 @@ std::string HVCommandLine::Complete() {
         if (!path->empty() && (*path != "none" || path != &request_.jsRuntime))
             if (std::string fault = PathFault(name, *path); !fault.empty())
                 return fault;
+    for (char const* const option : {"--embed-subs", "--convert-subs"})
+        if (given_.contains(option) && request_.subtitle.empty())
+            return std::string(option) + " counts only together with --subtitle";
     return ReadOptions(given_, request_.options);
 }
 

@@ -166,6 +166,8 @@ std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions
             if (std::string const fault = ReadValue(row, value); !fault.empty())
                 return std::string(row.name) + ": " + fault;
             row.apply(records, value);
+            if (!records.Fault().empty())
+                return std::string(row.name) + ": " + records.Fault();
         }
         if (std::string fault = RateFault(given); !fault.empty())
             return fault;

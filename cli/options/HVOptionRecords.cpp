@@ -40,6 +40,10 @@ IHVCertificateAuthentication& HVOptionRecords::Certificate() {
                                               IHVCertificateAuthentication::MallocCertificateAuthentication);
 }
 
+IHVConversionOptions& HVOptionRecords::Conversion() {
+    return Made<IHVConversionOptions>(conversion_, IHVConversionOptions::MallocConversionOptions);
+}
+
 std::shared_ptr<IHVDownloadOptions> HVOptionRecords::Bundle() const {
     bool const authentication = login_ || netrc_ || provider_ || certificate_ || !videoPassword_.empty();
     auto bundle = IHVDownloadOptions::MallocDownloadOptions();
@@ -47,6 +51,7 @@ std::shared_ptr<IHVDownloadOptions> HVOptionRecords::Bundle() const {
     bundle->SetNetworkOptions(network_);
     bundle->SetGeoRestrictionOptions(geo_);
     bundle->SetDownloadCookies(cookies_);
+    bundle->SetConversionOptions(conversion_);
     if (authentication) {
         auto options = IHVAuthenticationOptions::MallocAuthenticationOptions();
         options->SetGeneralAuthentication(login_);

@@ -5,8 +5,10 @@
 #include <Reelhaul/IHVAdobePassAuthentication.h>
 #include <Reelhaul/IHVAuthenticationOptions.h>
 #include <Reelhaul/IHVCertificateAuthentication.h>
+#include <Reelhaul/IHVConversionOptions.h>
 #include <Reelhaul/IHVDownloadCookies.h>
 #include <Reelhaul/IHVDownloadOptions.h>
+#include <Reelhaul/IHVError.h>
 #include <Reelhaul/IHVGeneralAuthentication.h>
 #include <Reelhaul/IHVGeneralOptions.h>
 #include <Reelhaul/IHVGeoRestrictionOptions.h>
@@ -29,6 +31,15 @@ public:
     IHVNetrcAuthentication& Netrc();
     IHVAdobePassAuthentication& Provider();
     IHVCertificateAuthentication& Certificate();
+    IHVConversionOptions& Conversion();
+    ///@{
+    /// Keeps why the latest option was refused; empty where it was not.
+    void Note(std::string fault) { fault_ = std::move(fault); }
+    void Note(IHVError const& outcome) {
+        Note(outcome.Succeed() ? std::string() : outcome.GetErrorMessage());
+    }
+    std::string const& Fault() const { return fault_; }
+    ///@}
     void SetVideoPassword(std::string const& password) { videoPassword_ = password; }
     void SetCookies(std::shared_ptr<IHVDownloadCookies> cookies) { cookies_ = std::move(cookies); }
 
@@ -45,6 +56,8 @@ private:
     std::shared_ptr<IHVCertificateAuthentication> certificate_;
     std::string videoPassword_;
     std::shared_ptr<IHVDownloadCookies> cookies_;
+    std::shared_ptr<IHVConversionOptions> conversion_;
+    std::string fault_;
 };
 
 } // namespace Halvorn

@@ -1,5 +1,6 @@
 #include "HVOptionTable.h"
 
+#include "HVConversionText.h"
 #include "HVOptionRecords.h"
 
 #include <array>
@@ -22,6 +23,7 @@ constexpr char const* kGeo = "Geo restriction";
 constexpr char const* kLogin = "Login";
 constexpr char const* kCookies = "Cookies";
 constexpr char const* kDownload = "Download";
+constexpr char const* kConversion = "Conversion";
 
 // Ways to log in.
 constexpr char const* kUser = "user name";
@@ -174,6 +176,59 @@ constexpr std::array kTable{
                 "IHVGeneralOptions::SetUsePartFile", "--no-part",
                 "Write into the file itself instead of a .part file",
                 [](Records& r, Value const& /*v*/) { r.General().SetUsePartFile(false); }},
+    HVOptionRow{kConversion, "--audio", "KIND", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetAudio", "--audio-format",
+                "Leave the sound alone: mp3, m4a, opus, flac, wav, or best for as it is; :QUALITY may follow",
+                [](Records& r, Value const& v) { r.Note(TakeAudio(r.Conversion(), v.text)); }},
+    HVOptionRow{kConversion, "--remux", "CONTAINER", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetContainer", "--remux-video",
+                "Put the file into mkv or mp4 without encoding it anew",
+                [](Records& r, Value const& v) { r.Note(*r.Conversion().SetContainer(v.text)); }},
+    HVOptionRow{kConversion, "--embed-thumbnail", "", Kind::Flag, 0, 0, true, "", "",
+                "IHVConversionOptions::SetEmbedThumbnail", "--embed-thumbnail",
+                "Put the picture into the file as its cover",
+                [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetEmbedThumbnail(true)); }},
+    HVOptionRow{kConversion, "--embed-metadata", "", Kind::Flag, 0, 0, true, "", "",
+                "IHVConversionOptions::SetEmbedMetadata", "--embed-metadata",
+                "Put title, uploader, date, description and chapters into the file",
+                [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetEmbedMetadata(true)); }},
+    HVOptionRow{kConversion, "--embed-chapters", "", Kind::Flag, 0, 0, true, "", "",
+                "IHVConversionOptions::SetEmbedChapters", "--embed-chapters",
+                "Put the chapters into the file",
+                [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetEmbedChapters(true)); }},
+    HVOptionRow{
+        kConversion, "--embed-subs", "", Kind::Flag, 0, 0, true, "", "",
+        "IHVConversionOptions::SetEmbedSubtitles", "--embed-subs",
+        "Put the subtitles of --subtitle into the file instead of beside it",
+        [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetEmbedSubtitles(true, false)); }},
+    HVOptionRow{kConversion, "--convert-subs", "TYPE", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSubtitleFormat", "--convert-subs",
+                "Convert the subtitles of --subtitle to srt, vtt or ass",
+                [](Records& r, Value const& v) { r.Note(*r.Conversion().SetSubtitleFormat(v.text)); }},
+    HVOptionRow{kConversion, "--sections", "PARTS", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSections", "--download-sections",
+                "Only these parts, such as 10-20,1:30-2:00 or 300-; a file for each",
+                [](Records& r, Value const& v) { r.Note(TakeSections(r.Conversion(), v.text)); }},
+    HVOptionRow{kConversion, "--split-chapters", "", Kind::Flag, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSplitChapters", "--split-chapters",
+                "A file for each chapter instead of the whole",
+                [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetSplitChapters(true)); }},
+    HVOptionRow{kConversion, "--force-keyframes-at-cuts", "", Kind::Flag, 0, 0, true, "", "",
+                "IHVConversionOptions::SetExactCuts", "--force-keyframes-at-cuts",
+                "Cut at the very moment, which takes long; else at key frames, some seconds early",
+                [](Records& r, Value const& /*v*/) { r.Note(*r.Conversion().SetExactCuts(true)); }},
+    HVOptionRow{kConversion, "--sponsorblock-remove", "CATEGORIES", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSponsorsRemoved", "--sponsorblock-remove",
+                "Cut out parts that users have reported, such as sponsor,intro or all; YouTube alone",
+                [](Records& r, Value const& v) { r.Note(*r.Conversion().SetSponsorsRemoved(v.text)); }},
+    HVOptionRow{kConversion, "--sponsorblock-mark", "CATEGORIES", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSponsorsMarked", "--sponsorblock-mark",
+                "Mark such parts as chapters",
+                [](Records& r, Value const& v) { r.Note(*r.Conversion().SetSponsorsMarked(v.text)); }},
+    HVOptionRow{kConversion, "--sponsorblock-api", "SERVER", Kind::Text, 0, 0, true, "", "",
+                "IHVConversionOptions::SetSponsorService", "--sponsorblock-api",
+                "Ask this service for such parts",
+                [](Records& r, Value const& v) { r.Note(*r.Conversion().SetSponsorService(v.text)); }},
 };
 
 } // namespace

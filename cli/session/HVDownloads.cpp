@@ -6,6 +6,8 @@
 #include "HVRequest.h"
 #include "HVSession.h"
 
+#include <Reelhaul/IHVConversionOptions.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <utility>
@@ -43,13 +45,13 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
 
 std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     auto const controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
+    controller->SetOptions(request_.options);
     controller->SetNameTemplate(request_.name);
     if (request_.skipExisting)
         if (std::string existing = controller->FindExistingFile(); !existing.empty())
             return existing;
     controller->SetArchive(request_.archive);
     controller->SetMetadataFiles(request_.metadata);
-    controller->SetOptions(request_.options);
     controller->SetJSRuntimePath(request_.jsRuntime);
     if (!request_.addOnly)
         AddRow(controller);
@@ -96,7 +98,9 @@ void HVDownloads::AddRow(std::shared_ptr<IHVDownloadController> const& controlle
     row.live = item->IsLiveStream();
     if (auto const format = item->GetCurrentDownloadFormat())
         row.format = format->FormatCode();
-    for (auto const& subtitle : item->ChosenSubtitles())
+    auto const conversion = request_.options->GetConversionOptions();
+    bool const beside = conversion == nullptr || conversion->GetKeepSubtitleFiles();
+    for (auto const& subtitle : beside ? item->ChosenSubtitles() : decltype(item->ChosenSubtitles())())
         row.subtitles.push_back(subtitle->GetLanguageCode());
     row.controller = controller;
     Listen(*controller, id);
@@ -226,6 +230,7 @@ void HVDownloads::Finished(Row const& row, int id) {
     auto const item = std::as_const(*row.controller).DownloadItem();
     auto const subtitles = item->DownloadedSubtitles();
     auto const metadata = item->DownloadedMetadata();
+    auto const files = item->DownloadedFiles();
     for (std::string const& language : row.subtitles) {
         if (HoldsLanguage(subtitles, language))
             continue;
@@ -235,6 +240,8 @@ void HVDownloads::Finished(Row const& row, int id) {
     }
     if (request_.json) {
         std::vector<HVJsonField> fields{{"id", id + 1}, {"path", path}};
+        if (files.size() > 1)
+            fields.emplace_back("files", files);
         if (!subtitles.empty())
             fields.emplace_back("subtitles", subtitles);
         if (!metadata.empty())
@@ -242,9 +249,8 @@ void HVDownloads::Finished(Row const& row, int id) {
         session_.Console().Out(EventLine("finished", fields));
         return;
     }
-    session_.Console().Out(path);
-    for (auto const* const beside : {&subtitles, &metadata})
-        for (std::string const& file : *beside)
+    for (auto const* const list : {&files, &subtitles, &metadata})
+        for (std::string const& file : *list)
             session_.Console().Out(file);
 }
 
@@ -257,6 +263,7 @@ void HVDownloads::EndRow(Row& row, int id) {
 
 std::string HVDownloads::Discard(std::shared_ptr<IHVDownloadItem> const& item) {
     auto const controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
+    controller->SetOptions(request_.options); // a conversion has data of its own
     std::uint64_t const bytes = controller->PartialBytes();
     std::string const& title = item->GetFileName();
     if (!controller->DiscardPartial())

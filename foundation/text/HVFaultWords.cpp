@@ -54,6 +54,7 @@ constexpr Words kFaultWords[] = {
     {"ffmpeg could not be found", kTool, HVErrorKindFfmpegMissing},
     {"ffmpeg is not installed", kTool, HVErrorKindFfmpegMissing},
     {"pycryptodomex not found", kTool, HVErrorKindRuntimeMissing},
+    {"mutagen was not found", kTool, HVErrorKindRuntimeMissing},
     {"postprocessing:", kTool, HVErrorKindConversionFailed},
     {"audio conversion failed", kTool, HVErrorKindConversionFailed},
     // What sites say, and the tool for them

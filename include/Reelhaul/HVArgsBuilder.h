@@ -69,7 +69,9 @@ public:
 
     /// Downloads the item in its current format to the path `output`. Without a current format the list
     /// breaks off before the format, without address and output; empty for no item, and for an item that has
-    /// neither an address nor a playlist with one.
+    /// neither an address nor a playlist with one. With a conversion (IHVConversionOptions) the tool is told
+    /// `output` with the extension that the file comes to, and appends to the path with the extension "files"
+    /// a line of JSON for each file that it has made.
     std::vector<std::string> BuildDownloadItemArgs(IHVDownloadItem const* item,
                                                    std::string const& output) const;
     /// Downloads a live stream, without any options. Empty when the item is none or has no address.

@@ -161,6 +161,9 @@ public:
     std::vector<std::string> DownloadedSubtitles() const;
     /// The same of the metadata that was asked for: see IHVDownloadController::SetMetadataFiles.
     std::vector<std::string> DownloadedMetadata() const;
+    /// Paths of all files that the last finished download placed: one, or several where a conversion makes
+    /// them (parts, chapters), in their order; GetDownloadFile is the first. From any thread at any time.
+    std::vector<std::string> DownloadedFiles() const;
     /// What else the tool's document says: who it is on its site, uploader, date, chapters. Never empty; its
     /// values stay as they are, but a later SetPlayList makes others.
     std::shared_ptr<HVItemDetails const> Details() const;

@@ -1,6 +1,6 @@
 #pragma once
 /// \class Halvorn::IHVDownloadOptions
-/// The bundle of everything that a run of the tool can be told: five records, any of which may be absent.
+/// The bundle of everything that a run of the tool can be told: records, any of which may be absent.
 ///
 /// **Without network options, and without a bundle, the certificates of https sites are not checked**, just
 /// as with network options that don't ask for it: see IHVNetworkOptions. Each other record that is absent
@@ -17,6 +17,7 @@
 namespace Halvorn {
 
 class IHVAuthenticationOptions;
+class IHVConversionOptions;
 class IHVDownloadCookies;
 class IHVGeneralOptions;
 class IHVGeoRestrictionOptions;
@@ -44,6 +45,13 @@ public:
     /// A bundle with copies of all records that are there. **The copy does not check certificates** until its
     /// network options are told to, even where this one does: see IHVNetworkOptions::Clone.
     virtual std::shared_ptr<IHVDownloadOptions> Clone() const = 0;
+
+    ///@{
+    /// What a download is converted to, a sixth record, shared with the caller; Clone copies it as well. It
+    /// plays no part in an analysis. A bundle of another implementation has none and stores none.
+    void SetConversionOptions(std::shared_ptr<IHVConversionOptions> options);
+    std::shared_ptr<IHVConversionOptions const> GetConversionOptions() const;
+    ///@}
 
 protected:
     ~IHVDownloadOptions() = default;

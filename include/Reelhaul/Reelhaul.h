@@ -33,6 +33,7 @@
 #include "IHVBrowserState.h"
 #include "IHVCallbackDispatcher.h"
 #include "IHVCertificateAuthentication.h"
+#include "IHVConversionOptions.h"
 #include "IHVCookieMessage.h"
 #include "IHVCookieStock.h"
 #include "IHVDownloadArchive.h"

@@ -1,3 +1,4 @@
+#include "IHVConversionOptions.h"
 #include "IHVKeptQueue.h"
 
 #include "Child.h"
@@ -96,6 +97,18 @@ std::shared_ptr<IHVDownloadOptions> FullOptions() {
     auto const cookies = IHVDownloadCookies::MallocDownloadCookies(HVDownloadBrowserVivaldi);
     cookies->SetBrowserStore({"profile", "container", "basictext"});
     options->SetDownloadCookies(cookies);
+    auto const conversion = IHVConversionOptions::MallocConversionOptions();
+    conversion->SetContainer("mkv");
+    conversion->SetEmbedThumbnail(true);
+    conversion->SetEmbedMetadata(true);
+    conversion->SetEmbedSubtitles(true, true);
+    conversion->SetSubtitleFormat("srt");
+    conversion->SetSplitChapters(true);
+    conversion->SetExactCuts(true);
+    conversion->SetSponsorsRemoved("intro");
+    conversion->SetSponsorsMarked("all,-intro");
+    conversion->SetSponsorService("https://sponsors.example");
+    options->SetConversionOptions(conversion);
     return options;
 }
 
@@ -162,6 +175,7 @@ TEST_F(KeptQueue, ARowComesBackSoThatItsDownloadIsTheSame) {
     EXPECT_EQ(again->DownloadItem()->GetCurrentDownloadFormat()->Description(), description);
     EXPECT_EQ(again->DownloadItem()->Details()->id, details.id);
     EXPECT_TRUE(again->GetOptions()->GetNetworkOptions()->GetCheckCertificates());
+    EXPECT_EQ(again->GetOptions()->GetConversionOptions()->GetSponsorService(), "https://sponsors.example");
     auto const lacking = kept->Controllers()->GetController(1);
     EXPECT_EQ(KeptNeedText(kept->Needs(lacking)),
               "a login, the video's password, its cookies file, which is gone, the proxy's password");

@@ -34,6 +34,7 @@ class Examples(ServerTest):
                 ("choose", [page("subtitles"), out, 400, "fr"], 0, ["/Subtitles.mp4"], ["Subtitles.fr.vtt", "Subtitles.mp4"]),
                 ("choose", [page("combined"), out, 40], 1, ["Combined has no format"], []),
                 ("choose", [page("combined?media.status=404"), out, 400], 1, ["HTTP Error 404"], []),
+                ("convert", [page("convert"), out], 0, ["/Convert.mp3"], ["Convert.mp3"]),
                 ("queue", [out, *(page("combined?title=" + title) for title in "abc")], 0, ["a: 100 %", "/c.mp4"],
                  ["a.mp4", "b.mp4", "c.mp4"]),
                 ("queue", [out, page("combined?media.status=404"), page("combined")], 1, ["HTTP Error 404", "/Combined.mp4"],

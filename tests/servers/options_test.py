@@ -14,24 +14,28 @@ NUMBERS, SECRETS, PATHS = ("SECONDS", "COUNT", "RATE", "SIZE"), ("TEXT", "CODE")
 # Writes its arguments down, analyses, and can't download.
 FAKE = """#!/bin/sh
 printf "%s\\n" "$@" >> "$0.started"
-case " $*" in *" -J "*) echo '{"formats": [{"format_id": "1", "ext": "mp4"}]}' ;; *) exit 1 ;; esac
+case " $*" in *" -J "*) echo '{"formats": [{"format_id": "1", "ext": "mp4"}], "automatic_captions": {"en": [{"ext": "vtt"}]}}' ;; *) exit 1 ;; esac
 """
 
 
 SAMPLES = {"URL": "socks5://me:a@b@h:1080/", "SECONDS": "7", "IP": "127.0.0.1", "VALUE": "never", "NAME": "firefox",
-           "TEXT": "-s", "AGENT": "Me 1", "ADDRESS": "http://h/", "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2048K", "COUNT": "3", "SIZE": "65536"}
+           "TEXT": "-s", "AGENT": "Me 1", "ADDRESS": "http://h/", "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2048K", "COUNT": "3", "SIZE": "65536",
+           "KIND": "mp3", "CONTAINER": "mkv", "TYPE": "srt", "PARTS": "0:05-7.5", "CATEGORIES": "sponsor,-intro", "SERVER": "http://h"}
+WORDS = ("KIND", "CONTAINER", "TYPE", "PARTS", "CATEGORIES", "SERVER")  # of which few have a meaning
 
 
 def kind(name, value):
     return "browser" if name == "--cookies-from-browser" else "proxy" if value == "URL" else \
-        "number" if value in NUMBERS else "secret" if value in SECRETS else "path" if value in PATHS else "text"
+        "number" if value in NUMBERS else "secret" if value in SECRETS else "path" if value in PATHS else \
+        "word" if value in WORDS else "text"
 
 
 class FakeTool:
     def setUp(self):
         super().setUp()
         self.write("tools/yt-dlp", FAKE, 0o700)
-        self.write("tools/ffmpeg", FAKE, 0o700)
+        for name in ("ffmpeg", "ffprobe"):
+            self.write(f"tools/{name}", FAKE, 0o700)
 
     def started(self):
         """The arguments of the tool's runs since the last look."""
@@ -80,13 +84,14 @@ class ValuesTest(FakeTool, ServerTest):
             with self.subTest(name):
                 sample = str(file) if value in PATHS else SAMPLES.get(value, "")
                 self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools",
-                                 *self.beside(name), f"{name}={sample}" if sample else name)
+                                 *(("--subtitle", "en") if name.endswith("-subs") else ()), *self.beside(name),
+                                 f"{name}={sample}" if sample else name)
                 started = self.started()
                 for argument in re.findall("`(.*?)`", arguments):
                     if name == "--tool-config":
                         self.assertNotIn(argument, started)
-                    elif sample:  # of a provider's id without the blanks, which the tool does not know; a rate in bytes
-                        wanted = HEADERS.get(name, "") + {"ID": "com130-02", "RATE": "2097152"}.get(value, sample)
+                    elif sample:  # of a provider's id without the blanks, which the tool does not know; a rate in bytes; seconds
+                        wanted = HEADERS.get(name, "") + {"ID": "com130-02", "RATE": "2097152", "PARTS": "*5-7.500"}.get(value, sample)
                         self.assertEqual(started[started.index(argument) + 1], wanted)
                     else:
                         self.assertIn(argument, started)
@@ -154,7 +159,7 @@ class WordsTest(FakeTool, CommandTest):
                 "automatic_captions": {language: [{"ext": "vtt", "url": "http://127.0.0.1:1/c", "name": f"N{number}"}]
                                        for number, language in enumerate(languages)}}
         item = self.write("item.json", self.tool(self.write("site.json", json.dumps(site)), "-J"))
-        self.write("tools/yt-dlp", FAKE.replace("echo '{\"formats\": [{\"format_id\": \"1\", \"ext\": \"mp4\"}]}'", f"cat {item}"), 0o700)
+        self.write("tools/yt-dlp", re.sub("echo '.*?'", f"cat {item}", FAKE), 0o700)
 
         def argument(name, *choice):
             self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools", *choice)

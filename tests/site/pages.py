@@ -126,6 +126,12 @@ WATCH = {
     "details": lambda s: item("Details", [s.combined()], uploader="A person", upload_date="20260131", description="Two\nlines",
                               chapters=[{"start_time": 0, "end_time": 2.5, "title": "Beginning"},
                                         {"start_time": 2.5, "end_time": 8, "title": "End"}]),
+    # The tool asks the service for sponsored parts only about one extractor's items.
+    "convert": lambda s: item("Convert", [s.opus(), s.audio("en"), s.combined("combined.webm"), s.combined(), s.video("640", "mp4")],
+                              extractor_key="Youtube", uploader="A person", upload_date="20260131", description="Words; and = more",
+                              thumbnails=s.thumbnails(), automatic_captions=s.captions(), chapters=[
+                                  {"start_time": 0, "end_time": 3, "title": "../../up \"%(id)s\" \u202e" + "長" * 30},
+                                  {"start_time": 3, "end_time": 8, "title": "End; = last"}]),
     "dubbed": lambda s: item("Dubbed", [s.video("640", "mp4"), s.video("320", "mp4"), s.combined(language="de"), *(
         {**s.audio("en"), "format_id": f"audio-{code}", "language": code, "language_preference": 10 if code == "de" else -1}
         for code in ("ar", "en-US", "fr")), {**s.audio("fr"), "format_id": "audio-de", "language": "de", "language_preference": 10},
@@ -202,6 +208,11 @@ def describe(site, path):
         return {"_type": "playlist", "id": name, "title": f"List {name}", "description": f"The list named {name}.",
                 "entries": LISTS[name](site)}
     return None
+
+
+def sponsored(name):
+    """What the service for sponsored parts knows of an item."""
+    return [{"videoID": name, "segments": [{"segment": [4, 6], "category": "sponsor", "actionType": "skip", "videoDuration": 8}]}]
 
 
 def caption(language, extension):

@@ -180,6 +180,8 @@ class Handler(BaseHTTPRequestHandler):
             links = [f"watch/{name}" for name in pages.WATCH] + [f"list/{name}" for name in pages.LISTS]
             links += [f"html/{name}" for name in pages.HTML]
             self.text(page.format("".join(f'<p><a href="/{link}">{site.url(link)}</a>' for link in links)), "text/html")
+        elif path.startswith("api/skipSegments/"):
+            self.text(json.dumps(pages.sponsored("convert")), "application/json")
         elif room == "api":
             self.describe(pages.describe(site, name.removesuffix(".json")))
         elif room in ("watch", "list"):

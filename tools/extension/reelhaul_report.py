@@ -169,6 +169,39 @@ def share_done(path, duration, bytes_in):
     return min(1.0, int(values.get("total_size", 0)) / max(1, bytes_in))
 
 
+# ---- what is made of a file ----
+
+
+def lacks_module(tool, info):
+    """Whether the tool, after the download, would find that it can't put the cover into such a file."""
+    from yt_dlp.dependencies import mutagen
+
+    steps = {type(one).__name__ for one in tool._pps["post_process"]}
+    kind = tool.params.get("final_ext") or ((info.get("acodec") or "").split(".")[0] if "FFmpegExtractAudioPP" in steps else "")
+    return not mutagen and "EmbedThumbnailPP" in steps and bool(info.get("thumbnails")) and \
+        kind in ("ogg", "opus", "flac", "vorbis")
+
+
+def unfinished(path):
+    """Under which name ffmpeg writes; the file's own where what a killed run leaves is not gone on with."""
+    stem, extension = os.path.splitext(path)
+    return f"{stem}.unfinished{extension}" if os.path.exists(os.path.join(os.path.dirname(path), ".resume")) else path
+
+
+def install_cover():
+    from yt_dlp.postprocessor.ffmpeg import FFmpegPostProcessor
+
+    find = FFmpegPostProcessor.get_stream_number
+
+    def get_stream_number(self, path, keys, value):
+        """The chapters of an mp4 are a stream that no copy takes along: counted, it leaves the cover a film of one picture."""
+        number, count = find(self, path, keys, value)
+        streams = self.get_metadata_object(path)["streams"]
+        return number, count - sum(one.get("codec_type") == "data" for one in streams)
+
+    FFmpegPostProcessor.get_stream_number = get_stream_number
+
+
 def install_progress():
     from yt_dlp import YoutubeDL
     from yt_dlp.downloader.external import FFmpegFD
@@ -184,6 +217,11 @@ def install_progress():
                 if progress.hook not in self._progress_hooks:
                     self.add_progress_hook(progress.hook)
                 progress.plan(info)
+            with contextlib.suppress(ImportError, AttributeError, KeyError):
+                if lacks_module(self, info):
+                    return self.report_error("the module mutagen was not found, without which Python can't put a cover into "
+                                             "opus, ogg or flac: install it (python3 -m pip install mutagen), choose mp3 or "
+                                             "m4a, or leave the thumbnail out")
         return process(self, info, *arguments, **more)
 
     def dl(self, name, info, subtitle=False, test=False):
@@ -198,6 +236,7 @@ def install_progress():
             return convert(self, inputs, outputs, *arguments, **more)
         name, last = self.pp_key(), outputs[-1]
         path = f"{last[0]}.progress"
+        made = unfinished(last[0])
 
         def run():
             words = convert(self, inputs, outputs, *arguments, **more)
@@ -205,9 +244,11 @@ def install_progress():
             lost = [line for line in (words or "").splitlines() if line.startswith(("Error writing trailer", "Error closing file"))]
             if lost:
                 raise FFmpegPostProcessorError(lost[0])
+            if made != last[0]:
+                os.replace(made, last[0])
             return words
 
-        outputs[-1] = last[0], [*last[1], "-progress", f"file:{path}"]
+        outputs[-1] = made, [*last[1], "-progress", f"file:{path}"]
         size = sum(os.path.getsize(one) for one, _ in inputs if one and os.path.isfile(one))
         progress.step(name, 0)
         try:
@@ -255,6 +296,6 @@ def install_errors():
 
 
 # A tool that is built otherwise some day goes on in its own way.
-for install in (install_errors, install_progress):
+for install in (install_errors, install_progress, install_cover):
     with contextlib.suppress(ImportError, AttributeError):
         install()
