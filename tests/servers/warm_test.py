@@ -1,6 +1,5 @@
 """The warm tool: a run out of it answers as a run of its own does, and is one to the system."""
 
-import glob
 import hashlib
 import json
 import os
@@ -358,9 +357,11 @@ class CommandTest(ServerTest):
     def test_it_keeps_the_tool_warm_unless_that_is_forbidden(self):
         for cold in ([], ["--cold"]):
             with self.subTest(cold):
-                command = subprocess.Popen([COMMAND, "get", "--quiet", *cold, "-o", self.folder / "out", self.page("slow")],
+                out = self.folder / f"out{len(cold)}"
+                command = subprocess.Popen([COMMAND, "get", "--quiet", *cold, "-o", out, self.page("slow")],
                                            env=self.environment_of_command(), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-                while not glob.glob(f"{self.temporary}/*/*.mp4.part") and command.poll() is None:
+                # Beside the files, in a hidden folder.
+                while not any(name.endswith(".mp4.part") for _, _, names in os.walk(out) for name in names) and command.poll() is None:
                     time.sleep(0.01)
                 self.assertIsNone(command.poll())
                 tools = [line for line in self.processes() if "yt-dlp" in line]
