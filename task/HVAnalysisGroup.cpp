@@ -145,9 +145,10 @@ void HVAnalysisGroupState::Drop() {
     {
         std::lock_guard const lock(mutex_);
         std::erase_if(rows_, [&waiting](Row& row) {
-            if (!row.begun)
+            bool const taken = !row.begun;
+            if (taken)
                 waiting.push_back(std::move(row));
-            return !row.begun;
+            return taken;
         });
     }
     for (Row const& row : waiting)

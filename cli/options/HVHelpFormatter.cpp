@@ -118,6 +118,7 @@ std::string HVHelpFormatter::make_help(CLI::App const* app, std::string name, CL
     Options options = app->get_options(
         [](CLI::Option const* option) { return option->nonpositional() && !option->get_group().empty(); });
     std::vector<std::pair<std::string, Options>> groups;
+    groups.reserve(kGroups.size());
     for (std::string_view const group : kGroups)
         groups.emplace_back(group, Options());
     groups.front().second = TakeMostUsed(options);
