@@ -121,7 +121,10 @@ bool HVDownloadTaskDownload::WaitToRetry(IHVError const& failure, int retry) {
 
 bool HVDownloadTaskDownload::WaitForTurn() {
     // A stop may fall between the look at the clock and the wait, and another row may be quicker.
-    for (double wait = pacer_ == nullptr ? 0 : pacer_->Claim(); wait > 0; wait = pacer_->Claim()) {
+    while (pacer_ != nullptr) {
+        double const wait = pacer_->Claim();
+        if (wait <= 0)
+            break;
         TrackPhase(HVDownloadPhaseWaiting);
         if (!Sleep(std::min(wait, kLongestNap)))
             return false;
