@@ -21,6 +21,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     auto const item = analysis.items.front();
+    HVFormatWish sound;
+    sound.audioOnly = true; // where the site has the sound apart, no picture need be fetched
+    if (auto const format = item->BestFormat(sound))
+        item->ChooseFormat(format);
     auto const controller = IHVDownloadController::MallocDownloadController(item, argv[2]);
     //! [conversion]
     auto const conversion = IHVConversionOptions::MallocConversionOptions();

@@ -34,8 +34,10 @@ class Describer {
 public:
     HVCommandDescription Describe(CLI::App const& app, std::string const& path) {
         HVCommandDescription command{path, app.get_name(), app.get_description(), {}, {}};
+        // What has no group is not shown to people, though it is understood.
         for (CLI::Option const* const option : app.get_options())
-            command.options.push_back(Describe(*option));
+            if (!option->get_group().empty())
+                command.options.push_back(Describe(*option));
         for (CLI::App const* const inner : app.get_subcommands({}))
             if (!inner->get_group().empty())
                 command.commands.push_back(

@@ -31,7 +31,7 @@ def output(*command):
 def helps(path=()):
     """Each command's options, by its path."""
     text = output(PREFIX / 'bin/reelhaul', *path, '--help')
-    found = {' '.join(path): {name for line in re.findall(r'^  (-\S+)', text, re.M) for name in line.split(',')}}
+    found = {' '.join(path): {name for line in re.findall(r'^  (-[^\s,]+(?:, ?--[^\s,]+)?)', text, re.M) for name in re.split(', ?', line)}}
     for name in re.findall(r'^  (\w+)', text.partition('Subcommands:')[2].partition('Examples')[0], re.M):
         found.update(helps((*path, name)))
     return found

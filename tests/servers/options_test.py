@@ -21,6 +21,9 @@ case " $*" in *" -J "*) echo '{"formats": [{"format_id": "1", "ext": "mp4"}], "a
 SAMPLES = {"URL": "socks5://me:a@b@h:1080/", "SECONDS": "7", "IP": "127.0.0.1", "VALUE": "never", "NAME": "firefox",
            "TEXT": "-s", "AGENT": "Me 1", "ADDRESS": "http://h/", "CODE": "123", "COMMAND": "true", "ID": "com130 - 02", "RATE": "2048K", "COUNT": "3", "SIZE": "65536",
            "KIND": "mp3", "CONTAINER": "mkv", "TYPE": "srt", "PARTS": "0:05-7.5", "CATEGORIES": "sponsor,-intro", "SERVER": "http://h"}
+# What an option has no effect without.
+WITH = {"--embed-subs": ("--subtitle", "en"), "--convert-subs": ("--subtitle", "en"), "--force-keyframes-at-cuts": ("--split-chapters",),
+        "--sponsorblock-api": ("--sponsorblock-mark", "all")}
 WORDS = ("KIND", "CONTAINER", "TYPE", "PARTS", "CATEGORIES", "SERVER")  # of which few have a meaning
 
 
@@ -84,7 +87,7 @@ class ValuesTest(FakeTool, ServerTest):
             with self.subTest(name):
                 sample = str(file) if value in PATHS else SAMPLES.get(value, "")
                 self.run_command("get", "http://127.0.0.1:1/", "-o", self.folder, "--tool", self.folder / "tools",
-                                 *(("--subtitle", "en") if name.endswith("-subs") else ()), *self.beside(name),
+                                 *WITH.get(name, ()), *self.beside(name),
                                  f"{name}={sample}" if sample else name)
                 started = self.started()
                 for argument in re.findall("`(.*?)`", arguments):
