@@ -20,7 +20,7 @@ class QueueTest(ServerTest):
         return [(row["row"], row["state"]) for row in self.rows()]
 
     def test_outlives_its_processes_and_belongs_to_one_of_them(self):
-        slow = self.page("combined?media.rate=300000")
+        slow = self.page("combined?media.rate=80000")
         self.queue("add", slow, self.page("combined?title=B"), self.page("combined?title=C"), "-o", "out",
                    "--format", "combined320-mp4", "--user-agent", "Agent/7")
         self.queue("pause", "2")
@@ -31,7 +31,7 @@ class QueueTest(ServerTest):
                                   env=self.environment_of_command(), text=True, stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE) as process:
                 for event in map(json.loads, process.stdout):
-                    if event["event"] == "progress" and event["bytes"] > 100_000:
+                    if event["event"] == "progress" and event["bytes"] > 30_000:
                         break
                 self.assertEqual(self.states(), [(1, "running"), *waiting[1:]])
                 for arguments in (("start",), ("add", slow), ("remove", "1")):
