@@ -239,7 +239,13 @@ def install_progress():
         made = unfinished(last[0])
 
         def run():
-            words = convert(self, inputs, outputs, *arguments, **more)
+            try:
+                words = convert(self, inputs, outputs, *arguments, **more)
+            except FFmpegPostProcessorError:
+                # Its last words, which are all that is kept, may tell of the failure without its cause.
+                if os.statvfs(os.path.dirname(made) or ".").f_bavail < 4:
+                    raise FFmpegPostProcessorError("No space left on device") from None
+                raise
             # On a full disk ffmpeg may end with 0 and half a file, which the tool would take for the whole.
             lost = [line for line in (words or "").splitlines() if line.startswith(("Error writing trailer", "Error closing file"))]
             if lost:
