@@ -73,7 +73,8 @@ int HVQueueWriter::Flush(unsigned int milliseconds) {
     std::unique_lock lock(mutex_);
     // What is written at this moment may lack the latest changes.
     std::uint64_t const enough = attempts_ + (writing_ ? 2 : 1);
-    wanted_ = wanted_ || !waiting_.empty();
+    // A write that is under way may fail, and then what it held waits again.
+    wanted_ = wanted_ || writing_ || !waiting_.empty();
     changed_.notify_all();
     auto const over = [&] {
         return (waiting_.empty() && !writing_) || (failure_ != nullptr && attempts_ >= enough) || closing_;
