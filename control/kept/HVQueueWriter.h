@@ -51,7 +51,7 @@ private:
     std::shared_ptr<IHVError const> failure_;
     std::uint64_t attempts_ = 0; ///< transactions so far
     bool writing_ = false;
-    bool wanted_ = false; ///< there is something new to write, or somebody waits for another try
+    bool wanted_ = false; ///< there is something new to write, or a flush asks for another try
     bool keepStates_ = false;
     bool closing_ = false;
 };

@@ -43,7 +43,7 @@ struct HVKeptQueueSettings {
     std::string jsRuntimePath;
 };
 
-/// A row as it stands in the file, for whoever only looks; plain values, texts as they came from the site.
+/// A row as it stands in the file, as ReadRows gives it; plain values, texts as they came from the site.
 struct HVKeptRow {
     std::int64_t number = 0;                     ///< IHVKeptQueue::Number
     HVDownloadState state = HVDownloadStateIdle; ///< Downloading also for one whose process was killed
