@@ -178,7 +178,7 @@ constexpr std::array kTable{
                 [](Records& r, Value const& /*v*/) { r.General().SetUsePartFile(false); }},
     HVOptionRow{kConversion, "--audio", "KIND", Kind::Text, 0, 0, true, "", "",
                 "IHVConversionOptions::SetAudio", "--audio-format",
-                "Leave the sound alone: mp3, m4a, opus, flac, wav, or best for as it is; :QUALITY may follow",
+                "Only the sound: mp3, m4a, opus, flac, wav, or best for as it is; :QUALITY may follow",
                 [](Records& r, Value const& v) { r.Note(TakeAudio(r.Conversion(), v.text)); }},
     HVOptionRow{kConversion, "--remux", "CONTAINER", Kind::Text, 0, 0, true, "", "",
                 "IHVConversionOptions::SetContainer", "--remux-video",

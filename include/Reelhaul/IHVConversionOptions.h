@@ -39,7 +39,7 @@ public:
     /// A record that asks for nothing.
     static std::shared_ptr<IHVConversionOptions> MallocConversionOptions();
 
-    /// Leaves the sound alone: as "mp3", "m4a", "opus", "flac", "wav", or "best" for the sound as it is, in a
+    /// Keeps the sound only: as "mp3", "m4a", "opus", "flac", "wav", or "best" for the sound as it is, in a
     /// file of its own kind; empty for the picture as well. Of a format with a picture only the sound is
     /// fetched where the site has it apart. `quality` is 0 (best) to 10, or kbit/s above that; it counts
     /// where the sound has to be encoded anew. "opus" takes kbit/s alone, "best", "flac" and "wav" nothing.
