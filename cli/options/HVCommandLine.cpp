@@ -9,6 +9,7 @@
 #include "HVOptionChecks.h"
 #include "HVOptionDocument.h"
 #include "HVOptionTable.h"
+#include "HVParserFaults.h"
 #include "HVProvidersCommand.h"
 #include "HVQueueCommand.h"
 #include "HVRunningCookies.h"
@@ -45,48 +46,6 @@ std::string TakeRuns(char const* option, std::string const& text, int& runs) {
                text + "\"";
     runs = text.empty() ? runs : *number;
     return {};
-}
-
-/// The command that the arguments reached, the innermost one.
-CLI::App const& Reached(CLI::App const& app) {
-    auto const inner = app.get_subcommands();
-    return inner.empty() ? app : Reached(*inner.front());
-}
-
-/// The first argument that looks like an option and is none.
-std::string UnknownOption(CLI::App const& app) {
-    for (std::string const& rest : app.remaining(true))
-        if (rest.starts_with('-'))
-            return "there is no option " + rest.substr(0, rest.find('='));
-    return {};
-}
-
-/// The parser takes "--output=" for "--output", and the next argument for its value.
-std::string EmptyValue(CLI::App const& command, int count, char const* const* arguments) {
-    for (int i = 1; i < count && std::string_view(arguments[i]) != "--"; ++i) {
-        std::string const argument = arguments[i];
-        if (!argument.starts_with("--") || argument.find('=') != argument.size() - 1)
-            continue;
-        std::string const name = argument.substr(0, argument.size() - 1);
-        auto const* const option = command.get_option_no_throw(name);
-        if (option != nullptr && option->get_items_expected_max() > 0)
-            return name + ": the value is empty";
-    }
-    return {};
-}
-
-/// What the parser complains about, where its own words mean little to a user.
-std::string ParserFault(CLI::ParseError const& event, CLI::App const& app) {
-    std::string fault = event.what();
-    constexpr std::string_view kOverride = " was given a disallowed flag override";
-    if (fault.ends_with(kOverride))
-        return "--" + fault.substr(0, fault.size() - kOverride.size()) + " takes no value";
-    auto const kind = static_cast<CLI::ExitCodes>(event.get_exit_code());
-    if (kind == CLI::ExitCodes::ArgumentMismatch)
-        return fault.substr(0, fault.find(':')) + ": the value is missing";
-    if (auto const rest = app.remaining(true); kind == CLI::ExitCodes::ExtrasError && !rest.empty())
-        return "\"" + rest.front() + "\" is one argument too many";
-    return fault;
 }
 
 } // namespace
@@ -334,7 +293,7 @@ std::string HVCommandLine::Read(int count, char const* const* arguments, int& st
     try {
         app_->parse(count, arguments);
         status = HVExitUsage;
-        std::string fault = EmptyValue(Reached(*app_), count, arguments);
+        std::string fault = EmptyValueFault(*app_, count, arguments);
         return fault.empty() ? Complete() : fault;
     } catch (CLI::ParseError const& event) {
         status = event.get_exit_code() == 0 ? HVExitDone : HVExitUsage;
@@ -344,11 +303,7 @@ std::string HVCommandLine::Read(int count, char const* const* arguments, int& st
             return app_->help();
         if (count > 1 && arguments[1][0] != '-' && app_->get_subcommands().empty())
             return "there is no command \"" + std::string(arguments[1]) + "\"";
-        // More to the point than what the parser missed because of them.
-        for (std::string fault : {UnknownOption(*app_), EmptyValue(Reached(*app_), count, arguments)})
-            if (!fault.empty())
-                return fault;
-        return ParserFault(event, *app_);
+        return ParserFault(event, *app_, count, arguments);
     }
 }
 
