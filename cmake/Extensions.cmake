@@ -17,6 +17,7 @@ char const @symbol@[] = R\"PY(@text@)PY\";
 endfunction()
 add_extension_text(reelhaul_cookies.py HVCookiesGuardText)
 add_extension_text(reelhaul_keep.py HVToolKeepText)
+add_extension_text(reelhaul_rate.py HVToolRateText)
 add_extension_text(reelhaul_report.py HVToolReportText)
 add_extension_text(reelhaul_warm.py HVWarmToolText)
 add_extension_text(_reelhaul_link.py HVWarmToolLinkText)

@@ -30,6 +30,7 @@ class HVDownloadControllers;
 class HVDownloadRun;
 class HVDownloadTaskDownload;
 class HVStartPacer;
+class HVTotalRate;
 class IHVDownloadArchive;
 class HVRowKeeper;
 struct HVRowState;
@@ -103,6 +104,7 @@ public:
     }
     bool RemovePartialData();
     void SetPacerOfRuns(std::shared_ptr<HVStartPacer> pacer) { Set(pacer_, std::move(pacer)); }
+    void SetTotalRateOfRuns(std::shared_ptr<HVTotalRate> rate) { Set(totalRate_, std::move(rate)); }
     void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
     void SetMetadata(HVMetadataFiles const& files) { Set(metadata_, files); }
     /// See IHVDownloadController::FindExistingFile.
@@ -206,6 +208,7 @@ private:
     HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
     std::shared_ptr<HVStartPacer> pacer_;
+    std::shared_ptr<HVTotalRate> totalRate_;
     std::string jsRuntimePath_;
     std::string progressText_;
     HVDownloadProgress progress_;

@@ -10,6 +10,7 @@
 #include "HVQueueKeeper.h"
 #include "HVStartPacer.h"
 #include "HVSubfolder.h"
+#include "HVTotalRate.h"
 #include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
@@ -31,6 +32,7 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
                 keeper->FileIsWhole(path, folder);
             });
         download->SetPacer(Get(pacer_));
+        download->SetTotalRate(Get(totalRate_));
     }
     if (auto options = Get(options_))
         task.SetOptions(std::move(options));

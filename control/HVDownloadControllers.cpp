@@ -22,6 +22,7 @@ HVDownloadState HVDownloadControllers::Row::State() const {
 }
 
 void HVDownloadControllers::SetConcurrentDownload(int count) {
+    totalRate_->SetRuns(count);
     std::lock_guard const lock(mutex_);
     concurrentDownload_ = count;
 }
@@ -56,6 +57,7 @@ void HVDownloadControllers::InsertController(Controllers controllers, int index)
             continue;
         row.own->AddOwner(*this);
         row.own->SetPacerOfRuns(pacer_);
+        row.own->SetTotalRateOfRuns(totalRate_);
         if (resume_.has_value())
             row.own->SetResume(*resume_);
         if (nameTemplate_.has_value())

@@ -14,6 +14,7 @@
 
 #include "HVDownloadController.h"
 #include "HVStartPacer.h"
+#include "HVTotalRate.h"
 #include "IHVDownloadControllers.h"
 
 #include <cstdint>
@@ -83,6 +84,7 @@ public:
     void SetNameOfRows(std::string const& text);
     void SetMetadataOfRows(HVMetadataFiles const& files);
     HVStartPacer& Pacer() { return *pacer_; }
+    HVTotalRate& TotalRate() { return *totalRate_; }
     void SetArchiveOfRows(std::shared_ptr<IHVDownloadArchive> const& archive);
     /// Has rows that are added from here on, and what becomes of them, stored.
     void SetKeeper(std::unique_ptr<HVQueueKeeper> keeper);
@@ -126,6 +128,7 @@ private:
     std::optional<std::shared_ptr<IHVDownloadArchive>> archive_;
     std::unique_ptr<HVQueueKeeper> keeper_; // of a kept queue
     std::shared_ptr<HVStartPacer> const pacer_ = std::make_shared<HVStartPacer>();
+    std::shared_ptr<HVTotalRate> const totalRate_ = std::make_shared<HVTotalRate>();
 };
 
 } // namespace Halvorn

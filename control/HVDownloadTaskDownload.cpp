@@ -135,6 +135,7 @@ HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> c
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args.empty() ? args : whole);
     run.SetJSRuntimePath(GetJSRuntimePath());
     run.SetOptions(GetMutableOptions().get());
+    run.SetTotalRate(totalRate_.get());
     // The run may be left before the child's end: the handler keeps the task.
     run.SetOutputHandler([this, self = shared_from_this()](std::string const& text) {
         ParseDownloadOutputInfo(text);

@@ -23,6 +23,7 @@ namespace Halvorn {
 
 class HVToolRun;
 class HVStartPacer;
+class HVTotalRate;
 class IHVDownloadArchive;
 struct HVFinishedFile;
 struct HVToolResult;
@@ -60,6 +61,8 @@ public:
     }
     /// Has the run wait for its turn; to be set before the start.
     void SetPacer(std::shared_ptr<HVStartPacer> pacer) { pacer_ = std::move(pacer); }
+    /// Has the run share the rate; to be set before the start.
+    void SetTotalRate(std::shared_ptr<HVTotalRate> rate) { totalRate_ = std::move(rate); }
     /// Takes one chunk of the tool's output and reports what it says of the progress.
     void ParseDownloadOutputInfo(std::string const& text);
     /// Whether the text behind "[download]" tells the progress of a running transfer.
@@ -132,6 +135,7 @@ private:
     HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
     std::shared_ptr<HVStartPacer> pacer_;
+    std::shared_ptr<HVTotalRate> totalRate_;
     std::atomic<float> progress_ = 0.0F;
     HVToolStop finish_; ///< requested when the recording is to be finished
     HVRecording recording_;

@@ -42,6 +42,11 @@ void IHVDownloadControllers::SetPauseBetweenStarts(int milliseconds) {
         queue->Pacer().SetPause(std::chrono::milliseconds(std::max(0, milliseconds)));
 }
 
+void IHVDownloadControllers::SetRateLimit(std::int64_t bytesPerSecond) {
+    if (auto* const queue = dynamic_cast<HVDownloadControllers*>(this))
+        queue->TotalRate().SetRate(bytesPerSecond);
+}
+
 namespace {
 
 /// Rows of the controllers of which `test` is true, ascending.

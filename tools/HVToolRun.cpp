@@ -4,6 +4,7 @@
 #include "HVToolArguments.h"
 #include "HVToolReport.h"
 #include "HVToolStop.h"
+#include "HVTotalRate.h"
 #include "IHVJsonValue.h"
 #include "IHVLogConfig.h"
 
@@ -111,6 +112,17 @@ HVToolRun::HVToolRun(std::string exe, std::vector<std::string> args) : state_(st
 
 void HVToolRun::SetOptions(IHVDownloadOptions const* options) {
     launch_.extensionFolder = RunExtensionFolder(launch_.exe, options);
+}
+
+void HVToolRun::SetTotalRate(HVTotalRate* rate) {
+    if (rate == nullptr)
+        return;
+    std::string const folder =
+        launch_.extensionFolder.empty() ? std::string() : rate->Share(launch_.extensionFolder);
+    if (folder.empty())
+        rate->GiveShare(launch_.args);
+    else
+        launch_.extensionFolder = folder;
 }
 
 HVToolResult HVToolRun::Run() {

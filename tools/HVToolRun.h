@@ -17,6 +17,7 @@
 namespace Halvorn {
 
 class HVChildSource;
+class HVTotalRate;
 class HVToolStop;
 class IHVDownloadOptions;
 class IHVJsonValue;
@@ -57,6 +58,8 @@ public:
     void SetJSRuntimePath(std::string const& path) { launch_.jsRuntimePath = path; }
     /// Has the run load our extension (HVRunExtension.h). May be null.
     void SetOptions(IHVDownloadOptions const* options);
+    /// Has the run share this rate with others. Behind SetOptions. May be null.
+    void SetTotalRate(HVTotalRate* rate);
     /// Gets standard output instead of the result. What it throws ends the run.
     void SetOutputHandler(HVToolLaunch::Handler handler) { launch_.outputHandler = std::move(handler); }
     /// Sees each chunk of standard error, and says what of it is kept for the result.

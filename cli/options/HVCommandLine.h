@@ -85,6 +85,7 @@ private:
     std::vector<std::string> lists_;
     std::string newest_;
     std::string sleepBetween_;
+    std::string totalRate_;
     std::string jobs_;
     std::string analyses_;
     std::string duration_;

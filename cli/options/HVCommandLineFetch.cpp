@@ -4,6 +4,7 @@
 #include "HVChoice.h"
 #include "HVCommandLine.h"
 #include "HVOptionChecks.h"
+#include "HVOptionReader.h"
 
 #include <CLI/App.hpp>
 
@@ -43,6 +44,10 @@ void HVCommandLine::AddPause(CLI::App& app) {
     app.add_option("--sleep-between", sleepBetween_, "Wait so long between the starts of two downloads")
         ->type_name("SECONDS")
         ->check(NotEmpty, "");
+    app.add_option("--limit-rate-total", totalRate_,
+                   "At most so many bytes a second over all downloads together, such as 2M")
+        ->type_name("RATE")
+        ->check(NotEmpty, "");
 }
 
 std::string HVCommandLine::TakeItems() {
@@ -51,6 +56,10 @@ std::string HVCommandLine::TakeItems() {
     if (!sleepBetween_.empty() && (!sleep || *sleep > kLongestSleep))
         return "--sleep-between must be a number of seconds from 0 to 86400, not \"" + sleepBetween_ + "\"";
     request_.sleepBetween = sleep.value_or(0);
+    if (!totalRate_.empty() && (request_.totalRate = ReadRate(totalRate_)) <= 0)
+        return "--limit-rate-total must be a number of bytes a second, perhaps with K, M or G behind it, not "
+               "\"" +
+               totalRate_ + "\"";
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7- or -10:, not \"" + request_.items + "\"";
     auto const newest = WholeNumber(newest_);

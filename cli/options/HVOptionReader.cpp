@@ -149,6 +149,10 @@ std::string RateFault(HVGivenOptions const& given) {
 
 } // namespace
 
+int ReadRate(std::string_view text) {
+    return ReadNumber(text, true);
+}
+
 std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions>& bundle) {
     if (std::string fault = CombinationFault(given); !fault.empty())
         return fault;

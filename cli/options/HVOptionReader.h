@@ -19,6 +19,9 @@ using HVGivenOptions = std::map<std::string, std::string, std::less<>>;
 /// account has none. Returns the fault, which names the option; empty when all is well.
 std::string ReadOptions(HVGivenOptions given, std::shared_ptr<IHVDownloadOptions>& bundle);
 
+/// A number of bytes a second, perhaps with K, M or G behind it; negative when it is none.
+int ReadRate(std::string_view text);
+
 /// The browser that the tool knows by this name. Returns the fault, which lists the names; empty when all is
 /// well.
 std::string ReadBrowser(std::string_view name, HVDownloadBrowser& browser);

@@ -40,6 +40,7 @@ struct HVRequest {
     int jobs = 6;
     int analyses = 4;         ///< addresses and entries of lists that are analysed at once
     int sleepBetween = 0;     ///< seconds between the starts of two downloads
+    int totalRate = 0;        ///< bytes a second over all downloads; 0 for no limit
     int duration = 0;         ///< seconds after which a live recording is finished; 0 for no limit
     bool cold = false;        ///< the tool is started anew for each run
     bool analyseOnce = false; ///< downloads are made by the analysis's document

@@ -36,6 +36,7 @@ HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgres
       queue_(kept_ != nullptr ? kept_->Controllers() : IHVDownloadControllers::MallocDownloadControllers()) {
     queue_->SetConcurrentDownload(request.jobs);
     queue_->SetPauseBetweenStarts(request.sleepBetween * 1000);
+    queue_->SetRateLimit(request.totalRate);
     if (request.goOn) {
         HVResumeSettings settings;
         settings.retries = kRetries;

@@ -11,6 +11,7 @@
 
 #include "IHVDownloadController.h"
 
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <vector>
@@ -118,6 +119,13 @@ public:
     /// HVDownloadPhaseWaiting; a stop ends the wait. Tries again of one row are not counted. It counts at
     /// once, within a second for those that wait already.
     void SetPauseBetweenStarts(int milliseconds);
+    /// The most bytes a second over all downloads of the queue together, with those whose row was removed; 0
+    /// or less, as until it is set, for as many as come. They take turns, so what a slow one or one with a
+    /// lower limit of its own leaves is the others'. It counts at once, also for running ones; meanwhile
+    /// IHVGeneralOptions::SetThrottledDownloadRate has no effect. What ffmpeg fetches itself (recordings,
+    /// sections) is not limited. Where the tool can't load our extension, because it is no program for
+    /// Python, each download gets an equal share for as many as may run at once, from its start to its end.
+    void SetRateLimit(std::int64_t bytesPerSecond);
     /// Removes partial data in which nothing has changed for so many days: that in `folder`, a target folder
     /// or one that was named as the folder of partial data. What is in use stays. How many downloads' data
     /// there was. Blocks as long as the removal takes.

@@ -69,6 +69,7 @@ class UsageTest(ScriptedTest):
             *((f"get x --items={items}", "1,3-5") for items in ("3-1", "0", "1,", ":", "-2-", "-1:-2", "1:2:3", "+1")),
             ("get x --newest 0", "from 1"),
             ("get x --sleep-between 1.5", "from 0 to 86400"),
+            ("get x --limit-rate-total 0", "--limit-rate-total must be"),
             ("get x --duration 1:60", "1:30:00"),
             ("get x --limit-rate 1K --throttled-rate 2K", "above"),
             ("info x --tool /nosuch", "/nosuch"),

@@ -3,6 +3,8 @@
 
 #include "HVDownloadControllers.h"
 #include "IHVDownloadController.h"
+#include "IHVDownloadOptions.h"
+#include "IHVGeneralOptions.h"
 
 #include <limits>
 #include <random>
@@ -118,6 +120,31 @@ TEST_F(Queue, PausesBetweenStartsUntilAStop) {
     queue_->SetPauseBetweenStarts(0); // for the one that waits as well
     EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
     EXPECT_EQ(Starts().size(), 2U);
+}
+
+TEST_F(Queue, LimitsTheRateOfAllRunsTogether) {
+    // The scripted tool can't hear of it: each run gets a share, or its own limit where that is lower.
+    queue_->SetConcurrentDownload(3);
+    queue_->SetRateLimit(3000);
+    for (int const own : {500, 2000}) {
+        auto const options = IHVDownloadOptions::MallocDownloadOptions();
+        auto const general = IHVGeneralOptions::MallocGeneralOptions();
+        general->SetLimitDownloadRate(own);
+        general->SetThrottledDownloadRate(400);
+        options->SetGeneralOptions(general);
+        Add("write . 1")->SetOptions(options);
+        queue_->StartAll();
+        EXPECT_EQ(queue_->WaitFinish(60'000), HVErrSuccess);
+        EXPECT_THAT(Starts().back(),
+                    testing::HasSubstr("--limit-rate " + std::to_string(std::min(own, 1000))));
+        EXPECT_THAT(Starts().back(), testing::Not(testing::HasSubstr("--throttled-rate")));
+    }
+    HVTotalRate rate;
+    rate.SetRate(5);
+    std::string const heard = rate.Share(IHVFileProvider::GetTmpPath() + "/.tool-extension");
+    EXPECT_EQ(ContentOf(heard + ".rate"), "5\n");
+    rate.SetRate(-1); // while it runs
+    EXPECT_EQ(ContentOf(heard + ".rate"), "0\n");
 }
 
 TEST_F(Queue, KeepsAListOfRows) {

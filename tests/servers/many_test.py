@@ -1,8 +1,10 @@
 """Many addresses at once, with the real tool."""
 
 import json
+import subprocess
+import time
 
-from servers import ServerTest
+from servers import COMMAND, ServerTest
 
 
 class ManyTest(ServerTest):
@@ -46,3 +48,26 @@ class ManyTest(ServerTest):
         names = [event["event"] for event in events]
         self.assertLess(names.index("started"), len(names) - 1 - names[::-1].index("analysed"))
         self.assertEqual((run.returncode, names.count("finished")), (1, 4))
+
+    def test_one_rate_for_all_downloads(self):
+        large, files = "direct/large.mp4", ["watch/hls", "watch/combined"]
+        for pages, rate, arguments in (([*files, large], 1_500_000, ["--limit-rate-total", 1_500_000]),
+                                       (files, 800_000, ["--limit-rate-total", 800_000, "--cold"]),
+                                       (files[1:], 500_000, ["--limit-rate-total", "10M", "--limit-rate", 500_000])):
+            with self.subTest(arguments=arguments):
+                command = [COMMAND, "get", "--json", "-o", self.folder / "out", "--concurrent-fragments", 4, *arguments,
+                           *(f"{self.site.address}/{page}" for page in pages)]
+                fetched, moments = {}, {"started": [], "finished": []}
+                run = subprocess.Popen(list(map(str, command)), text=True, stdout=subprocess.PIPE, env=self.environment_of_command())
+                for event in map(json.loads, run.stdout):
+                    if event["event"] == "progress":
+                        fetched[event["id"]] = event["bytes"]
+                    if event["event"] in moments:
+                        moments[event["event"]].append((time.monotonic(), sum(fetched.values())))
+                self.assertEqual((run.wait(), len(moments["finished"])), (0, len(pages)))
+                run.stdout.close()
+                (begin, _), (end, total) = moments["started"][0], moments["finished"][-1]
+                self.assertLess(total, rate * (end - begin + 1))
+                if large in pages:  # the last one has all of it
+                    before, so_far = moments["finished"][-2]
+                    self.assertGreater(total - so_far, rate / 2 * (end - before))

@@ -11,6 +11,8 @@ namespace Halvorn {
 extern char const HVCookiesGuardText[];
 /// tools/extension/reelhaul_keep.py
 extern char const HVToolKeepText[];
+/// tools/extension/reelhaul_rate.py
+extern char const HVToolRateText[];
 /// tools/extension/reelhaul_report.py, with a place for the mark
 extern char const HVToolReportText[];
 /// tools/extension/reelhaul_warm.py, and what it imports

@@ -28,6 +28,7 @@ std::string RunExtensionFolder(std::string const& exe, IHVDownloadOptions const*
         return {};
     std::string const reason = WriteExtension(kFolder, {{"reelhaul_cookies.py", HVCookiesGuardText},
                                                         {"reelhaul_keep.py", HVToolKeepText},
+                                                        {"reelhaul_rate.py", HVToolRateText},
                                                         {"reelhaul_report.py", ToolReportText()}});
     if (reason.empty())
         return folder;
