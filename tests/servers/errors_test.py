@@ -63,9 +63,9 @@ class ErrorTest(ServerTest):
                 self.write(f"{name}/{program}", text, 0o755)
             return folder
 
-        probe = f'#!/bin/sh\nexec {TOOL.parent}/ffprobe "$@"\n'
+        probe = f'#!/bin/sh\nexec "{TOOL.parent}/ffprobe" "$@"\n'
         # It answers what it is asked, and breaks off each merge.
-        clumsy = f'#!/bin/sh\ncase "$*" in *-map*) echo "moov atom lost" >&2; exit 1;; esac\nexec {TOOL.parent}/ffmpeg "$@"\n'
+        clumsy = f'#!/bin/sh\ncase "$*" in *-map*) echo "moov atom lost" >&2; exit 1;; esac\nexec "{TOOL.parent}/ffmpeg" "$@"\n'
         return {"old": tool("old", "#!/bin/sh\necho 'yt-dlp: error: no such option: --js-runtimes' >&2\nexit 2\n"),
                 "lost": tool("lost", "#!/no/such/interpreter\n"), "alone": tool("alone"),
                 "clumsy": tool("clumsy", ffmpeg=clumsy, ffprobe=probe)}

@@ -5,6 +5,7 @@ import json
 import os
 import pty
 import re
+import shlex
 import struct
 import termios
 import threading
@@ -83,7 +84,7 @@ class TerminalTest(ServerTest):
             return found
 
         shell = self.run_on_terminal("--norc", "-i", program="/bin/bash", PS1="")
-        shell.type(f"{COMMAND} get -o {self.folder}/out {self.page('slow?title=Halted')}\n")
+        shell.type(f"{shlex.quote(str(COMMAND))} get -o {self.folder}/out {self.page('slow?title=Halted')}\n")
         shell.wait_for(r"Halted.*%")
         shell.type("\x1a")
         shell.wait_for("Stopped")
