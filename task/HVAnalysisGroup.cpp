@@ -3,6 +3,7 @@
 #include "HVDownloadTaskParser.h"
 #include "HVGroupMember.h"
 #include "HVHTTPAddress.h"
+#include "HVToolLanes.h"
 
 #include <algorithm>
 #include <atomic>
@@ -37,6 +38,7 @@ public:
         if (hasPlace_.exchange(false))
             GivePlace(site_);
     }
+    std::shared_ptr<HVToolLanes> Lanes() override { return state_->Lanes(); }
     void Ended() override {
         state_->Ended(*this);
         state_->Reports().Close(source_);
@@ -101,8 +103,17 @@ std::shared_ptr<HVDownloadTaskParser> HVAnalysisGroupState::TakeNext(std::shared
     return nullptr;
 }
 
+std::shared_ptr<HVToolLanes> HVAnalysisGroupState::Lanes() {
+    std::lock_guard const lock(mutex_);
+    if (lanes_ == nullptr)
+        lanes_ = std::make_shared<HVToolLanes>();
+    return lanes_;
+}
+
 void HVAnalysisGroupState::Ended(Member const& member) {
-    Row ended; // goes without the lock
+    // Both go without the lock.
+    Row ended;
+    std::shared_ptr<HVToolLanes> lanes;
     {
         std::lock_guard const lock(mutex_);
         auto const row = std::find_if(rows_.begin(), rows_.end(),
@@ -112,6 +123,8 @@ void HVAnalysisGroupState::Ended(Member const& member) {
         begun_ -= row->begun ? 1 : 0;
         ended = std::move(*row);
         rows_.erase(row);
+        if (rows_.empty())
+            lanes.swap(lanes_);
     }
     ended.member->LeaveFirstPlace();
     StartNext();

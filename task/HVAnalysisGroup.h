@@ -17,6 +17,7 @@
 namespace Halvorn {
 
 class HVDownloadTaskParser;
+class HVToolLanes;
 
 /// What the group and its tasks share: it lives as long as any of them.
 class HVAnalysisGroupState : public std::enable_shared_from_this<HVAnalysisGroupState> {
@@ -32,6 +33,7 @@ public:
 
     HVAnalysisPlaces& Places() { return places_; }
     HVReportOrder& Reports() { return reports_; }
+    std::shared_ptr<HVToolLanes> Lanes();
 
 private:
     class Member;
@@ -48,7 +50,8 @@ private:
     HVReportOrder reports_;
     mutable std::mutex mutex_; // guards what follows
     std::vector<Row> rows_;
-    int begun_ = 0; ///< rows that have begun
+    int begun_ = 0;                      ///< rows that have begun
+    std::shared_ptr<HVToolLanes> lanes_; ///< as long as there is a row: processes wait in it
 };
 
 class HVAnalysisGroup final : public IHVAnalysisGroup {

@@ -1,6 +1,7 @@
 #include "HVDownloadTaskParser.h"
 
 #include "HVArgsBuilder.h"
+#include "HVGroupMember.h"
 #include "HVToolLanes.h"
 #include "HVToolRun.h"
 #include "IHVLogConfig.h"
@@ -58,10 +59,10 @@ HVDownloadTaskParser::SearchDownloadItems(std::string& output, std::string& erro
     return GetResultFromServer(output, errorText, builder.BuildSearchItemsArgs(taskURL_, jsonOutput));
 }
 
-std::shared_ptr<IHVError const>
-HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& errorText,
-                                          std::vector<std::string> const& args,
-                                          std::shared_ptr<HVToolLanes> const& lanes) {
+HVToolResult HVDownloadTaskParser::RunTool(std::vector<std::string> const& args,
+                                           std::shared_ptr<HVToolLanes> const& lanes) {
+    if (lanes != nullptr)
+        lanes->AwaitTool([this] { return UserCancel(); });
     HVToolRun run(HVArgsBuilder::GetDownloadCommadExe(), args);
     run.SetJSRuntimePath(GetJSRuntimePath());
     // The address is the last argument of each of the lists.
@@ -69,9 +70,17 @@ HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& erro
     run.SetOptions(options.get());
     run.SetStop(Stop());
     run.SetLanes(lanes);
-    auto result = run.Run();
+    return run.Run();
+}
+
+std::shared_ptr<IHVError const>
+HVDownloadTaskParser::GetResultFromServer(std::string& output, std::string& errorText,
+                                          std::vector<std::string> const& args,
+                                          std::shared_ptr<HVToolLanes> const& lanes) {
+    auto const group = lanes == nullptr ? Group() : nullptr;
+    auto result = RunTool(args, group == nullptr ? lanes : group->Lanes());
     if (result.LostInLane() && !UserCancel())
-        return GetResultFromServer(output, errorText, args);
+        result = RunTool(args, nullptr);
     if (result.startError != nullptr)
         return result.startError;
     if (result.handlerError != nullptr)

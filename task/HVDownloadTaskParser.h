@@ -24,6 +24,7 @@ class HVJsonObjectPlayList;
 class HVJsonObjectPlaylistEntry;
 class IHVDownloadFormat;
 class IHVDownloadThumbnail;
+struct HVToolResult;
 
 /// What the tool is asked to print.
 enum class HVAnalysisRoute { Json, PlainText };
@@ -49,7 +50,7 @@ public:
     // One tool run, and what its text says.
     std::shared_ptr<IHVError const> SearchDownloadItems(std::string& output, std::string& errorText,
                                                         bool jsonOutput);
-    /// `lanes` where more runs with the same settings are to come; may be empty.
+    /// `lanes` where more runs with the same settings are to come; those of the group where it is empty.
     std::shared_ptr<IHVError const> GetResultFromServer(std::string& output, std::string& errorText,
                                                         std::vector<std::string> const& args,
                                                         std::shared_ptr<HVToolLanes> const& lanes = {});
@@ -99,6 +100,7 @@ public:
     std::vector<FailedEntry> Failures() const;
 
 private:
+    HVToolResult RunTool(std::vector<std::string> const& args, std::shared_ptr<HVToolLanes> const& lanes);
     /// The item of an entry, on any thread. It does not know its playlist yet.
     Result LoadPlaylistItem(std::shared_ptr<IHVDownloadItem>& item, std::string const& listURL,
                             std::shared_ptr<HVJsonObjectPlaylistEntry> const& entry, int index,

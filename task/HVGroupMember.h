@@ -2,9 +2,12 @@
 // What a task that belongs to a group of analyses has of it. Thread-safe.
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace Halvorn {
+
+class HVToolLanes;
 
 class HVGroupMember {
 public:
@@ -16,6 +19,8 @@ public:
     virtual void GivePlace(std::string const& site) = 0;
     /// Gives back the place that the task was started with: it has none until it takes one.
     virtual void LeaveFirstPlace() = 0;
+    /// What the runs of all addresses share. Not to be kept beyond a run.
+    virtual std::shared_ptr<HVToolLanes> Lanes() = 0;
     /// The task's worker has ended; it reports nothing any more.
     virtual void Ended() = 0;
 

@@ -6,6 +6,8 @@
 
 #include "HVWarmTool.h"
 
+#include <atomic>
+#include <functional>
 #include <memory>
 
 namespace Halvorn {
@@ -16,7 +18,12 @@ public:
         return HVWarmTool::Shared().Start(request, lanes_.get(), pid, leader);
     }
 
+    /// Waits while the warm tool loads, but for the first run: several that load the tool beside it would
+    /// make all of them late. Five seconds at most; `stopped` is asked many times a second.
+    void AwaitTool(std::function<bool()> const& stopped);
+
 private:
+    std::atomic<bool> begun_ = false;
     std::shared_ptr<HVForkLanes> const lanes_ = std::make_shared<HVForkLanes>();
 };
 

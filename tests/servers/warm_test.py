@@ -351,7 +351,13 @@ class CommandTest(ServerTest):
             document = json.loads(run.stdout)
             return [item["id"] for item in document["items"]], document["failed"]
 
+        def found_alone(*options):
+            addresses = [f"facts:{name}" for name in ("a", "late", "crash", "b", "fail", "thread", "late")]
+            run = self.run_command("info", "--json", "--analyses", "2", *options, *addresses)
+            return [line for line in run.stdout.splitlines() if '"id": ' in line], run.returncode, run.stderr
+
         self.assertEqual(found(), found("--cold"))
+        self.assertEqual(found_alone(), found_alone("--cold"))
         self.assert_nothing_left()
 
     def test_it_keeps_the_tool_warm_unless_that_is_forbidden(self):

@@ -4,6 +4,7 @@
 #include "HVToolLanes.h"
 #include "HVToolRun.h"
 #include "HVToolStop.h"
+#include "IHVAnalysisGroup.h"
 #include "IHVStringHelper.h"
 #include "Recorder.h"
 #include "Text.h"
@@ -23,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-/// As much of the tool as the extension asks for. Its arguments are a program in Python.
+/// As much of the tool as the extension asks for. Its last argument is a program in Python.
 constexpr char kTool[] = R"(#!/usr/bin/env python3
 import glob, importlib, os, sys, types
 def module(name, **content):
@@ -33,7 +34,7 @@ def module(name, **content):
 class YoutubeDL:
     def __init__(self, params=None): sys.exit(2)
 def main(argv=None):
-    exec(sys.argv[1], {"os": os, "sys": sys})
+    exec(sys.argv[-1], {"os": os, "sys": sys})
 none = lambda *_: []
 tool = module("yt_dlp", YoutubeDL=YoutubeDL, main=main, _load_all_plugins=None)
 tool.globals = module("yt_dlp.globals", plugin_dirs=types.SimpleNamespace(value=["default"]))
@@ -163,6 +164,30 @@ TEST_F(WarmTool, AProcessServesManyRunsUntilOneLeavesSomethingOrIsStopped) {
     int const last = process();
     lanes = nullptr;
     EXPECT_NE(kill(last, 0), 0);
+}
+
+TEST_F(WarmTool, AddressesOfAGroupShareProcesses) {
+    TurnOn();
+    auto const group = IHVAnalysisGroup::MallocAnalysisGroup();
+    group->SetAnalysesAtOnce(2);
+    Recorder recorder;
+    std::vector<std::shared_ptr<IHVDownloadTask>> tasks;
+    for (int i = 0; i < 10; ++i) {
+        tasks.push_back(IHVDownloadTask::MallocDownloadTask(
+            R"(print('{"title":"%d","formats":[{"format_id":"1","ext":"mp4"}]}' % os.getpid()))"));
+        tasks.back()->SetDelegate(&recorder);
+        EXPECT_TRUE(group->AddTask(tasks.back())->Succeed());
+    }
+    EXPECT_TRUE(Eventually([&group] { return group->UnfinishedCount() == 0; }));
+    std::multiset<std::string> processes;
+    for (auto const& event : recorder.Events())
+        if (event.starts_with("item "))
+            processes.insert(event.substr(5));
+    EXPECT_EQ(processes.size(), tasks.size()) << recorder.Story();
+    std::set<std::string> const different(processes.begin(), processes.end());
+    EXPECT_LE(different.size(), tasks.size() / 2); // two, where none is slow to answer
+    for (auto const& process : different)          // none waits for further runs
+        EXPECT_TRUE(Eventually([&process] { return kill(std::stoi(process), 0) != 0; }));
 }
 
 TEST_F(WarmTool, IsNotTriedAgainAfterThreeDeaths) {

@@ -29,7 +29,8 @@ public:
     void Keep(std::unique_ptr<HVForkedProcess> forked);
 
 private:
-    std::unique_ptr<HVForkedProcess> Take();
+    /// One that waits, best one of these settings.
+    std::unique_ptr<HVForkedProcess> Take(std::string const& settings);
 };
 
 } // namespace Halvorn

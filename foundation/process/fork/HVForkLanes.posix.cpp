@@ -66,7 +66,7 @@ HVForkLanes::HVForkLanes() {
 
 HVForkLanes::~HVForkLanes() {
     std::vector<std::unique_ptr<HVForkedProcess>> last;
-    while (auto forked = Take()) {
+    while (auto forked = Take({})) {
         forked->Dismiss(); // all at once
         last.push_back(std::move(forked));
     }
@@ -75,11 +75,15 @@ HVForkLanes::~HVForkLanes() {
         forked->End(limit);
 }
 
-std::unique_ptr<HVForkedProcess> HVForkLanes::Take() {
+std::unique_ptr<HVForkedProcess> HVForkLanes::Take(std::string const& settings) {
     Waiting& waiting = AllWaiting();
     std::lock_guard const lock(waiting.mutex);
-    auto const place = std::find_if(waiting.kept.begin(), waiting.kept.end(),
-                                    [this](Kept const& one) { return one.owner == this; });
+    auto const find = [&](auto const& fits) {
+        return std::find_if(waiting.kept.begin(), waiting.kept.end(), fits);
+    };
+    auto place = find([&](Kept const& one) { return one.owner == this && one.forked->settings == settings; });
+    if (place == waiting.kept.end())
+        place = find([this](Kept const& one) { return one.owner == this; });
     if (place == waiting.kept.end())
         return nullptr;
     auto forked = std::move(place->forked);
@@ -99,7 +103,7 @@ HVForkAnswer HVForkLanes::Start(std::shared_ptr<HVForkServer> const& server, HVS
                                 int& pid, std::unique_ptr<HVChildLeader>& leader, std::string& reason) {
     std::string settings = Settings(request);
     // One that waits is used or ended: there are never more than runs at once.
-    if (auto forked = Take()) {
+    if (auto forked = Take(settings)) {
         auto const limit = std::chrono::steady_clock::now() + kAnswerLimit;
         if (forked->server.lock() == server && forked->settings == settings &&
             forked->Begin(request, limit, reason) == HVForkAnswer::Started) {
