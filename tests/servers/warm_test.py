@@ -192,16 +192,18 @@ class FactsTest(WarmTest):
         folder = self.folder / "work"
         folder.mkdir()
 
-        def run(name):
-            return warm.begin(fork, "-J", f"facts:{name}", folder=str(folder), mask=0o27).finish()
+        def run(name, *options):
+            return warm.begin(fork, "-J", *options, f"facts:{name}", folder=str(folder), mask=0o27).finish()
 
         fork = self.staying(warm)
-        facts = [self.facts(run(name)) for name in ("wander", "a", "b")]
+        facts = [self.facts(run(*row)) for row in (("wander", "--alias", "-X,--mine", "-J"), ("a",), ("b",))]
         for one in facts:
             one.pop("random"), one.pop("argv"), one.pop("orig_argv")
         self.assertEqual(facts[0]["environ"], facts[2]["environ"])
         self.assertEqual((facts[1]["folder"], facts[1]["mask"]), (str(folder), 0o27))
         self.assertEqual(facts[1], facts[2])
+        self.assertTrue(facts[1]["verifies"])
+        self.assertIn(b"no such option: --mine", run("a", "--mine")[1])
         for name in ("thread", "child", "handler", "mask", "timer", "file", "variable", "memory", "fail", "late"):
             with self.subTest(name):
                 if fork.lost:
@@ -282,11 +284,14 @@ class LifeTest(WarmTest):
     def test_what_would_make_a_fork_another_run_is_noticed(self):
         ffmpeg = self.write("bin/ffmpeg", "#!/bin/sh\necho ffmpeg version 1\n", 0o700)
         plugin = self.plugins / "yt_dlp_plugins/extractor/reelhaul_site.py"
+        certificates = self.write("certificates.pem", "")
+        self.environment["SSL_CERT_FILE"] = str(certificates)
         changes = (
             ("a plugin is another one", lambda: plugin.write_text(plugin.read_text() + "\n")),
             ("a plugin comes", lambda: (plugin.parent / "fresh.py").write_text("")),
             ("a folder of plugins comes", lambda: (self.folder / ".config/yt-dlp/plugins/x/yt_dlp_plugins/extractor").mkdir(parents=True)),
             ("ffmpeg is another one", lambda: ffmpeg.write_text("#!/bin/sh\necho ffmpeg version 2\n")),
+            ("certificates are others", lambda: certificates.write_text("\n")),
             ("a variable is another one", lambda: self.environment.update(LANGUAGE="fr")),
             ("modules come from elsewhere", lambda: self.environment.update(PYTHONPATH="/nowhere")))
         for what, change in changes:

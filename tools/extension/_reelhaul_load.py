@@ -5,6 +5,7 @@ All of it makes a run sooner and none of it another: a part that the tool has no
 
 import contextlib
 import contextvars
+import copy
 import gc
 import io
 import json
@@ -24,6 +25,7 @@ def steps(locations):
     """Each step is short, since a request that comes meanwhile waits for it. `locations` are where ffmpeg may be."""
     quietly(keep_patterns)
     quietly(remove_duplicates_sooner)
+    quietly(keep_context)
     asked = quietly(ask, locations) or []
     yield
     classes = quietly(lambda: yt_dlp.extractor.gen_extractor_classes()) or []
@@ -39,6 +41,7 @@ def steps(locations):
     quietly(choose_formats, locations[0])
     yield
     quietly(open_nothing)
+    quietly(Kept.renew)
     yield
     quietly(make_parser_ahead)
     quietly(list_extractors_ahead)
@@ -80,10 +83,15 @@ def remove_duplicates_sooner():
         except TypeError:
             return slow(items)
 
+    replace_everywhere("orderedSet", slow, fast)
+
+
+def replace_everywhere(name, before, after):
+    """In all modules that have imported it by its name."""
     for module in list(sys.modules.values()):
         # Not getattr: some of the tool's modules import others when they are asked.
-        if vars(module).get("orderedSet") is slow:
-            vars(module)["orderedSet"] = fast
+        if vars(module).get(name) is before:
+            vars(module)[name] = after
 
 
 # ---- what the tool asks ffmpeg and ffprobe in each run ----
@@ -130,6 +138,69 @@ def learn_programs(locations, asked):
 # ---- one run, and what each run makes anew ----
 
 
+class Kept:
+    """A thing that each run makes for itself, equal each time: a run gets the one that is there, once.
+
+    In a process that stays so does the next run: `renewed` makes the thing what it was at first, or tells that it can't.
+    """
+
+    everything = []
+
+    def __init__(self, thing, renewed):
+        self.thing, self.renewed, self.free = thing, renewed, True
+        Kept.everything.append(self)
+
+    def take(self):
+        """None where the run has it already."""
+        free, self.free = self.free, False
+        return self.thing if free else None
+
+    @staticmethod
+    def renew():
+        """The last run is over."""
+        for one in Kept.everything:
+            one.free = bool(quietly(one.renewed, one.thing))
+
+
+def keep_context():
+    """What secures connections. Reading the system's certificates for it is the longest part of a short run."""
+    from yt_dlp.networking import _helper
+
+    make, kept = _helper.make_ssl_context, {}
+
+    def look(context):
+        names = ("options", "verify_mode", "verify_flags", "check_hostname", "minimum_version", "maximum_version", "post_handshake_auth",
+                 "keylog_filename", "hostname_checks_common_name", "num_tickets", "sni_callback")
+        return [getattr(context, name, None) for name in names], context.cert_store_stats(), len(context.get_ciphers())
+
+    def make_context(*arguments, **settings):
+        # Another setting may be a secret, or one that changes the context by more than its own value.
+        plain = not arguments and settings.keys() <= {"verify", "legacy_support", "use_certifi"} and "SSLKEYLOGFILE" not in os.environ
+        if not plain or not settings.get("verify", True):  # without a look at certificates it takes no time
+            return make(*arguments, **settings)
+        key = tuple(sorted(settings.items()))
+        context = key in kept and kept[key].take()
+        if not context:
+            context = make(**settings)
+        if key not in kept:
+            before = look(context)
+            kept[key] = Kept(context, lambda one: look(one) == before)
+            kept[key].take()
+        return context
+
+    replace_everywhere("make_ssl_context", make, make_context)
+
+
+def certificates():
+    """The files and folders with which connections are secured."""
+    import ssl
+
+    from yt_dlp.dependencies import certifi
+
+    paths = ssl.get_default_verify_paths()
+    yield from filter(None, (paths.openssl_cafile, paths.openssl_capath, paths.cafile, paths.capath, certifi and certifi.where()))
+
+
 def choose_formats(location):
     """A whole run with what makes the tool choose among formats, but for the network."""
     common = {"url": NOWHERE, "protocol": "http"}
@@ -154,8 +225,20 @@ def make_parser_ahead():
     from yt_dlp import options
 
     make = options.create_parser
-    made = [make()]
-    options.create_parser = lambda: made.pop() if made else make()
+    parser = make()
+    parser.destroy = lambda: None  # the tool does so at the end of a run
+    names, values = (dict(parser._long_opt), dict(parser._short_opt)), copy.deepcopy(parser.defaults)
+    # The tool goes on to fill some of those that an option would have filled.
+    filled = {name: value for name, value in values.items() if copy.deepcopy(value) is not value}
+
+    def renewed(one):
+        one.values = one.rargs = one.largs = None
+        one.defaults.clear()
+        one.defaults.update(values | copy.deepcopy(filled))
+        return (one._long_opt, one._short_opt) == names  # a configuration may bring new ones
+
+    kept = Kept(parser, renewed)
+    options.create_parser = lambda: kept.take() or make()
 
 
 def list_extractors_ahead():

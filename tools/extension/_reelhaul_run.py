@@ -84,6 +84,7 @@ def rest(before, peak_before):
         sys.stderr.flush()
     except (OSError, ValueError):
         return False
+    load.Kept.renew()
     if traces() != before or peak() - peak_before > MOST_GROWTH:
         return False
     null = os.open(os.devnull, os.O_WRONLY)

@@ -51,7 +51,8 @@ class Resident:
         self.left = set()  # process ids
         self.poll = select.poll()
         self.poll.register(connection, select.POLLIN)
-        files = [*load.plugin_files(), *(load.quietly(lambda: list(load.programs(self.locations))) or ())]
+        found = (load.quietly(lambda: list(load.programs(self.locations))), load.quietly(lambda: list(load.certificates())))
+        files = [*load.plugin_files(), *(path for paths in found for path in paths or ())]
         self.files = {path: load.identity(path) for path in map(str, files)}
 
     def serve(self):
@@ -113,7 +114,7 @@ class Resident:
     def problem(self):
         """Why no run can be forked; empty where one can."""
         if any(load.identity(path) != known for path, known in self.files.items()):
-            return "changed: a plugin, ffmpeg or the interpreter"
+            return "changed: a plugin, ffmpeg, the certificates or the interpreter"
         if threading.active_count() > 1:
             return "impossible: a plugin of the tool has threads"
         return ""

@@ -6,12 +6,14 @@ import os
 import random
 import resource
 import signal
+import ssl
 import subprocess
 import sys
 import threading
 import time
 
 from yt_dlp.extractor.common import InfoExtractor
+from yt_dlp.networking import common as networking
 
 
 def open_files():
@@ -21,6 +23,16 @@ def open_files():
 def signals():
     rows = dict(line.split(":\t") for line in open("/proc/self/status") if line.startswith("Sig"))
     return {name: rows[name].strip() for name in ("SigBlk", "SigIgn", "SigCgt")}
+
+
+def context():
+    """What the tool secures its connections with."""
+    return networking.make_ssl_context(verify=True, legacy_support=False, use_certifi=True)
+
+
+def trust_all():
+    ours = context()
+    ours.check_hostname, ours.verify_mode = False, ssl.CERT_NONE
 
 
 DEEDS = {
@@ -35,7 +47,7 @@ DEEDS = {
     "crash": lambda: os.kill(os.getpid(), signal.SIGSEGV),
     "late": lambda: runs > 1 and os.kill(os.getpid(), signal.SIGSEGV),  # in a process that has served another run
     "fail": lambda: 1 / 0,
-    "wander": lambda: (os.chdir("/"), os.umask(0)),
+    "wander": lambda: (os.chdir("/"), os.umask(0), trust_all()),
 }
 runs = 0
 
@@ -63,7 +75,7 @@ class ReelhaulFactsIE(InfoExtractor):
             "files": open_files(), "streams": [os.readlink(f"/proc/self/fd/{number}").partition(":")[0] for number in range(3)],
             "blocking": [os.get_blocking(number) for number in range(3)], "buffers": [sys.stdout.encoding, sys.stdout.line_buffering],
             "argv": sys.argv, "orig_argv": sys.orig_argv, "environ": dict(os.environ), "path": sys.path, "stdin": sys.stdin.read(),
-            "core": resource.getrlimit(resource.RLIMIT_CORE), "locale": sys.flags.utf8_mode, "guard": any(
+            "core": resource.getrlimit(resource.RLIMIT_CORE), "locale": sys.flags.utf8_mode, "verifies": context().check_hostname, "guard": any(
                 name.endswith("reelhaul_cookies") for name in sys.modules),
         }
         return {"id": self._match_id(url), "title": str(random.random()), "description": json.dumps(facts, sort_keys=True),
