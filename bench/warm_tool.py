@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 """The warm tool against the bare one, with the same arguments on the same address, pair by pair.
 
-    bench/warm_tool.py BUILD_FOLDER [PAIRS [LONG_RUNS]]
+    bench/warm_tool.py BUILD_FOLDER [PAIRS [LONG_RUNS]] [--all]
 
 Starts the loopback site and prints the medians and the median of the pairs' ratios; the memory of six runs at once; and,
-with LONG_RUNS (5000 for a day of work), the resident's memory after so many runs over that after a hundred.
+with LONG_RUNS (5000 for a day of work), the resident's memory after so many runs over that after a hundred. --all is 15 pairs,
+5000 runs, and what bench/playlist.py measures: some four minutes.
 """
 
+import argparse
 import os
 import statistics
 import subprocess
@@ -15,9 +17,17 @@ import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(ROOT, "tests/servers"))
+import playlist
 from resident import Resident
 
-LIB = os.path.join(os.path.abspath(sys.argv[1]), "lib")
+PARSER = argparse.ArgumentParser()
+PARSER.add_argument("build", type=os.path.abspath)
+PARSER.add_argument("pairs", nargs="?", type=int, default=15)
+PARSER.add_argument("long_runs", nargs="?", type=int, default=0)
+PARSER.add_argument("--all", action="store_true")
+CHOSEN = PARSER.parse_args()
+
+LIB = os.path.join(CHOSEN.build, "lib")
 TOOL, FFMPEG = os.path.join(LIB, "yt-dlp"), os.path.join(LIB, "ffmpeg")
 ENVIRONMENT = dict(os.environ, PYTHONUTF8="1", PYTHONPATH=os.path.join(ROOT, "tests/site/plugin"),
                    PATH=LIB + ":" + os.environ["PATH"])
@@ -44,7 +54,7 @@ def share(pids):
 
 
 def compare(warm, address, pairs):
-    for page in ("watch/two-languages", "direct/combined320.mp4"):
+    for page in ("watch/two-languages", "direct/combined320.mp4", "html/og-video"):
         url = f"{address}/{page}"
         ours, bare = [], []
         for _ in range(pairs):
@@ -58,9 +68,10 @@ def compare(warm, address, pairs):
 def compare_with_thumbnail(build, address, pairs):
     """Through the library, which has the bytes of the thumbnail fetched by a run of its own."""
     url = f"{address}/watch/thumbnails"
-    bare = [timed(lambda: cold(*ANALYSIS, url).communicate()) for _ in range(pairs)]
+    before = [timed(lambda: cold(*ANALYSIS, url).communicate()) for _ in range(pairs)]
     lines = subprocess.run([os.path.join(build, "bin/example_warm"), *[url] * pairs], env=ENVIRONMENT, text=True, check=True,
                            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.splitlines()
+    bare = before + [timed(lambda: cold(*ANALYSIS, url).communicate()) for _ in range(pairs)]
     ours = statistics.median(int(line.split()[-2]) for line in lines)
     print(f"{'with its thumbnail':26} warm {ours:7.1f} ms   tool {statistics.median(bare) * 1000:7.1f} ms   "
           f"ratio {ours / 1000 / statistics.median(bare):.3f}, without the thumbnail's bytes")
@@ -93,7 +104,7 @@ def long_day(warm, runs):
 
 
 def main():
-    pairs = int(sys.argv[2]) if len(sys.argv) > 2 else 15
+    print(f"load {os.getloadavg()[0]:.1f}, {os.cpu_count()} processors")
     site = subprocess.Popen([sys.executable, os.path.join(ROOT, "tests/site/site.py")], stdin=subprocess.PIPE,
                             stdout=subprocess.PIPE, text=True)
     address = site.stdout.readline().strip()
@@ -104,15 +115,18 @@ def main():
             warm.wait_for(word)
             print(f"{word:26} after {time.perf_counter() - begin:.2f} s")
         print(f"{'resident':26} {share([warm.process.pid]) / 1024:.1f} MiB")
-        compare(warm, address, pairs)
-        compare_with_thumbnail(sys.argv[1], address, pairs)
+        compare(warm, address, CHOSEN.pairs)
+        compare_with_thumbnail(CHOSEN.build, address, CHOSEN.pairs)
         memory_at_once(warm, address)
-        if len(sys.argv) > 3:
-            long_day(warm, int(sys.argv[3]))
+        if CHOSEN.long_runs or CHOSEN.all:
+            long_day(warm, CHOSEN.long_runs or 5000)
     finally:
         warm.close()
         site.stdin.close()
         site.wait()
+    if CHOSEN.all:
+        playlist.measure(CHOSEN.build, 100)
+    print(f"load {os.getloadavg()[0]:.1f}")
 
 
 if __name__ == "__main__":

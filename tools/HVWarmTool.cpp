@@ -258,6 +258,7 @@ void HVWarmTool::StartServer() {
         return;
     }
     reason_ = WriteExtension(kPlace, {{"reelhaul_warm.py", HVWarmToolText},
+                                      {"_reelhaul_basis.py", HVWarmToolBasisText},
                                       {"_reelhaul_link.py", HVWarmToolLinkText},
                                       {"_reelhaul_load.py", HVWarmToolLoadText},
                                       {"_reelhaul_run.py", HVWarmToolRunText}});

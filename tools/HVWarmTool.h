@@ -4,8 +4,8 @@
 //
 // A run that can't be forked, for whatever reason, is spawned. What a fork would do otherwise than a new
 // process, because something has changed since the process was started, is found out before each run: here
-// for the copy of the tool in force, ffmpeg's path and the user, in the extension for plugins, programs and
-// the environment. Then a new process is started.
+// for the copy of the tool in force, ffmpeg's path and the user, in the extension for plugins, programs,
+// certificates and the environment. Then a new process is started.
 //
 // Thread-safe.
 

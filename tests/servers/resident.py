@@ -92,7 +92,7 @@ class Resident:
         self.folder = Path(tempfile.mkdtemp(prefix="reelhaul-warm."))
         place = self.folder / "reelhaul/yt_dlp_plugins/extractor"
         place.mkdir(parents=True)
-        for file in ("reelhaul_warm", "_reelhaul_link", "_reelhaul_load", "_reelhaul_run"):
+        for file in ("reelhaul_warm", "_reelhaul_basis", "_reelhaul_link", "_reelhaul_load", "_reelhaul_run"):
             shutil.copy(EXTENSION / f"{file}.py", place)
         self.tool, self.environment = str(tool), environment
         self.connection, its = socket.socketpair()

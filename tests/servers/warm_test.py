@@ -64,7 +64,8 @@ class SameAnswersTest(WarmTest):
 
     def rows(self):
         analysis, tables = self.arguments(), self.arguments("--text")
-        for page in (*(f"watch/{name}" for name in pages.WATCH), *(f"list/{name}" for name in pages.LISTS), "watch/no-formats",
+        for page in (*(f"watch/{name}" for name in pages.WATCH), *(f"list/{name}" for name in pages.LISTS),
+                     *(f"html/{name}" for name in pages.HTML), "watch/no-formats",
                      "watch/combined?cut=10", "direct/combined320.mp4", ""):
             yield page, analysis
         for page in ("watch/two-languages", "watch/japanese", "watch/oddities", "list/mixed", "list/whole"):

@@ -196,6 +196,8 @@ HTML = {
     "sound": lambda s: f'''<html><head><title>A sound</title></head><body><audio src="{s.url("media/audio-en.m4a")}"></audio></body></html>''',
     "several-videos": lambda s: f'''<html><head><title>Several videos</title></head><body>
 <video src="{s.url("media/combined320.mp4")}"></video><video src="{s.url("media/combined640.mp4")}"></video></body></html>''',
+    "player": lambda s: f'''<html><head><title>Another site's player</title></head><body>
+<iframe src="{s.url("Mediasite/Play/" + "0" * 34)}"></iframe></body></html>''',
 }
 
 

@@ -17,6 +17,7 @@ extern char const HVToolRateText[];
 extern char const HVToolReportText[];
 /// tools/extension/reelhaul_warm.py, and what it imports
 extern char const HVWarmToolText[];
+extern char const HVWarmToolBasisText[];
 extern char const HVWarmToolLinkText[];
 extern char const HVWarmToolLoadText[];
 extern char const HVWarmToolRunText[];

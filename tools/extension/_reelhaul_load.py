@@ -1,4 +1,4 @@
-"""Loads what runs of the tool need and fills what they remember, a step at a time; and what would make that wrong.
+"""Loads what runs of the tool need and fills what they remember, a step at a time.
 
 All of it makes a run sooner and none of it another: a part that the tool has no more, or has in another way, is left.
 """
@@ -6,11 +6,13 @@ All of it makes a run sooner and none of it another: a part that the tool has no
 import contextlib
 import contextvars
 import copy
+import functools
 import gc
 import io
 import json
 import os
 import re
+import select
 import subprocess
 import sys
 import tempfile
@@ -19,6 +21,7 @@ import yt_dlp
 
 NOWHERE = "http://127.0.0.1:9/"
 EXTRACTORS_AT_ONCE = 40
+LOOK = 0.005  # seconds in which no request is taken
 
 
 def steps(locations):
@@ -29,6 +32,7 @@ def steps(locations):
     asked = quietly(ask, locations) or []
     yield
     classes = quietly(lambda: yt_dlp.extractor.gen_extractor_classes()) or []
+    survey = quietly(Survey, classes)
     yield
     for one in classes[-1:]:  # the generic one, with all that it imports
         quietly(lambda: one.real_class)
@@ -43,12 +47,22 @@ def steps(locations):
     quietly(open_nothing)
     quietly(Kept.renew)
     yield
-    quietly(make_parser_ahead)
-    quietly(list_extractors_ahead)
     for begin in range(0, len(classes), EXTRACTORS_AT_ONCE):
         yield
         for one in classes[begin:begin + EXTRACTORS_AT_ONCE]:
             quietly(one.suitable, NOWHERE)
+    while quietly(lambda: survey.over()) is False:
+        yield
+    for one in quietly(lambda: survey.of_use()) or ():
+        yield
+        quietly(ask_about_page, one)
+    yield
+    quietly(read_page)
+    yield
+    # Behind all that takes what these have ready.
+    quietly(make_parser_ahead)
+    quietly(list_extractors_ahead)
+    quietly(Kept.renew)
     yield
     gc.collect()
 
@@ -191,16 +205,6 @@ def keep_context():
     replace_everywhere("make_ssl_context", make, make_context)
 
 
-def certificates():
-    """The files and folders with which connections are secured."""
-    import ssl
-
-    from yt_dlp.dependencies import certifi
-
-    paths = ssl.get_default_verify_paths()
-    yield from filter(None, (paths.openssl_cafile, paths.openssl_capath, paths.cafile, paths.capath, certifi and certifi.where()))
-
-
 def choose_formats(location):
     """A whole run with what makes the tool choose among formats, but for the network."""
     common = {"url": NOWHERE, "protocol": "http"}
@@ -241,55 +245,126 @@ def make_parser_ahead():
     options.create_parser = lambda: kept.take() or make()
 
 
+class Table(dict):
+    """Remembers what stood under a name that a run sets, and whether it was changed in another way."""
+
+    def __init__(self, *arguments):
+        super().__init__(*arguments)
+        self.before, self.size, self.spoiled = {}, len(self), False
+
+    def __setitem__(self, name, value):
+        self.before.setdefault(name, self.get(name))
+        super().__setitem__(name, value)
+
+    def spoil(self, name, *arguments, **more):
+        self.spoiled = True
+        return getattr(dict, name)(self, *arguments, **more)
+
+    def renewed(self):
+        for name, value in self.before.items():
+            if value is None:
+                super().pop(name, None)
+            else:
+                super().__setitem__(name, value)
+        self.before.clear()
+        return len(self) == self.size and not self.spoiled
+
+
+for change in ("__delitem__", "__ior__", "clear", "pop", "popitem", "setdefault", "update"):
+    setattr(Table, change, functools.partialmethod(Table.spoil, change))
+
+
 def list_extractors_ahead():
     """The table of the extractors, which a run makes once, of the same classes each time."""
     tool = yt_dlp.YoutubeDL
     make = tool.add_default_info_extractors
     with tool({"quiet": True}) as example:
-        made = [(example._ies, example._ies_instances)]
-    names, classes = tuple(example._ies), tuple(example._ies.values())
-    kinds = {name: type(instance) for name, instance in example._ies_instances.items()}
+        kinds = {name: type(instance) for name, instance in example._ies_instances.items()}
+        classes = {**example._ies, **kinds}
+    kept = Kept(Table(classes), Table.renewed)
 
     def add(self):
         plain = self.params.get("allowed_extractors", ["default"]) == ["default"] and not self.params.get("verbose")
         if not plain or self._ies or self._ies_instances:
             return make(self)
-        # The one that is there costs a fork nothing; another one touches all classes, and so copies their memory.
-        self._ies, self._ies_instances = made.pop() if made else (dict(zip(names, classes)), {n: kind() for n, kind in kinds.items()})
-        self._ies.update(self._ies_instances)
-        for instance in self._ies_instances.values():
+        # Another one touches all classes, and so copies the memory that a fork shares.
+        self._ies = kept.take() or dict(classes)
+        self._ies_instances = {name: kind() for name, kind in kinds.items()}
+        for name, instance in self._ies_instances.items():
+            self._ies[name] = instance
             instance.set_downloader(self)
         return None
 
     tool.add_default_info_extractors = add
 
 
-# ---- what would make that wrong ----
+# ---- pages of no known site ----
 
 
-def plugin_files():
-    """All that decides which plugins the tool loads and what is in them: files, and folders that may hold some one day."""
-    from yt_dlp import plugins, utils
+class Survey:
+    """Finds the extractors that look for their own players in other sites' pages.
 
-    yield sys.executable
-    yield from sys.path
-    own = utils.get_executable_path()
-    yield os.path.join(own, plugins.COMPAT_PACKAGE_NAME)
-    for folder in (*utils.get_user_config_dirs("yt-dlp"), *utils.get_system_config_dirs("yt-dlp")):
-        yield os.path.join(folder, "plugins")
-    for folder in (own, *utils.get_user_config_dirs(""), *utils.get_system_config_dirs("")):
-        yield os.path.join(folder, "yt-dlp-plugins")
-    for path in plugins.default_plugin_paths():
-        yield path
-        for folder, _, files in os.walk(os.path.join(path, plugins.PACKAGE_NAME)):
-            yield folder
-            yield from (os.path.join(folder, file) for file in files if not file.endswith(".pyc"))
+    For a page of no known site the tool asks all of them, and so loads all, though nine in ten have no answer to any page.
+    To find that out takes the memory of all, so that a process of its own does it.
+    """
+
+    def __init__(self, classes):
+        from yt_dlp.extractor import lazy_extractors  # where there are none, all are loaded
+
+        self.classes = [one for one in classes if issubclass(one, lazy_extractors.LazyLoadExtractor)]
+        self.told = b""
+        self.reading, writing = os.pipe()
+        self.child = os.fork()
+        if self.child == 0:
+            code = 1
+            try:
+                for number in map(int, os.listdir("/dev/fd")):
+                    if number > 2 and number != writing:
+                        with contextlib.suppress(OSError):
+                            os.close(number)
+                with open(writing, "w", encoding="ascii") as file:
+                    file.write(" ".join(one.__name__ for one in self.classes if quietly(lambda: looks_nowhere(one.real_class))))
+                code = 0
+            finally:
+                os._exit(code)
+        os.close(writing)
+
+    def over(self):
+        if not select.select([self.reading], [], [], LOOK)[0]:
+            return False
+        part = os.read(self.reading, 1 << 16)
+        self.told += part
+        if part:
+            return False
+        os.close(self.reading)
+        if os.waitpid(self.child, 0)[1] != 0:
+            self.told = b""
+        return True
+
+    def of_use(self):
+        """Those that may have an answer. The others answer from now on without being loaded."""
+        useless = set(self.told.decode().split())
+        for one in self.classes:
+            if one.__name__ in useless:
+                one.extract_from_webpage = classmethod(lambda cls, tool, url, page: iter(()))
+        return [one for one in self.classes if one.__name__ not in useless] if useless else []
 
 
-def identity(path):
-    """What tells the file from another one of its path; None where there is none."""
-    try:
-        status = os.stat(path)
-    except OSError:
-        return None
-    return status.st_dev, status.st_ino, status.st_size, status.st_mtime_ns
+def looks_nowhere(extractor):
+    """Whether it has no more to look for players than what all have, and no pattern of any."""
+    def plain(name):
+        mine, common = getattr(extractor, name), getattr(yt_dlp.extractor.common.InfoExtractor, name)
+        return getattr(mine, "__func__", mine) is common.__func__
+
+    return not extractor._EMBED_REGEX and all(map(plain, ("extract_from_webpage", "_extract_from_webpage", "_extract_embed_urls")))
+
+
+def ask_about_page(extractor):
+    """Loads it, with its patterns."""
+    with yt_dlp.YoutubeDL({"quiet": True}, auto_init=False) as tool:
+        list(extractor.extract_from_webpage(tool, NOWHERE, ""))
+
+
+def read_page():
+    with yt_dlp.YoutubeDL({"quiet": True}) as tool:
+        tool.extract_info("data:text/html,<title>0</title>", download=False)

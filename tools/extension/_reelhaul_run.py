@@ -19,6 +19,7 @@ import threading
 
 import yt_dlp
 from yt_dlp import globals as shared
+from yt_dlp_plugins.extractor import _reelhaul_basis as basis
 from yt_dlp_plugins.extractor import _reelhaul_link as link
 from yt_dlp_plugins.extractor import _reelhaul_load as load
 
@@ -150,9 +151,9 @@ def begin(arguments, program):
 def recognise_programs():
     """What is known of ffmpeg under its path is known of the same file where the run finds it in its PATH."""
     tool = yt_dlp.FFmpegPostProcessor
-    known = {load.identity(path): path for path in tool._version_cache if path and os.path.isabs(path)}
+    known = {basis.identity(path): path for path in tool._version_cache if path and os.path.isabs(path)}
     for name in ("ffmpeg", "ffprobe"):
-        path = known.get(load.identity(shutil.which(name) or ""))
+        path = known.get(basis.identity(shutil.which(name) or ""))
         for cache in (tool._version_cache, tool._features_cache):
             if path in cache and path:
                 cache[name] = cache[path]

@@ -32,6 +32,7 @@ import tempfile
 import threading
 
 import yt_dlp
+from yt_dlp_plugins.extractor import _reelhaul_basis as basis
 from yt_dlp_plugins.extractor import _reelhaul_link as link
 from yt_dlp_plugins.extractor import _reelhaul_load as load
 from yt_dlp_plugins.extractor import _reelhaul_run as run
@@ -51,9 +52,9 @@ class Resident:
         self.left = set()  # process ids
         self.poll = select.poll()
         self.poll.register(connection, select.POLLIN)
-        found = (load.quietly(lambda: list(load.programs(self.locations))), load.quietly(lambda: list(load.certificates())))
-        files = [*load.plugin_files(), *(path for paths in found for path in paths or ())]
-        self.files = {path: load.identity(path) for path in map(str, files)}
+        found = (load.quietly(lambda: list(load.programs(self.locations))), load.quietly(lambda: list(basis.certificates())))
+        files = [*basis.plugin_files(), *(path for paths in found for path in paths or ())]
+        self.files = {path: basis.identity(path) for path in map(str, files)}
 
     def serve(self):
         warming = load.steps(self.locations)
@@ -113,7 +114,7 @@ class Resident:
 
     def problem(self):
         """Why no run can be forked; empty where one can."""
-        if any(load.identity(path) != known for path, known in self.files.items()):
+        if any(basis.identity(path) != known for path, known in self.files.items()):
             return "changed: a plugin, ffmpeg, the certificates or the interpreter"
         if threading.active_count() > 1:
             return "impossible: a plugin of the tool has threads"
