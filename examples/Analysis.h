@@ -3,6 +3,7 @@
 
 #include <Reelhaul/Reelhaul.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,11 +18,14 @@ public:
     std::shared_ptr<Halvorn::IHVError const> result;
     bool stopped = false; ///< by StopTask, whatever the result says
 
-    explicit Analysis(std::string const& url, std::shared_ptr<Halvorn::IHVDownloadOptions> options = nullptr)
+    using Options = std::shared_ptr<Halvorn::IHVDownloadOptions>;
+    explicit Analysis(std::string const& url, Options options = nullptr,
+                      std::function<Options(std::string const& host)> optionsForSite = nullptr)
         : task_(Halvorn::IHVDownloadTask::MallocDownloadTask(url)) {
         task_->SetDelegate(this); // not owned by the task: this object has to outlive its run
         task_->SetJSRuntimePath(Halvorn::IHVDownloadPlugin::BuiltInJSRuntimePathFile());
         task_->SetOptions(std::move(options));
+        task_->SetOptionsForSite(std::move(optionsForSite));
         if (auto started = task_->StartTask(); !started->Succeed())
             result = started;
     }

@@ -10,7 +10,7 @@ import threading
 import time
 import unittest
 
-from servers import COMMAND, ServerTest
+from servers import COMMAND, HERE, ServerTest
 
 FOLDER = os.path.dirname(COMMAND)
 
@@ -27,6 +27,9 @@ class Examples(ServerTest):
         page = self.page
         cookies = self.write("cookies", "# Netscape HTTP Cookie File\n127.0.0.1\tFALSE\t/\tFALSE\t4102444800\tmember\tyes\n")
         wanted = page("combined?cookie=member=yes")
+        proxy = self.start(HERE / "proxy.py")
+        # A name without a point is one of this domain to the tool's cookies.
+        own = ["localhost", proxy.address.rpartition(":")[2], self.write("own", cookies.read_text().replace("127.0.0.1", "localhost.local"))]
         for name, arguments, status, printed, files in (
                 ("readme", [page("combined")], 0, ["100.0 %", "./Combined.mp4"], ["Combined.mp4"]),
                 ("analyse", [page("subtitles")], 0, ["Subtitles, 00:00:08", "subtitles in Français (fr): json3 srt vtt"], []),
@@ -48,6 +51,9 @@ class Examples(ServerTest):
                 ("browser_view", [wanted, "member=no"], 1, ["403"], []),
                 ("options", [page("combined?login=me:secret"), "me"], 0, ["Combined"], []),
                 ("options", [page("combined?login=me:other"), "me"], 1, ["401"], []),
+                ("sites", [out, *own, page("combined"), wanted.replace("127.0.0.1", "localhost") + "&title=Own"], 0,
+                 ["/Combined.mp4", "/Own.mp4"], ["Combined.mp4", "Own.mp4"]),
+                ("sites", [out, *own, wanted], 1, ["403"], []),
                 ("update", [self.folder / "tools", self.mirror("2001.01.01")], 0, ["is current"], []),
                 ("update", [self.folder / "tools", "http://127.0.0.1:9"], 1, ["not updated: "], []),
                 ("warm", [page("combined"), page("everything")], 0, ["Combined: ", "A page with everything: "], []),
@@ -63,6 +69,7 @@ class Examples(ServerTest):
                 for file in found:
                     (out / file).unlink()
                 self.assertEqual(found, files, text)
+        self.assertIn("localhost:", "".join(proxy.lines()))
 
     def test_an_interrupted_main_loop_ends_and_leaves_nothing(self):
         out = self.folder / "out"
