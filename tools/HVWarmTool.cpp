@@ -20,6 +20,8 @@ constexpr char kFolder[] = ".tool-warm";
 constexpr char kPlace[] = ".tool-warm/reelhaul";
 /// So often in a row it may die, or be of no use, before it is left.
 constexpr unsigned int kMostFailures = 3;
+/// One that has served so many runs before it died begins a new count: an application may run for weeks.
+constexpr unsigned int kGoodService = 20;
 constexpr unsigned int kSecondsPerMinute = 60;
 
 void LogOutput(std::shared_ptr<IHVData const> const& data) {
@@ -139,7 +141,7 @@ int HVWarmTool::Start(HVSpawnRequest const& request, HVForkLanes* lanes, int& pi
                                              : lanes->Start(server, request, pid, leader, reason);
         if (answer == HVForkAnswer::Started) {
             HVLoggingLock const lock(mutex_);
-            useful_ = useful_ || server == server_;
+            runs_ += server == server_ ? 1U : 0U;
             return 0;
         }
         HandleFailure(server, answer, reason);
@@ -214,7 +216,7 @@ void HVWarmTool::Drop() {
 void HVWarmTool::DropChanged() {
     unsigned int const failures = failures_;
     Drop();
-    if (useful_)
+    if (runs_ > 0)
         return;
     // An application that changes its variables for every run would only pay for it.
     failures_ = failures;
@@ -223,6 +225,8 @@ void HVWarmTool::DropChanged() {
 
 void HVWarmTool::CountDeath() {
     server_ = nullptr;
+    if (runs_ >= kGoodService)
+        failures_ = 0;
     if (ready_)
         CountFailure("The process that is to stay has died three times.");
     else
@@ -252,7 +256,7 @@ void HVWarmTool::StartIfMissing(Version version) {
 
 void HVWarmTool::StartServer() {
     ready_ = false;
-    useful_ = false;
+    runs_ = 0;
     if (!IsForPython(version_.tool)) {
         GiveUp("\"" + version_.tool + "\" is no program for Python.");
         return;

@@ -70,9 +70,9 @@ private:
     unsigned int idleSeconds_ = 0;
     std::shared_ptr<HVForkServer> server_;  ///< empty when there is none
     bool ready_ = false;                    ///< it has been ready
-    bool useful_ = false;                   ///< a run has come out of it
     Version version_;                       ///< what it is for, or what it was not possible for
     unsigned int failures_ = 0;             ///< one after the other
+    unsigned int runs_ = 0;                 ///< that have come out of it
     std::string reason_;                    ///< why it is not possible; empty when it is
     std::shared_ptr<HVForkServer> parents_; ///< in a forked copy of the process
 };

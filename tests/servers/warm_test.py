@@ -204,6 +204,7 @@ class FactsTest(WarmTest):
         self.assertEqual((facts[1]["folder"], facts[1]["mask"]), (str(folder), 0o27))
         self.assertEqual(facts[1], facts[2])
         self.assertTrue(facts[1]["verifies"])
+        self.assertEqual([b"told once" in run("once")[1] for _ in range(2)], [True, True])
         self.assertIn(b"no such option: --mine", run("a", "--mine")[1])
         for name in ("thread", "child", "handler", "mask", "timer", "file", "variable", "memory", "fail", "late"):
             with self.subTest(name):

@@ -178,7 +178,8 @@ TEST_F(WarmTool, AddressesOfAGroupShareProcesses) {
         tasks.back()->SetDelegate(&recorder);
         EXPECT_TRUE(group->AddTask(tasks.back())->Succeed());
     }
-    EXPECT_TRUE(Eventually([&group] { return group->UnfinishedCount() == 0; }));
+    // What has ended may still wait for its turn to be reported.
+    EXPECT_TRUE(Eventually([&] { return recorder.Events().size() == 3 * tasks.size(); }));
     std::multiset<std::string> processes;
     for (auto const& event : recorder.Events())
         if (event.starts_with("item "))
@@ -190,19 +191,25 @@ TEST_F(WarmTool, AddressesOfAGroupShareProcesses) {
         EXPECT_TRUE(Eventually([&process] { return kill(std::stoi(process), 0) != 0; }));
 }
 
-TEST_F(WarmTool, IsNotTriedAgainAfterThreeDeaths) {
-    for (int death = 1; death <= 3; ++death) {
+TEST_F(WarmTool, IsNotTriedAgainAfterThreeDeathsThatFollowEachOther) {
+    std::vector<int> served{1, 1, 20, 1, 1}; // the third one has done good service
+    while (!served.empty()) {
         TurnOn();
-        kill(Parent(), SIGKILL);
+        int resident = getpid();
+        for (int i = 0; i < served.front(); ++i)
+            resident = Parent();
+        ASSERT_NE(resident, getpid());
+        kill(resident, SIGKILL);
         EXPECT_TRUE(Eventually([] { return IHVWarmTool::GetStatus().state != State::Ready; }));
-        if (death < 3) { // the run that starts the next one comes first
+        served.erase(served.begin());
+        if (!served.empty()) { // the run that starts the next one comes first
             EXPECT_EQ(Parent(), getpid());
         }
     }
     EXPECT_EQ(IHVWarmTool::GetStatus().state, State::NotPossible);
     EXPECT_THAT(IHVWarmTool::GetStatus().reason, testing::HasSubstr("died three times"));
     EXPECT_EQ(Parent(), getpid());
-    EXPECT_EQ(Residents(), 3);
+    EXPECT_EQ(Residents(), 5);
 }
 
 TEST_F(WarmTool, ARunOutlivesItAndTellsItsEnd) {

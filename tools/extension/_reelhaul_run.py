@@ -145,6 +145,9 @@ def begin(arguments, program):
         # Each run of the tool introduces itself as another browser.
         headers = sys.modules["yt_dlp.utils.networking"]
         headers.std_headers["User-Agent"] = headers.random_user_agent()
+    with contextlib.suppress(AttributeError, KeyError):
+        # What the tool tells once is once in each run.
+        sys.modules["yt_dlp.utils._utils"].deprecation_warning._cache.clear()
     gc.enable()
 
 

@@ -90,6 +90,7 @@ class Resident:
             self.connection.close()
         elif len(files) == 2:
             with socket.socket(fileno=files[0]) as start:
+                start.set_inheritable(False)
                 status = socket.socket(fileno=files[1])
                 status.set_inheritable(False)
                 self.fork(start, status, byte == b"s")

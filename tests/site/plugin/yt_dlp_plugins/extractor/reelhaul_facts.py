@@ -14,6 +14,7 @@ import time
 
 from yt_dlp.extractor.common import InfoExtractor
 from yt_dlp.networking import common as networking
+from yt_dlp.utils import deprecation_warning
 
 
 def open_files():
@@ -46,6 +47,7 @@ DEEDS = {
     "memory": lambda: len(bytearray(100 << 20)),
     "crash": lambda: os.kill(os.getpid(), signal.SIGSEGV),
     "late": lambda: runs > 1 and os.kill(os.getpid(), signal.SIGSEGV),  # in a process that has served another run
+    "once": lambda: deprecation_warning("told once"),
     "fail": lambda: 1 / 0,
     "wander": lambda: (os.chdir("/"), os.umask(0), trust_all()),
 }
