@@ -14,6 +14,7 @@
 #include "HVDownloadProgress.h"
 #include "HVDownloadTask.h"
 #include "HVResumeSettings.h"
+#include "HVRowSettings.h"
 #include "IHVDownloadController.h"
 
 #include <atomic>
@@ -27,11 +28,11 @@
 namespace Halvorn {
 
 class HVDownloadControllers;
+class HVDownloadItem;
 class HVDownloadRun;
 class HVDownloadTaskDownload;
 class HVStartPacer;
 class HVTotalRate;
-class IHVDownloadArchive;
 class HVRowKeeper;
 struct HVRowState;
 
@@ -105,8 +106,15 @@ public:
     bool RemovePartialData();
     void SetPacerOfRuns(std::shared_ptr<HVStartPacer> pacer) { Set(pacer_, std::move(pacer)); }
     void SetTotalRateOfRuns(std::shared_ptr<HVTotalRate> rate) { Set(totalRate_, std::move(rate)); }
-    void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) { Set(archive_, std::move(archive)); }
-    void SetMetadata(HVMetadataFiles const& files) { Set(metadata_, files); }
+    void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> const& archive);
+    void SetMetadata(HVMetadataFiles const& files);
+    void SetSkipsOfRuns(int skips);
+    void SetWish(HVFormatWish const& wish);
+    void ChangeSettings(std::function<void(HVRowSettings&)> const& change);
+    HVRowSettings Settings() const { return Get(settings_); }
+    HVDownloadSkip SkippedNow() const;
+    /// The item, or, as long as the application chooses nothing else, what a run has found out about it.
+    std::shared_ptr<IHVDownloadItem> Subject() const;
     /// See IHVDownloadController::FindExistingFile.
     std::string FindExisting() const;
     void SetName(std::string const& text);
@@ -158,6 +166,12 @@ private:
     void Report(std::function<void()> report) const;
     bool IsIdle() const;
 
+    /// What a run's analysis came to.
+    struct Found {
+        std::shared_ptr<HVDownloadItem> item;
+        std::string format; ///< code of the format that the item had then
+    };
+    void TakeFound(HVDownloadItem const& item, std::string former);
     std::shared_ptr<IHVDownloadItem> TakeChoice() const;
     std::shared_ptr<IHVError const> StartIf(Decision const& wanted, std::shared_ptr<IHVDownloadItem> choice);
     void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
@@ -166,7 +180,7 @@ private:
     bool TakePause(IHVDownloadTask const* task);
     void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;
-    void HandSettings(HVDownloadTask& task) const;
+    void HandSettings(HVDownloadTask& task);
     std::shared_ptr<IHVError const> StartRun(std::shared_ptr<HVDownloadTask> const& task);
     void WaitIf(Decision const& mayWait);
     std::shared_ptr<HVDownloadTask> TakeRunToStop();
@@ -205,8 +219,8 @@ private:
     std::string resultPath_;
     std::string outputPath_;
     std::string nameTemplate_;
-    HVMetadataFiles metadata_;
-    std::shared_ptr<IHVDownloadArchive> archive_;
+    HVRowSettings settings_;
+    Found found_;
     std::shared_ptr<HVStartPacer> pacer_;
     std::shared_ptr<HVTotalRate> totalRate_;
     std::string jsRuntimePath_;

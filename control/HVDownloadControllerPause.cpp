@@ -11,10 +11,11 @@ namespace Halvorn {
 
 void HVDownloadController::PauseDownload() {
     std::shared_ptr<HVDownloadTask> task;
+    auto const subject = Subject();
     {
         std::lock_guard const lock(mutex_);
         // Of a recording nothing would be left.
-        if (!resume_.has_value() || item_ == nullptr || item_->IsLiveStream())
+        if (!resume_.has_value() || subject == nullptr || subject->IsLiveStream())
             return;
         resumeWanted_ = false;
         if (state_ == HVDownloadStateDownloading)
@@ -58,10 +59,11 @@ bool HVDownloadController::TakePause(IHVDownloadTask const* task) {
 /// The folder of this download's partial data, and that one's parent; empty texts without an item or target.
 std::pair<std::string, std::string> HVDownloadController::PartialPlace() const {
     std::string const target = Get(outputPath_);
-    if (item_ == nullptr || target.empty())
+    auto const item = Subject();
+    if (item == nullptr || target.empty())
         return {};
     return {PartialParent(Get(resume_).value_or(HVResumeSettings()), target),
-            PartialName(*item_, target, Get(options_).get())};
+            PartialName(*item, target, Get(options_).get())};
 }
 
 bool HVDownloadController::RemovePartialData() {

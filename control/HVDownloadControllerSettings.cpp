@@ -5,28 +5,43 @@
 #include "HVConversion.h"
 #include "HVDownloadItem.h"
 #include "HVDownloadTaskDownload.h"
-#include "HVFileSystem.h"
-#include "HVParsedName.h"
+#include "HVExistingFile.h"
 #include "HVQueueKeeper.h"
 #include "HVStartPacer.h"
-#include "HVSubfolder.h"
 #include "HVTotalRate.h"
 #include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
-#include "IHVFileProvider.h"
 
 #include <utility>
 
 namespace Halvorn {
 
-void HVDownloadController::HandSettings(HVDownloadTask& task) const {
+namespace {
+
+/// Empty where no format is chosen.
+std::string ChosenCode(IHVDownloadItem const& item) {
+    auto const format = item.GetCurrentDownloadFormat();
+    return format == nullptr ? std::string() : format->FormatCode();
+}
+
+} // namespace
+
+void HVDownloadController::HandSettings(HVDownloadTask& task) {
     task.SetJSRuntimePath(Get(jsRuntimePath_));
     if (auto* const download = dynamic_cast<HVDownloadTaskDownload*>(&task)) {
         if (auto const settings = Get(resume_))
             download->SetResume(*settings);
         download->SetNameTemplate(Get(nameTemplate_));
-        download->SetArchive(Get(archive_));
-        download->SetMetadataFiles(Get(metadata_));
+        HVRowSettings const settings = Settings();
+        download->SetArchive(settings.archive);
+        download->SetMetadataFiles(settings.metadata);
+        download->SetSkips(settings.skips);
+        if (settings.wish.has_value() || Get(keeper_) != nullptr)
+            download->SetAnalysis(
+                {settings.wish, [weak = weak_from_this()](HVDownloadItem const& item, std::string former) {
+                     if (auto const controller = weak.lock())
+                         controller->TakeFound(item, std::move(former));
+                 }});
         if (auto const keeper = Get(keeper_))
             download->SetBeforePlacing([keeper](std::string const& path, std::string const& folder) {
                 keeper->FileIsWhole(path, folder);
@@ -40,31 +55,67 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) const {
 }
 
 std::string HVDownloadController::FindExisting() const {
-    std::string const folder = Get(outputPath_);
-    if (item_ == nullptr || folder.empty())
-        return {};
-    HVConversion const conversion = ConversionOf(Get(options_).get());
-    std::string const extension = ConvertedExtension(conversion, *item_);
-    HVItemPath path;
-    if (std::string const text = Get(nameTemplate_); text.empty())
-        path.name = IHVFileProvider::MakeValidFilenameAtPath(item_->GetFileName(), extension, folder);
-    else
-        path = HVParsedName(text).PathOf(*item_, extension, folder);
-    std::string const place = FindSubfolder(folder, path.folders);
-    if (place.empty())
-        return {};
-    std::string file = IHVFileProvider::AppendPathComponent(place, path.name);
-    if (conversion.Files() > 1)
-        file += " - 001";
-    if (std::string const legal = LegalExtension(extension); !legal.empty())
-        file = IHVFileProvider::AppendPathExtension(file, legal);
-    return IHVFileProvider::PathFileExist(file) ? file : std::string();
+    auto const item = Subject();
+    return item == nullptr
+               ? std::string()
+               : ExistingFile(*item, ConversionOf(Get(options_).get()), Get(nameTemplate_), Get(outputPath_));
+}
+
+void HVDownloadController::ChangeSettings(std::function<void(HVRowSettings&)> const& change) {
+    HVRowSettings former; // goes after the lock
+    std::lock_guard const lock(mutex_);
+    former = settings_;
+    change(settings_);
+    if (keeper_ != nullptr)
+        keeper_->SettingsChanged(settings_);
+}
+
+void HVDownloadController::SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> const& archive) {
+    ChangeSettings([&archive](HVRowSettings& settings) { settings.archive = archive; });
+}
+
+void HVDownloadController::SetMetadata(HVMetadataFiles const& files) {
+    ChangeSettings([&files](HVRowSettings& settings) { settings.metadata = files; });
+}
+
+void HVDownloadController::SetSkipsOfRuns(int skips) {
+    ChangeSettings([skips](HVRowSettings& settings) { settings.skips = skips; });
+}
+
+void HVDownloadController::SetWish(HVFormatWish const& wish) {
+    ChangeSettings([&wish](HVRowSettings& settings) { settings.wish = wish; });
+}
+
+HVDownloadSkip HVDownloadController::SkippedNow() const {
+    std::lock_guard const lock(mutex_);
+    auto const* const task = dynamic_cast<HVDownloadTaskDownload const*>(task_.get());
+    return task == nullptr ? HVDownloadSkipNone : task->Skipped();
+}
+
+/// Takes what a run has found out about the item, and has it stored.
+void HVDownloadController::TakeFound(HVDownloadItem const& item, std::string former) {
+    if (item_->GetFileName() == kUnknownName)
+        item_->SetFileName(item.GetFileName());
+    auto copy = item.CopyForRun();
+    copy->TakeDocument(nullptr); // it would last as long as the row
+    if (auto const keeper = Get(keeper_))
+        keeper->ItemChanged(*copy);
+    Set(found_, Found{std::move(copy), std::move(former)});
+}
+
+std::shared_ptr<IHVDownloadItem> HVDownloadController::Subject() const {
+    Found const found = Get(found_);
+    if (found.item == nullptr || found.format != ChosenCode(*item_))
+        return item_;
+    found.item->SetFileName(item_->GetFileName());
+    return found.item;
 }
 
 /// The item as it is chosen now. The application may choose another format or subtitle for another controller
 /// of the same item at any time from here on.
 std::shared_ptr<IHVDownloadItem> HVDownloadController::TakeChoice() const {
-    auto const* const item = dynamic_cast<HVDownloadItem const*>(item_.get());
+    auto const subject = Subject();
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(subject.get());
     auto choice = item == nullptr ? item_ : item->CopyForRun();
     if (auto const keeper = Get(keeper_); keeper != nullptr && choice != nullptr)
         keeper->ItemChanged(*choice);

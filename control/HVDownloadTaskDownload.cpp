@@ -53,32 +53,60 @@ void HVDownloadTaskDownload::asyncProgressTask() {
     // All of the run goes to one site.
     SetOptions(OptionsFor(ItemAddress()));
     notifyTaskStarted("Download started.");
-    auto const format = downloadItem_ == nullptr ? nullptr : downloadItem_->GetCurrentDownloadFormat();
-    if (format == nullptr) {
-        notifyTaskComplete(
-            IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "No download format settings."));
-        return;
-    }
+    notifyTaskComplete(Download());
+}
+
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::Download() {
     conversion_ = ConversionOf(GetMutableOptions().get());
-    if (auto const fault = ConversionError()) {
-        notifyTaskComplete(fault);
-        return;
+    bool const asks = NeedsAnalysis();
+    if (auto obstacle = asks ? nullptr : Obstacle())
+        return obstacle;
+    BeginProgress();
+    Result result;
+    if (!WaitForTurn())
+        result = IHVError::MallocCancel(kFile, __LINE__, kFunction);
+    if (result == nullptr && asks)
+        result = RunWithRetries([this] { return Analyse(); });
+    if (result == nullptr || result->Succeed())
+        result = Fetch();
+    if (!asks && MayChooseAnew(*result)) {
+        Result const analysed = RunWithRetries([this] { return Analyse(); });
+        result = analysed->Succeed() ? Fetch() : analysed;
     }
-    std::string const folder = IHVFileProvider::GetTmpPath();
-    if (folder.empty()) {
-        notifyTaskComplete(IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",
-                                                 "Can't make a temporary folder in \"%s\".",
-                                                 SystemTmpFolder().c_str()));
-        return;
-    }
+    if (result->Succeed())
+        DropFormerPartial();
+    TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
+    return result;
+}
+
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::Obstacle() const {
+    if (downloadItem_ == nullptr || downloadItem_->GetCurrentDownloadFormat() == nullptr)
+        return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "No download format settings.");
+    if (auto fault = ConversionError())
+        return fault;
+    if (!IHVFileProvider::GetTmpPath().empty())
+        return nullptr;
+    return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",
+                                 "Can't make a temporary folder in \"%s\".", SystemTmpFolder().c_str());
+}
+
+void HVDownloadTaskDownload::BeginProgress() {
+    auto const format = downloadItem_->GetCurrentDownloadFormat();
+    bool const parts = format != nullptr && format->MergeFormat() && conversion_.audio.empty();
     Track([&](HVProgressTracker& tracker) {
-        tracker.Begin(format->MergeFormat() && conversion_.audio.empty() ? 2 : 1, !conversion_.Empty());
+        tracker.Begin(parts ? 2 : 1, !conversion_.Empty());
         return true;
     });
-    auto const result = WaitForTurn() ? RunWithRetries(MakeTempFile(folder, format->Extension()))
-                                      : IHVError::MallocCancel(kFile, __LINE__, kFunction);
-    TrackPhase(result->Succeed() ? HVDownloadPhaseDone : HVDownloadPhaseNone);
-    notifyTaskComplete(result);
+}
+
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::Fetch() {
+    if (auto obstacle = Obstacle())
+        return obstacle;
+    if (SkipsItem())
+        return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
+    auto const file =
+        MakeTempFile(IHVFileProvider::GetTmpPath(), downloadItem_->GetCurrentDownloadFormat()->Extension());
+    return RunWithRetries([&] { return RunTool(file); });
 }
 
 HVDownloadTaskDownload::TempFile HVDownloadTaskDownload::MakeTempFile(std::string const& folder,
@@ -158,7 +186,7 @@ HVDownloadTaskDownload::RunTool(TempFile const& file, std::vector<std::string> c
     // Where the tool has gone back to the address by itself, that would not help a second time.
     failed = outcome.handlerError == nullptr && !UserCancel() && !IsFinished(file, outcome) &&
              !FailedAfterTheSite(outcome) && outcome.errors.find("trying with URL") == std::string::npos;
-    auto result = outcome.handlerError != nullptr ? outcome.handlerError : Result(file, outcome);
+    auto result = outcome.handlerError != nullptr ? outcome.handlerError : ResultOf(file, outcome);
     RemoveLeftovers(run, file, result->Succeed());
     return result;
 }
@@ -204,8 +232,8 @@ bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const
            ((outcome.Succeeded() || finish_.Requested()) && !UserCancel());
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::Result(TempFile const& file,
-                                                               HVToolResult const& outcome) {
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::ResultOf(TempFile const& file,
+                                                                HVToolResult const& outcome) {
     if (!outcome.errors.empty())
         IHVLogConfig::Printf("ERROR: %s.", outcome.errors.c_str());
     // The tool gives up a stream that no ffmpeg records: what it has of that can be played as well.

@@ -5,7 +5,9 @@
 // Thread-safety: the run is on the worker thread; the tool's output is parsed on the thread that delivers it.
 
 #include "HVConversion.h"
+#include "HVDownloadSkip.h"
 #include "HVDownloadTask.h"
+#include "HVFormatWish.h"
 #include "HVMetadataFiles.h"
 #include "HVPartialData.h"
 #include "HVProgressTracker.h"
@@ -21,12 +23,20 @@
 
 namespace Halvorn {
 
+class HVDownloadItem;
 class HVToolRun;
 class HVStartPacer;
 class HVTotalRate;
 class IHVDownloadArchive;
 struct HVFinishedFile;
 struct HVToolResult;
+
+/// What a run analyses its item for.
+struct HVItemAnalysis {
+    std::optional<HVFormatWish> wish; ///< empty for the best, or the nearest to the chosen one
+    /// Gets the item as it is found, with its new format, and the code of its former one, on the worker.
+    std::function<void(HVDownloadItem const&, std::string)> found;
+};
 
 class HVDownloadTaskDownload final : public HVDownloadTask {
 public:
@@ -52,6 +62,13 @@ public:
     void SetNameTemplate(std::string text) { nameTemplate_ = std::move(text); }
     /// Remembers the item once its file is in its place; to be set before the start.
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive) { archive_ = std::move(archive); }
+    /// Flags of HVDownloadSkip; to be set before the start.
+    void SetSkips(int skips) { skips_ = skips; }
+    /// Which of them has ended the run.
+    HVDownloadSkip Skipped() const { return skipped_; }
+    /// Has the run analyse an item that has no format, or one that the site no longer has; to be set before
+    /// the start.
+    void SetAnalysis(HVItemAnalysis analysis) { analysis_ = std::move(analysis); }
     /// Has the tool write these beside the file; to be set before the start.
     void SetMetadataFiles(HVMetadataFiles files) { metadata_ = files; }
     /// Is called with the path of the finished file before that gets its place, and with the folder where
@@ -94,7 +111,22 @@ private:
     /// The whole files of a run; none until a converting one has told of all that it is to make.
     std::vector<MadeFile> MadeFiles(TempFile const& file) const;
     bool FailedAfterTheSite(HVToolResult const& outcome) const;
-    std::shared_ptr<IHVError const> RunWithRetries(TempFile const& file);
+    using Result = std::shared_ptr<IHVError const>;
+    /// The whole run, between the reports of its start and its end.
+    Result Download();
+    /// Why it can't be made, as far as that is known; empty otherwise.
+    Result Obstacle() const;
+    /// For an item with a format.
+    Result Fetch();
+    void BeginProgress();
+    bool NeedsAnalysis() const;
+    bool MayChooseAnew(IHVError const& failure) const;
+    /// Takes what the site has of the item now, and chooses the format.
+    Result Analyse();
+    void DropFormerPartial() const;
+    /// Whether there is nothing to fetch, see HVDownloadSkip.
+    bool SkipsItem();
+    Result RunWithRetries(std::function<Result()> const& run);
     bool UsePartialFolder(TempFile& file);
     bool MayResume() const;
     std::shared_ptr<HVPartialFolder> WaitForPartialFolder();
@@ -111,7 +143,7 @@ private:
     std::shared_ptr<IHVError const> RunTool(TempFile const& file, std::vector<std::string> const& args,
                                             bool& failed);
     bool IsFinished(TempFile const& file, HVToolResult const& outcome);
-    std::shared_ptr<IHVError const> Result(TempFile const& file, HVToolResult const& outcome);
+    Result ResultOf(TempFile const& file, HVToolResult const& outcome);
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     /// Gives the file its folder, which is made, and its name; returns why that can't be done.
     std::string NamePlace(HVFinishedFile& finished) const;
@@ -134,6 +166,10 @@ private:
     std::string nameTemplate_;
     HVMetadataFiles metadata_;
     std::shared_ptr<IHVDownloadArchive> archive_;
+    int skips_ = HVDownloadSkipNone;
+    std::atomic<HVDownloadSkip> skipped_ = HVDownloadSkipNone;
+    std::optional<HVItemAnalysis> analysis_;
+    std::string formerPartial_; ///< name of the partial data of a format that the site no longer has
     std::shared_ptr<HVStartPacer> pacer_;
     std::shared_ptr<HVTotalRate> totalRate_;
     std::atomic<float> progress_ = 0.0F;

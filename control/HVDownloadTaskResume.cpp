@@ -84,13 +84,13 @@ bool HVDownloadTaskDownload::UsePartialFolder(TempFile& file) {
     return true;
 }
 
-std::shared_ptr<IHVError const> HVDownloadTaskDownload::RunWithRetries(TempFile const& random) {
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::RunWithRetries(std::function<Result()> const& run) {
     if (!resume_.has_value())
-        return RunTool(random);
+        return run();
     int retry = 0;
     std::uint64_t furthest = 0;
     for (;;) {
-        auto result = RunTool(random);
+        auto result = run();
         std::uint64_t bytes = 0;
         Track([&bytes](HVProgressTracker& tracker) {
             bytes = tracker.Now().bytes;

@@ -57,7 +57,9 @@ std::uint64_t Bytes(std::string const& text) {
 } // namespace
 
 void HVProgressTracker::Begin(int parts, bool converts) {
+    double const reached = now_.fraction; // of a format that was given up
     now_ = {};
+    now_.fraction = reached;
     converts_ = converts;
     step_.clear();
     parts_.assign(static_cast<std::size_t>(std::max(parts, 1)), {});

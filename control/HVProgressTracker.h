@@ -15,7 +15,7 @@ class IHVJsonValue;
 class HVProgressTracker {
 public:
     /// The tool is about to start. `parts` is how many files it will join, 1 for none; `converts` when
-    /// ffmpeg has more to do after that.
+    /// ffmpeg has more to do after that. The fraction does not fall.
     void Begin(int parts, bool converts = false);
     /// Takes one record of the extension. False when it changes nothing.
     bool TakeRecord(IHVJsonValue const& record);

@@ -54,6 +54,26 @@ void IHVDownloadController::SetArchive(std::shared_ptr<IHVDownloadArchive> archi
         controller->SetArchiveOfRuns(std::move(archive));
 }
 
+void IHVDownloadController::SetAnalysisAtStart(HVFormatWish const& wish) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetWish(wish);
+}
+
+void IHVDownloadController::SetSkips(int skips) {
+    if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
+        controller->SetSkipsOfRuns(skips);
+}
+
+int IHVDownloadController::GetSkips() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? HVDownloadSkipNone : controller->Settings().skips;
+}
+
+HVDownloadSkip IHVDownloadController::WasSkipped() const {
+    auto const* const controller = dynamic_cast<HVDownloadController const*>(this);
+    return controller == nullptr ? HVDownloadSkipNone : controller->SkippedNow();
+}
+
 void IHVDownloadController::SetMetadataFiles(HVMetadataFiles const& files) {
     if (auto* const controller = dynamic_cast<HVDownloadController*>(this))
         controller->SetMetadata(files);

@@ -229,6 +229,32 @@ std::shared_ptr<HVDownloadItem> HVDownloadItem::CopyForRun() const {
     return copy;
 }
 
+void HVDownloadItem::TakeAnalysis(HVDownloadItem const& found) {
+    if (GetFileName() == kUnknownName)
+        SetFileName(found.GetFileName());
+    formats_ = found.formats_;
+    currentFormatIndex_ = found.currentFormatIndex_;
+    allFormats_ = found.allFormats_;
+    authored_ = found.authored_;
+    durationText_ = found.durationText_;
+    durationString_ = found.durationString_;
+    durationSeconds_ = found.durationSeconds_;
+    thumbnail_ = found.thumbnail_;
+    liveStream_ = found.liveStream_;
+    // By its own address it is found without its list.
+    auto details = *found.details_;
+    if (details.playlistTitle.empty()) {
+        details.playlistTitle = details_->playlistTitle;
+        details.playlistPosition = details_->playlistPosition;
+    }
+    details_ = std::make_shared<HVItemDetails const>(std::move(details));
+    auto identity = found.identity_;
+    for (auto const& own : identity_.own)
+        identity.AddOwn(own);
+    identity_ = std::move(identity);
+    document_ = found.document_;
+}
+
 std::string HVDownloadItem::FormatSeconds(int seconds) {
     auto twoDigits = [](int number) { return (number < 10 ? "0" : "") + std::to_string(number); };
     return twoDigits(seconds / 3600) + ":" + twoDigits(seconds % 3600 / 60) + ":" + twoDigits(seconds % 60);

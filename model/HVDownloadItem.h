@@ -13,6 +13,9 @@ namespace Halvorn {
 
 class HVKeptDocument;
 
+/// The file name of an item that has none yet.
+inline constexpr char kUnknownName[] = "unknown";
+
 class HVDownloadItem final : public IHVDownloadItem {
 public:
     explicit HVDownloadItem(std::string const& url);
@@ -58,6 +61,9 @@ public:
     /// A copy that later choices on this item don't reach: what a download is made from. The formats are
     /// shared, since nobody changes them, and nothing was downloaded to it yet.
     std::shared_ptr<HVDownloadItem> CopyForRun() const;
+    /// Takes what an analysis has found out about the same item. Its address, its place in a list, its
+    /// chosen subtitles and its name stay; where it has no name yet, it gets that of `found`.
+    void TakeAnalysis(HVDownloadItem const& found);
     /// Takes the entry's place in a list that is not there any more.
     void KeepEntry(std::string listURL, int index, int listLength);
     /// All that the tool lists, the best last.
@@ -107,7 +113,7 @@ private:
     std::vector<std::string> metadataFiles_;
     std::vector<std::shared_ptr<IHVDownloadSubtitle>> subtitles_;
     std::string downloadURL_;
-    HVStableText fileName_{"unknown"};
+    HVStableText fileName_{kUnknownName};
     /// The tool's own text; GetDurationString() is computed from the seconds.
     std::string durationText_ = "00:00:00";
     std::string durationString_ = "00:00:00";

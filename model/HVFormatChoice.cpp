@@ -1,6 +1,7 @@
 #include "HVFormatChoice.h"
 
 #include "HVMergeDownloadFormat.h"
+#include "IHVDownloadItem.h"
 #include "IHVStringHelper.h"
 
 #include <algorithm>
@@ -43,6 +44,12 @@ bool SameLanguage(std::string const& wish, std::string const& language) {
     std::string const left = IHVStringHelper::ToLower(wish);
     std::string const right = IHVStringHelper::ToLower(language);
     return right == left || right.starts_with(left + "-");
+}
+
+/// The smaller side of the picture. Where one of the two is not known, the other stands for it.
+int SmallerSide(IHVDownloadFormat const& format) {
+    int const smaller = std::min(format.Width(), format.Height());
+    return smaller > 0 ? smaller : std::max(format.Width(), format.Height());
 }
 
 bool HasPicture(IHVDownloadFormat const& format) {
@@ -98,10 +105,7 @@ bool HVFormatChoice::InLanguage(IHVDownloadFormat const& format) const {
 }
 
 bool HVFormatChoice::WithinLimits(IHVDownloadFormat const& format) const {
-    int const smaller = std::min(format.Width(), format.Height());
-    // Where one of the two is not known, the other stands for it.
-    int const side = smaller > 0 ? smaller : std::max(format.Width(), format.Height());
-    return (wish_.maxHeight == 0 || side <= wish_.maxHeight) &&
+    return (wish_.maxHeight == 0 || SmallerSide(format) <= wish_.maxHeight) &&
            (wish_.maxFramePerSecond <= 0 ||
             format.FramePerSecond() <= wish_.maxFramePerSecond * kRateTolerance);
 }
@@ -171,6 +175,24 @@ HVFormatChoice::Format HVFormatChoice::WithSound(Format const& picture, Preferen
     if (pair == nullptr || toMkv)
         pair = std::make_shared<HVMergeDownloadFormat>(picture, best, true);
     return Preferred(*pair, preference) ? pair : nullptr;
+}
+
+HVFormatChoice::Format HVFormatChoice::Nearest(IHVDownloadItem const& item, IHVDownloadFormat const& former) {
+    HVFormatWish wish;
+    wish.language = former.GetAudioLanguage();
+    wish.audioOnly = former.AudioOnly();
+    wish.maxHeight = SmallerSide(former);
+    wish.maxFramePerSecond = former.FramePerSecond();
+    wish.container = former.Extension();
+    wish.codec = HasPicture(former) ? former.VideoCodecShortName() : former.AudioCodecShortName();
+    auto nearest = item.BestFormat(wish);
+    if (nearest == nullptr) { // only larger ones are left
+        wish.maxHeight = 0;
+        wish.maxFramePerSecond = 0;
+        wish.worst = true;
+        nearest = item.BestFormat(wish);
+    }
+    return nearest;
 }
 
 HVFormatChoice::Format HVFormatChoice::Pair(Format const& picture, Format const& sound, bool liveStream) {

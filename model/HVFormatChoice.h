@@ -10,6 +10,8 @@
 
 namespace Halvorn {
 
+class IHVDownloadItem;
+
 class HVFormatChoice {
 public:
     using Format = std::shared_ptr<IHVDownloadFormat>;
@@ -23,6 +25,9 @@ public:
     /// Empty when nothing is within the limits or in the language.
     Format Best() const;
 
+    /// Of what the item has now, that which comes nearest to a format that it had, and is no larger where
+    /// there is such a one. Empty where nothing has its language, or is a sound alone as that was.
+    static Format Nearest(IHVDownloadItem const& item, IHVDownloadFormat const& former);
     /// A picture and a sound as one format, into a container that takes both as they are.
     static Format Pair(Format const& picture, Format const& sound, bool liveStream);
 

@@ -22,17 +22,22 @@ std::string FormatRecord(IHVDownloadFormat const& format) {
     return fields.Text();
 }
 
-std::shared_ptr<IHVDownloadFormat> FormatOfRecord(std::string const& record) {
+std::shared_ptr<IHVDownloadFormat> PlainFormat(std::string const& record) {
     if (record.empty())
         return nullptr;
+    auto format = std::make_shared<HVDownloadFormat>();
+    format->Read(HVFields(record));
+    return format;
+}
+
+/// The halves of a merged format are plain ones: records in records without an end would fill the stack.
+std::shared_ptr<IHVDownloadFormat> FormatOfRecord(std::string const& record) {
     HVFields const fields(record);
-    auto const picture = FormatOfRecord(fields.Get("picture"));
-    auto const sound = FormatOfRecord(fields.Get("sound"));
+    auto const picture = PlainFormat(fields.Get("picture"));
+    auto const sound = PlainFormat(fields.Get("sound"));
     if (picture != nullptr || sound != nullptr)
         return std::make_shared<HVMergeDownloadFormat>(picture, sound, fields.Flag("mkv"));
-    auto format = std::make_shared<HVDownloadFormat>();
-    format->Read(fields);
-    return format;
+    return PlainFormat(record);
 }
 
 std::string SubtitleRecord(IHVDownloadSubtitle const& subtitle) {
@@ -72,6 +77,23 @@ HVItemDetails ReadDetails(HVFields const& fields) {
     return details;
 }
 
+void WriteTexts(HVFields& fields, std::string const& name, std::vector<std::string> const& texts) {
+    int number = 0;
+    for (auto const& text : texts)
+        fields.SetText(name + std::to_string(++number), text);
+}
+
+/// Ends at the first one that is empty, which none is that was written.
+std::vector<std::string> ReadTexts(HVFields const& fields, std::string const& name) {
+    std::vector<std::string> texts;
+    for (int number = 1;; ++number) {
+        auto text = fields.Get(name + std::to_string(number));
+        if (text.empty())
+            return texts;
+        texts.push_back(std::move(text));
+    }
+}
+
 } // namespace
 
 std::string ItemRecord(IHVDownloadItem const& item) {
@@ -83,6 +105,8 @@ std::string ItemRecord(IHVDownloadItem const& item) {
     if (auto const* const own = dynamic_cast<HVDownloadItem const*>(&item)) {
         fields.SetText("duration", own->DurationText());
         fields.SetInteger("list length", own->ListLength());
+        WriteTexts(fields, "identity ", own->Identity().own);
+        WriteTexts(fields, "former identity ", own->Identity().former);
     }
     fields.SetInteger("live", item.IsLiveStream() ? 1 : 0);
     fields.SetInteger("from now", item.GetLiveStreamDownloadPos());
@@ -91,9 +115,10 @@ std::string ItemRecord(IHVDownloadItem const& item) {
         fields.SetText("format", FormatRecord(*format));
     if (auto const subtitle = item.CurrentDownloadSubtitle())
         fields.SetText("subtitle", SubtitleRecord(*subtitle));
-    int number = 0;
+    std::vector<std::string> chosen;
     for (auto const& subtitle : item.ChosenSubtitles())
-        fields.SetText("chosen " + std::to_string(++number), SubtitleRecord(*subtitle));
+        chosen.push_back(SubtitleRecord(*subtitle));
+    WriteTexts(fields, "chosen ", chosen);
     return fields.Text();
 }
 
@@ -108,6 +133,7 @@ std::shared_ptr<IHVDownloadItem> ItemOfRecord(std::string_view record, std::stri
     item->SetLiveStreamDownloadPos(fields.Flag("from now") ? IHVDownloadItem::LiveStreamFromNow
                                                            : IHVDownloadItem::LiveStreamFromStart);
     item->TakeDetails(ReadDetails(fields), {});
+    item->TakeIdentity({ReadTexts(fields, "identity "), ReadTexts(fields, "former identity ")});
     if (auto format = FormatOfRecord(fields.Get("format")))
         item->AddDownloadFormat(std::move(format));
     if (auto const subtitle = fields.Get("subtitle"); !subtitle.empty()) {
@@ -115,12 +141,8 @@ std::shared_ptr<IHVDownloadItem> ItemOfRecord(std::string_view record, std::stri
         item->SetCurrentSubtitleIndex(0);
     }
     HVDownloadItem::Subtitles chosen;
-    for (int number = 1;; ++number) {
-        auto const subtitle = fields.Get("chosen " + std::to_string(number));
-        if (subtitle.empty())
-            break;
+    for (auto const& subtitle : ReadTexts(fields, "chosen "))
         chosen.push_back(SubtitleOfRecord(subtitle));
-    }
     item->TakeChosen(std::move(chosen));
     return item;
 }

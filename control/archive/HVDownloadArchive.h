@@ -19,6 +19,7 @@ public:
     std::shared_ptr<IHVError const> AddAll(std::vector<std::string> const& identities) override;
     std::int64_t Count() override;
     std::shared_ptr<IHVError const> LastError() const override;
+    std::string const& Path() const { return path_; }
 
 private:
     using Result = std::shared_ptr<IHVError const>;

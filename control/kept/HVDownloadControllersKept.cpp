@@ -97,7 +97,8 @@ void HVDownloadController::SetKeeper(std::shared_ptr<HVRowKeeper> keeper) {
 
 void HVDownloadController::KeepFromNowOn(std::shared_ptr<HVRowKeeper> keeper) {
     HVRowChange values;
-    values.item = item_ == nullptr ? std::string() : ItemRecord(*item_);
+    auto const item = Subject();
+    values.item = item == nullptr ? std::string() : ItemRecord(*item);
     values.name = GetDownloadOutputName();
     std::string const file = DownloadOutputPathFile();
     // All else in one go with the first change that is told.
@@ -107,6 +108,7 @@ void HVDownloadController::KeepFromNowOn(std::shared_ptr<HVRowKeeper> keeper) {
     values.folder = outputPath_;
     values.naming = nameTemplate_;
     values.options = HVRowKeeper::StoredOptions(options_.get());
+    values.settings = SettingsRecord(settings_);
     values.whole = std::string();
     keeper_ = std::move(keeper);
     keeper_->Insert(std::move(values));

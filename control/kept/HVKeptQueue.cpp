@@ -6,6 +6,8 @@
 #include "HVItemRecord.h"
 #include "HVOptionsRecord.h"
 #include "HVQueueKeeper.h"
+#include "HVRowSettings.h"
+#include "IHVDownloadArchive.h"
 #include "IHVDownloadItem.h"
 #include "IHVFileProvider.h"
 
@@ -52,18 +54,18 @@ HVKeptQueue::HVKeptQueue(std::shared_ptr<HVQueueWriter> writer, HVKeptQueueSetti
 }
 
 void HVKeptQueue::Load(std::vector<HVStoredRow> const& rows, std::int64_t highestNumber) {
-    OptionsByRecord options;
+    Shared shared;
     std::vector<std::shared_ptr<IHVDownloadController>> controllers;
     controllers.reserve(rows.size());
     for (auto const& row : rows)
-        controllers.push_back(MakeRow(row, options));
+        controllers.push_back(MakeRow(row, shared));
     controllers_->AddController(std::move(controllers));
     controllers_->SetKeeper(std::make_unique<HVQueueKeeper>(writer_, highestNumber));
 }
 
-std::shared_ptr<HVDownloadController> HVKeptQueue::MakeRow(HVStoredRow const& row, OptionsByRecord& options) {
+std::shared_ptr<HVDownloadController> HVKeptQueue::MakeRow(HVStoredRow const& row, Shared& shared) const {
     // Rows share a bundle where they were given the same.
-    auto [known, isNew] = options.try_emplace(row.options);
+    auto [known, isNew] = shared.options.try_emplace(row.options);
     if (isNew)
         known->second.first = OptionsOfRecord(row.options, known->second.second);
     auto const item = ItemOfRecord(row.item, row.name);
@@ -72,6 +74,15 @@ std::shared_ptr<HVDownloadController> HVKeptQueue::MakeRow(HVStoredRow const& ro
     controller->SetName(row.naming);
     controller->SetOptions(known->second.first);
     controller->SetChecked(row.checked);
+    std::string archive;
+    auto settings = SettingsOfRecord(row.settings, archive);
+    if (!archive.empty()) {
+        auto& opened = shared.archives[archive];
+        if (opened == nullptr)
+            opened = IHVDownloadArchive::MallocDownloadArchive(archive);
+        settings.archive = opened;
+    }
+    controller->ChangeSettings([&settings](HVRowSettings& own) { own = settings; });
     controller->SetJSRuntimePath(settings_.jsRuntimePath);
     HVRowState const state = StateAtOpening(row, settings_.pauseInterrupted);
     controller->Restore(state);
@@ -79,6 +90,9 @@ std::shared_ptr<HVDownloadController> HVKeptQueue::MakeRow(HVStoredRow const& ro
         std::make_shared<HVRowKeeper>(writer_, row.number, row.position, row.needs | known->second.second);
     if (state.state != row.state.state)
         keeper->StateChanged(state);
+    // The process may have ended between the two steps.
+    if (state.state == HVDownloadStateDone && row.state.state != state.state && settings.archive != nullptr)
+        settings.archive->Add(*item);
     controller->SetKeeper(std::move(keeper));
     return controller;
 }
@@ -88,7 +102,7 @@ void HVKeptQueue::Store(std::shared_ptr<IHVDownloadController> const& controller
     auto const keeper = own == nullptr ? nullptr : own->Keeper();
     if (keeper == nullptr)
         return;
-    if (auto const item = own->DownloadItem())
+    if (auto const item = own->Subject())
         keeper->ItemChanged(*item);
 }
 

@@ -29,7 +29,12 @@ public:
 
 private:
     using OptionsByRecord = std::map<std::string, std::pair<std::shared_ptr<IHVDownloadOptions>, int>>;
-    std::shared_ptr<HVDownloadController> MakeRow(HVStoredRow const& row, OptionsByRecord& options);
+    /// What rows share.
+    struct Shared {
+        OptionsByRecord options;
+        std::map<std::string, std::shared_ptr<IHVDownloadArchive>> archives; ///< by their paths
+    };
+    std::shared_ptr<HVDownloadController> MakeRow(HVStoredRow const& row, Shared& shared) const;
 
     std::shared_ptr<HVQueueWriter> const writer_;
     HVKeptQueueSettings const settings_;

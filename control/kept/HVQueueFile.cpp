@@ -17,7 +17,8 @@ std::vector<std::string> Schema() {
             "CREATE TABLE rows (number INTEGER PRIMARY KEY AUTOINCREMENT, position INTEGER, state INTEGER,"
             " checked INTEGER, name TEXT, naming TEXT, folder TEXT, item TEXT, options INTEGER REFERENCES "
             "options (id),"
-            " needs INTEGER, file TEXT, error TEXT, whole TEXT);"};
+            " needs INTEGER, file TEXT, error TEXT, whole TEXT);",
+            "ALTER TABLE rows ADD COLUMN settings TEXT;"};
 }
 
 constexpr char kUpdate[] = "UPDATE rows SET position = coalesce(?, position), state = coalesce(?, state),"
@@ -26,11 +27,16 @@ constexpr char kUpdate[] = "UPDATE rows SET position = coalesce(?, position), st
                            " folder = coalesce(?, folder), item = coalesce(?, item),"
                            " options = coalesce((SELECT id FROM options WHERE record = ?), options),"
                            " needs = coalesce(?, needs), file = coalesce(?, file),"
-                           " error = coalesce(?, error), whole = coalesce(?, whole) WHERE number = ?";
+                           " error = coalesce(?, error), whole = coalesce(?, whole),"
+                           " settings = coalesce(?, settings) WHERE number = ?";
 
-constexpr char kSelect[] = "SELECT number, position, state, checked, name, folder, item, record, needs, file,"
-                           " error, whole, naming FROM rows LEFT JOIN options ON options.id = rows.options"
-                           " ORDER BY position, number";
+constexpr char kSelect[] =
+    "SELECT number, position, state, checked, name, folder, item, record, needs, file,"
+    " error, whole, naming, %s FROM rows LEFT JOIN options ON options.id = rows.options"
+    " ORDER BY position, number";
+
+/// Stands in kSelect for that column.
+constexpr char kSettings[] = "%s";
 
 std::string ErrorRecord(IHVError const* error) {
     HVFields fields;
@@ -83,6 +89,7 @@ void HVRowChange::Add(HVRowChange later) {
     take(naming, later.naming);
     take(folder, later.folder);
     take(options, later.options);
+    take(settings, later.settings);
     take(whole, later.whole);
 }
 
@@ -97,7 +104,10 @@ std::unique_ptr<HVQueueFile> HVQueueFile::Open(std::string const& path, bool rea
 std::shared_ptr<IHVError const> HVQueueFile::Read(std::vector<HVStoredRow>& rows, std::int64_t& highest) {
     return database_->Transaction([&] {
         database_->Check("rows");
-        HVStatement select(*database_, kSelect);
+        std::string sql = kSelect;
+        // A file of an earlier version that is only read has no such column.
+        sql.replace(sql.find(kSettings), sizeof kSettings - 1, database_->Version() < 2 ? "''" : "settings");
+        HVStatement select(*database_, sql);
         while (select.Next()) {
             HVStoredRow row;
             row.number = select.Integer(0);
@@ -113,6 +123,7 @@ std::shared_ptr<IHVError const> HVQueueFile::Read(std::vector<HVStoredRow>& rows
             row.state.error = ErrorOfRecord(select.Text(10));
             row.whole = select.Text(11);
             row.naming = select.Text(12);
+            row.settings = select.Text(13);
             rows.push_back(std::move(row));
         }
         HVStatement sequence(*database_, "SELECT max(seq) FROM sqlite_sequence");
@@ -144,7 +155,7 @@ std::shared_ptr<IHVError const> HVQueueFile::Write(std::map<std::int64_t, HVRowC
             update.Run(change.position, state, change.checked, change.name, change.naming, change.folder,
                        change.item, Part(change.options, &HVRowOptions::record),
                        Part(change.options, &HVRowOptions::needs), Part(change.state, &HVRowState::file),
-                       error, change.whole, number);
+                       error, change.whole, change.settings, number);
         }
         if (forgets)
             database_->Run("DELETE FROM options WHERE id NOT IN (SELECT options FROM rows)");

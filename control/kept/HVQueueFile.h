@@ -24,6 +24,7 @@ struct HVStoredRow {
     std::string folder;
     std::string options; ///< OptionsRecord
     int needs = 0;
+    std::string settings; ///< SettingsRecord
     std::string whole;
 };
 

@@ -4,6 +4,7 @@
 #include "HVFileSystem.h"
 #include "HVItemRecord.h"
 #include "HVOptionsRecord.h"
+#include "HVRowSettings.h"
 
 namespace Halvorn {
 
@@ -78,6 +79,12 @@ void HVRowKeeper::OptionsChanged(IHVDownloadOptions const* options) {
     missing_ = 0;
     HVRowChange change = Change();
     change.options = StoredOptions(options);
+    writer_->Enqueue(std::move(change));
+}
+
+void HVRowKeeper::SettingsChanged(HVRowSettings const& settings) const {
+    HVRowChange change = Change();
+    change.settings = SettingsRecord(settings);
     writer_->Enqueue(std::move(change));
 }
 

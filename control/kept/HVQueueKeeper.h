@@ -14,6 +14,7 @@ namespace Halvorn {
 
 class IHVDownloadItem;
 class IHVDownloadOptions;
+struct HVRowSettings;
 
 /// Of one row. Any operation from any thread.
 class HVRowKeeper {
@@ -35,6 +36,7 @@ public:
     void NameChanged(std::string name) const;
     void NamingChanged(std::string naming) const;
     void OptionsChanged(IHVDownloadOptions const* options);
+    void SettingsChanged(HVRowSettings const& settings) const;
     /// With its name.
     void ItemChanged(IHVDownloadItem const& item) const;
     /// The finished file is about to get its place in this folder. Blocks until that is stored: after a kill

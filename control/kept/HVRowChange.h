@@ -35,6 +35,7 @@ struct HVRowChange {
     std::optional<std::string> naming; ///< HVNameTemplate
     std::optional<std::string> folder;
     std::optional<HVRowOptions> options;
+    std::optional<std::string> settings; ///< SettingsRecord
     /// The finished file and its folder, from before it gets its place until another run begins.
     std::optional<std::string> whole;
 

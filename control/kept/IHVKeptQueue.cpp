@@ -1,6 +1,7 @@
 #include "IHVKeptQueue.h"
 
 #include "HVConstants.h"
+#include "HVDownloadItem.h"
 #include "HVExplainedError.h"
 #include "HVFileLock.h"
 #include "HVFileSystem.h"
@@ -53,7 +54,7 @@ HVKeptRow RowOf(HVStoredRow& stored) {
     row.checked = stored.checked;
     auto const item = ItemOfRecord(stored.item, stored.name);
     row.address = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
-    row.title = item->GetFileName();
+    row.title = item->GetFileName() == kUnknownName ? row.address : item->GetFileName();
     if (auto const format = item->GetCurrentDownloadFormat()) {
         row.format = format->FormatCode();
         row.formatText = format->Description();

@@ -144,7 +144,8 @@ void HVDatabase::BringUp() {
         return Fail("can't be used", "the file belongs to another program", HVErrorKindOther);
     if (version > latest)
         return Fail("can't be used", "a newer version of this program has written it", HVErrorKindOther);
-    if (version == latest || terms_.readOnly)
+    version_ = terms_.readOnly ? version : latest;
+    if (version == version_)
         return;
     for (auto step = version; step < latest; ++step)
         Run(terms_.schema[static_cast<std::size_t>(step)]);

@@ -106,6 +106,8 @@ public:
     /// Makes the transaction fail by something that the caller has found in the file.
     void Damaged(std::string const& reason);
     std::string const& Path() const { return path_; }
+    /// Of the tables: less than the latest one in a file that is only read.
+    std::int64_t Version() const { return version_; }
 
 private:
     friend class HVStatement;
@@ -120,6 +122,7 @@ private:
     std::string const path_;
     Terms const terms_;
     sqlite3* connection_ = nullptr;
+    std::int64_t version_ = 0;
     std::shared_ptr<IHVError const> failure_; ///< the first one of this transaction
 };
 

@@ -17,6 +17,8 @@
 /// while its download runs, the download goes on and nobody is told.
 
 #include "HVDownloadProgress.h"
+#include "HVDownloadSkip.h"
+#include "HVFormatWish.h"
 #include "HVMetadataFiles.h"
 #include "HVResumeSettings.h"
 #include "IHVDownloadTaskDelegate.h"
@@ -171,9 +173,26 @@ public:
     std::string GetNameTemplate() const;
     ///@}
 
+    /// Has the next starts analyse the item by themselves: one without any format before its download, which
+    /// takes the best format of this wish, and one whose chosen format the site no longer has, once more with
+    /// the best of what it has. So an item that only has its address (IHVDownloadItem::MallocDownloadItem)
+    /// can be downloaded; it gets the title for a name, unless it has one. An address that leads to a list is
+    /// a failure. DownloadItem itself keeps its formats: the application may be reading them. Without this
+    /// the first is a failure and so is the second, but in a kept queue (IHVKeptQueue), where the best format
+    /// is taken, or what comes nearest to the chosen one. No effect on other implementations.
+    void SetAnalysisAtStart(HVFormatWish const& wish);
+    ///@{
+    /// Flags of HVDownloadSkip: a start that finds the item to be such a one fetches nothing, and ends as a
+    /// success at once; looked at when the run begins, or after its analysis. DownloadOutputPathFile is then
+    /// the existing file, or empty. WasSkipped tells which of them has ended the latest run so;
+    /// HVDownloadSkipNone where none has. No effect on other implementations.
+    void SetSkips(int skips);
+    int GetSkips() const;
+    HVDownloadSkip WasSkipped() const;
+    ///@}
     /// Each finished download of the next starts is recorded there once its file is in its place; a failure
-    /// of that is logged. Whether an item is in the archive already is for the application to ask. An empty
-    /// pointer for none, as at first. No effect on other implementations.
+    /// of that is logged. Whether an item is in the archive already is for the application to ask, or for
+    /// SetSkips. An empty pointer for none, as at first. No effect on other implementations.
     void SetArchive(std::shared_ptr<IHVDownloadArchive> archive);
     /// Which metadata the next starts write beside the file; nothing, as at first, unless set. What the site
     /// does not have is not there, which is no failure: see IHVDownloadItem::DownloadedMetadata. The tool

@@ -9,7 +9,17 @@
 /// stopped (IHVDownloadControllers::SetResumable), no row is lost or there twice.
 ///
 /// Of a row's item are kept its address, who it is on its site, and the chosen format and subtitles; not the
-/// other formats, the thumbnail, or the media's addresses. It can be started as it is, without an analysis.
+/// other formats, the thumbnail, or the media's addresses. It can be started as it is, without an analysis:
+/// the tool asks the site in the run of the download. A row without a format, or with one that the site no
+/// longer has, is analysed when it starts: see IHVDownloadController::SetAnalysisAtStart.
+///
+/// The tool's document of an analysis (IHVDownloadTask::SetKeepForDownload) is used as long as its process
+/// lives, and not kept over a restart: it may hold cookies, and addresses that let anybody in, for which a
+/// file that outlives the application is no place; without those it would rarely serve, most would have
+/// expired, and what it saves is one request for the page.
+///
+/// Kept with a row are also its name template, metadata files, skips, wish of a format, and the archive: by
+/// the path of its file, so not an application's own implementation.
 ///
 /// Passwords and cookies are not stored, and neither is what an application keeps in controllers
 /// (SetOpaque, SetSelected, functions). Needs tells what a row lacks: give it by
@@ -49,7 +59,7 @@ struct HVKeptRow {
     HVDownloadState state = HVDownloadStateIdle; ///< Downloading also for one whose process was killed
     bool checked = true;                         ///< its tick
     std::string address;                         ///< of the item, or of the list that it is an entry of
-    std::string title;                           ///< the name of its file
+    std::string title;                           ///< the name of its file; its address before it has one
     std::string format;                          ///< the tool's identifier; empty where none is chosen
     std::string formatText;                      ///< the same as a user sees it
     std::string folder;                          ///< its target

@@ -311,6 +311,48 @@ TEST_F(KeptQueue, WhatRanGoesOnAndWhatWasDoneIsDone) {
     EXPECT_TRUE(std::filesystem::exists(kept->Controllers()->GetController(3)->DownloadOutputPathFile()));
 }
 
+TEST_F(KeptQueue, ARunAsksTheSiteForWhatIsNotKnownOrGoneAndAStopEndsThat) {
+    Put("changed", R"(when 18
+errline ERROR: [x] 1: Requested format is not available. Use --list-formats for a list of available formats
+exit 1
+always
+when -J
+line {"id":"1","title":"Title","formats":[{"format_id":"5","ext":"mp4","width":9,"height":9},{"format_id":"22","ext":"mp4"}]}
+unless -J
+write . 5)");
+    Put("list",
+        R"(line {"_type":"playlist","entries":[{"id":"2","title":"Other","formats":[{"format_id":"18","ext":"mp4"}]}]})");
+    Put("long", "touch begun\nhang");
+    auto const item = std::make_shared<HVDownloadItem>("");
+    item->SetPlayList(IHVPlayList::MallocPlayList("script:list"), 0);
+    HVItemDetails details;
+    details.id = "1";
+    item->TakeDetails(details, {});
+    auto const kept = Open();
+    ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
+    auto const queue = kept->Controllers();
+    queue->AddController({Row("script:changed"), IHVDownloadController::MallocDownloadController(item, out_),
+                          IHVDownloadController::MallocDownloadController(
+                              IHVDownloadItem::MallocDownloadItem("script:long"), out_)});
+    queue->StartRows({0, 1, 2});
+    ASSERT_TRUE(AwaitFile("begun"));
+    queue->StopRows({2});
+    ASSERT_EQ(queue->WaitFinish(60'000), HVErrSuccess);
+    auto const changed = queue->GetController(0);
+    EXPECT_TRUE(changed->DownloadSucceed()) << changed->LastError()->GetErrorMessage();
+    EXPECT_THAT(queue->GetController(1)->LastError()->GetErrorMessage(), HasSubstr("Another item stands"));
+    EXPECT_EQ(queue->State({2}), HVDownloadStateCancelled);
+    EXPECT_EQ(Running().first, 0);
+    ASSERT_EQ(kept->Flush(60'000), HVErrSuccess);
+    EXPECT_EQ(IHVKeptQueue::ReadRows(file_, error_)[0].format, "22");
+    // It is known from then on.
+    auto const before = Starts().size();
+    changed->ResetDownload();
+    queue->StartRows({0});
+    ASSERT_EQ(queue->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(Starts().size(), before + 1);
+}
+
 TEST_F(KeptQueue, AFileThatCantBeHadIsLeftAsItIsAndAFullDiskLosesNothing) {
     auto kept = Open();
     ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
