@@ -239,8 +239,17 @@ HVFailure OpenArchive(HVRequest& request) {
     return opened->Succeed() ? HVFailure{} : HVFailure{opened->GetErrorMessage(), opened->GetKind()};
 }
 
+/// Puts the addresses themselves into the queue.
+int AddLater(HVSession& session, HVRequest const& request, std::shared_ptr<IHVKeptQueue> const& kept) {
+    HVProgressDisplay display(session.Console());
+    HVDownloads downloads(session, request, display, kept);
+    for (HVListedAddress const& address : request.addresses)
+        downloads.Add(IHVDownloadItem::MallocDownloadItem(address.url));
+    return session.FinalStatus(HVExitDone);
+}
+
 int RunWith(HVSession& session, HVRequest& request, std::shared_ptr<IHVKeptQueue> const& kept) {
-    HVFailure failure{SetUpTools(request), HVErrorKindToolMissing};
+    HVFailure failure{request.later ? std::string() : SetUpTools(request), HVErrorKindToolMissing};
     if (failure.message.empty())
         failure = {MakeFolder(request.folder, HVFolderUse::Files), HVErrorKindNoPermission};
     if (failure.message.empty())
@@ -251,6 +260,8 @@ int RunWith(HVSession& session, HVRequest& request, std::shared_ptr<IHVKeptQueue
         session.Console().Error(failure.message); // it tells the remedy itself
         return HVExitFailed;
     }
+    if (request.later)
+        return AddLater(session, request, kept);
     IHVDownloadControllers::SweepPartial(request.folder, kDaysKept);
     // An analysis and a download at least.
     WarmTool(request);

@@ -35,7 +35,10 @@ void HVCommandLine::AddQueue() {
         AddQueueFile(app);
         return app;
     };
-    AddToGet(add("add", "Put what addresses hold into the queue", RunQueueAdd));
+    auto& put = add("add", "Put what addresses hold into the queue", RunQueueAdd);
+    AddToGet(put);
+    AddSwitch(put, "--later", request_.later,
+              "Put the addresses in as they are, one item each: it is analysed when it starts");
     auto& list = add("list", "Show the queue's rows", RunQueueList);
     AddSwitch(list, "--json", request_.json, "Print one line of JSON for each row");
     auto& start = add("start", "Download what waits in the queue", RunQueueStart);
@@ -64,6 +67,11 @@ std::string HVCommandLine::TakeRows() {
         request_.rows.push_back(*number);
     }
     request_.loginGiven = !given_.empty();
+    if (request_.later && (!request_.items.empty() || request_.newest > 0 || !request_.subtitle.empty() ||
+                           !WishOf(request_.format, request_)))
+        return "--later leaves the analysis for the start: no items, subtitles, or number or code of a "
+               "format "
+               "can be named before it";
     if (!request_.queueFile.empty() && run_ == RunGet && !request_.keep)
         return "--queue needs --keep";
     return {};

@@ -46,6 +46,7 @@ struct HVRequest {
     bool analyseOnce = false; ///< downloads are made by the analysis's document
     bool keep = false;        ///< rows go to the kept queue, and what waits there is downloaded
     bool addOnly = false;     ///< rows go to the kept queue, and nothing is downloaded
+    bool later = false;       ///< of those rows: without an analysis, which each has when it starts
     bool loginGiven = false;  ///< of "queue start": options that a row may lack
     bool clearAll = false;    ///< of "queue clear"
     bool goOn = true;         ///< partial data stays, and is gone on with

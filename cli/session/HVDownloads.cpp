@@ -1,5 +1,6 @@
 #include "HVDownloads.h"
 
+#include "HVChoice.h"
 #include "HVFailure.h"
 #include "HVItemText.h"
 #include "HVJsonText.h"
@@ -28,6 +29,11 @@ bool HoldsLanguage(std::vector<std::string> const& files, std::string const& lan
     });
 }
 
+/// What has not been analysed yet goes by its address.
+std::string TitleOf(IHVDownloadItem const& item) {
+    return item.Valid() ? item.GetFileName() : item.DownloadURL();
+}
+
 } // namespace
 
 HVDownloads::HVDownloads(HVSession& session, HVRequest const& request, HVProgressDisplay& display,
@@ -48,12 +54,14 @@ std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     auto const controller = IHVDownloadController::MallocDownloadController(item, request_.folder);
     controller->SetOptions(request_.options);
     controller->SetNameTemplate(request_.name);
-    if (request_.skipExisting)
+    if (request_.skipExisting && !request_.later)
         if (std::string existing = controller->FindExistingFile(); !existing.empty())
             return existing;
     controller->SetArchive(request_.archive);
     controller->SetMetadataFiles(request_.metadata);
     controller->SetJSRuntimePath(request_.jsRuntime);
+    if (kept_ != nullptr)
+        KeepTerms(*controller);
     if (!request_.addOnly)
         AddRow(controller);
     queue_->AddController(controller);
@@ -64,6 +72,14 @@ std::string HVDownloads::Add(std::shared_ptr<IHVDownloadItem> const& item) {
     else
         queue_->StartRows({queue_->IndexOfController(controller)});
     return {};
+}
+
+/// What holds for the row whenever it is started.
+void HVDownloads::KeepTerms(IHVDownloadController& controller) const {
+    if (auto const wish = WishOf(request_.format, request_))
+        controller.SetAnalysisAtStart(*wish);
+    controller.SetSkips((request_.archive != nullptr ? HVDownloadSkipArchived : 0) |
+                        (request_.skipExisting ? HVDownloadSkipExisting : 0));
 }
 
 void HVDownloads::AddKept(std::shared_ptr<IHVDownloadController> const& controller) {
@@ -81,7 +97,7 @@ void HVDownloads::StoreRow(std::shared_ptr<IHVDownloadController> const& control
     // It waits until the queue is started.
     controller->PendingDownload();
     std::int64_t const number = kept_->Number(controller);
-    std::string const title = controller->GetDownloadOutputName();
+    std::string const title = TitleOf(*controller->DownloadItem());
     if (request_.json)
         session_.Console().Out(EventLine(
             "added",
@@ -94,7 +110,7 @@ void HVDownloads::AddRow(std::shared_ptr<IHVDownloadController> const& controlle
     auto const item = controller->DownloadItem();
     int const id = static_cast<int>(rows_.size());
     Row row;
-    row.title = item->GetFileName();
+    row.title = TitleOf(*item);
     row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
     row.live = item->IsLiveStream();
     if (auto const format = item->GetCurrentDownloadFormat())
@@ -226,7 +242,25 @@ void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& erro
     session_.Console().Error(completed.title + ": " + failure.Line());
 }
 
+void HVDownloads::Skipped(Row const& row, int id, HVDownloadSkip reason) {
+    bool const archived = reason == HVDownloadSkipArchived;
+    std::string const title = row.controller->GetDownloadOutputName();
+    std::string const path = row.controller->DownloadOutputPathFile();
+    if (request_.json) {
+        std::vector<HVJsonField> fields{
+            {"id", id + 1}, {"url", row.url}, {"title", title}, {"reason", archived ? "archive" : "exists"}};
+        if (!path.empty())
+            fields.emplace_back("path", path);
+        session_.Console().Out(EventLine("skipped", fields));
+    }
+    session_.Console().Note(title + ": skipped, " + (archived ? "it is in the archive" : "there is " + path));
+}
+
 void HVDownloads::Finished(Row const& row, int id) {
+    if (auto const reason = row.controller->WasSkipped(); reason != HVDownloadSkipNone) {
+        Skipped(row, id, reason);
+        return;
+    }
     std::string const path = row.controller->DownloadOutputPathFile();
     auto const item = std::as_const(*row.controller).DownloadItem();
     auto const subtitles = item->DownloadedSubtitles();

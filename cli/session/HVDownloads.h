@@ -66,6 +66,7 @@ private:
     };
     using Errors = std::vector<std::shared_ptr<IHVError const>>;
 
+    void KeepTerms(IHVDownloadController& controller) const;
     void AddRow(std::shared_ptr<IHVDownloadController> const& controller);
     void StoreRow(std::shared_ptr<IHVDownloadController> const& controller);
     void Listen(IHVDownloadController& controller, int row);
@@ -74,6 +75,7 @@ private:
     void Recorded(int row, HVDownloadProgress const& record);
     void TellProgress(int row, HVDownloadProgress const& record);
     void Completed(int row, std::shared_ptr<IHVError const> const& error);
+    void Skipped(Row const& row, int id, HVDownloadSkip reason);
     void Finished(Row const& row, int id);
     void EndRow(Row& row, int id);
     void Cancel(Row& row, int id);

@@ -1,7 +1,9 @@
 """The queue that is kept, with the real tool: over kills, interrupts and a second process."""
 
+import contextlib
 import json
 import signal
+import sqlite3
 import subprocess
 
 from servers import COMMAND, ServerTest, probe
@@ -60,3 +62,31 @@ class QueueTest(ServerTest):
         self.assertEqual((listed["state"], listed["needs"], listed["kind"]), ("failed", "a login", "gone"))
         self.succeeds("queue", "remove", "1", **state)
         self.assertEqual(self.succeeds("queue", "list", **state).stderr, "The queue is empty.\n")
+
+    def test_what_is_not_known_yet_is_asked_when_the_row_starts(self):
+        archive = self.folder / "done.txt"
+        seen = self.page("combined?title=Seen")
+        before = self.site.lines()
+        self.queue("add", "--later", seen, f"{self.site.address}/list/mixed", "-o", "out", "--format", "audio", status=0)
+        self.queue("add", "--later", seen, seen, "-o", "out", "--format", "200p", "--prefer", "mp4", "--skip-existing")
+        self.queue("add", "--later", self.page("details?description=Words"), self.page("details"), "-o", "out", "--archive", archive,
+                   "--write-description", "--name", "{title} {id}")
+        self.assertEqual(self.site.lines(), before)
+        self.assertEqual([row["title"] for row in self.rows()][:2], [seen, f"{self.site.address}/list/mixed"])
+        self.queue("add", self.page("combined?title=Gone"), "-o", "out", "--format", "combined320-mp4")
+        with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file, file:  # the site has changed
+            file.execute("UPDATE rows SET item = replace(item, 'watch/combined?title=Gone', 'watch/merged-mp4')")
+        run = self.queue("start", "--json", "--jobs", "1", status=1)
+        events = [json.loads(line) for line in run.stdout.splitlines()]
+        self.assertEqual([(event["event"], event.get("kind", event.get("reason"))) for event in events if event["event"] != "progress"
+                          and event["event"] != "started"],
+                         [("failed", "format-unavailable"), ("failed", "unsupported-address"), ("finished", None), ("skipped", "exists"),
+                          ("finished", None), ("skipped", "archive"), ("finished", None)])
+        out = self.folder / "here/out"
+        self.assertEqual({path.name: probe(path) for path in out.glob("*.mp4")},
+                         {name: "video audio 8" for name in ("Seen.mp4", "Details details.mp4", "Gone.mp4")})
+        self.assertEqual((out / "Details details.description").read_text(), "Words")
+        self.assertEqual(archive.read_text(), "reelhaulsite details\n")
+        self.assertEqual([(row["title"], row["format"], row["state"]) for row in self.rows()][2:],
+                         [("Seen", "combined320-mp4", "done")] * 2 + [("Details", "combined320-mp4", "done")] * 2
+                         + [("Gone", "video320mp4+audio-en", "done")])
