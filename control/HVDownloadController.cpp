@@ -234,11 +234,8 @@ void HVDownloadController::WaitIf(Decision const& mayWait) {
     if (former != nullptr)
         former->StopTask();
     TellChanges();
-    if (waits) {
-        HVDownloadProgress waiting;
-        waiting.phase = HVDownloadPhaseWaiting;
-        NoteProgress(waiting, nullptr);
-    }
+    if (waits)
+        NoteProgress(WaitingFor(Get(choice_).get()), nullptr);
 }
 
 bool HVDownloadController::IsCurrent(IHVDownloadTask const* task) const {

@@ -177,6 +177,8 @@ private:
     void InstallRun(std::shared_ptr<HVDownloadTask>& task, std::shared_ptr<HVDownloadRun> run);
     bool DropUnbegun(HVDownloadRun& run);
     std::pair<std::string, std::string> PartialPlace() const;
+    /// The record of a row that waits: what the site says of its size.
+    static HVDownloadProgress WaitingFor(IHVDownloadItem const* choice);
     bool TakePause(IHVDownloadTask const* task);
     void NoteProgress(HVDownloadProgress const& progress, IHVDownloadTask const* task);
     std::vector<std::shared_ptr<HVDownloadControllers>> Owners() const;

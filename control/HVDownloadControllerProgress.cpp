@@ -2,6 +2,8 @@
 
 #include "HVDownloadController.h"
 
+#include "IHVDownloadItem.h"
+
 #include <utility>
 
 namespace Halvorn {
@@ -21,6 +23,15 @@ void HVDownloadController::SetProgressRecordFunc(std::function<void(HVDownloadPr
 HVDownloadProgress HVDownloadController::ProgressNow() const {
     std::lock_guard const lock(mutex_);
     return progress_;
+}
+
+HVDownloadProgress HVDownloadController::WaitingFor(IHVDownloadItem const* choice) {
+    HVDownloadProgress waiting;
+    waiting.phase = HVDownloadPhaseWaiting;
+    if (auto const format = choice == nullptr ? nullptr : choice->GetCurrentDownloadFormat())
+        waiting.total = format->Size();
+    waiting.estimated = true;
+    return waiting;
 }
 
 /// Takes a record of this task's run, or, with null, one of the controller's own. Tells it, unless one was

@@ -60,7 +60,7 @@ bool HVDownloadController::ChangeState(HVDownloadState next, Decision const& dec
             changed_.notify_all();
         }
         if (keeper_ != nullptr && (from != next || next == HVDownloadStateDone))
-            keeper_->StateChanged({next, resultPath_, lastError_});
+            keeper_->StateChanged({next, resultPath_, lastError_, progress_.bytes});
     }
     SeenState::Forget(*this);
     return true;

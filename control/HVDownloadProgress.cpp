@@ -39,38 +39,61 @@ void CountRow(IHVDownloadController const& row, HVQueueProgress& sum) {
     }
 }
 
+/// What a row has, and is to have, of those that count.
+class Sum {
+public:
+    void Add(IHVDownloadController const& row) {
+        CountRow(row, sum_);
+        HVDownloadState const state = row.State();
+        if (state == HVDownloadStateIdle || state == HVDownloadStateCancelled)
+            return;
+        ++counted_;
+        HVDownloadProgress const progress = row.GetProgress();
+        bool const done = state == HVDownloadStateDone;
+        // What a failed row lacks does not come any more.
+        std::uint64_t const total = done ? progress.bytes : std::max(progress.total, progress.bytes);
+        sum_.fraction += done ? 1 : progress.fraction;
+        sum_.bytes += progress.bytes;
+        sum_.total += total;
+        sum_.estimated = sum_.estimated || (!done && (progress.estimated || progress.total == 0));
+        if (state != HVDownloadStateDownloading && state != HVDownloadStatePending)
+            return;
+        leftKnown_ = leftKnown_ && progress.total > 0;
+        left_ += total - progress.bytes;
+        if (state == HVDownloadStateDownloading)
+            sum_.bytesPerSecond += progress.bytesPerSecond;
+    }
+    HVQueueProgress Result() {
+        if (counted_ > 0)
+            sum_.fraction /= counted_;
+        if (leftKnown_ && sum_.bytesPerSecond > 0)
+            sum_.secondsLeft = static_cast<double>(left_) / sum_.bytesPerSecond;
+        return sum_;
+    }
+
+private:
+    HVQueueProgress sum_;
+    int counted_ = 0;
+    std::uint64_t left_ = 0;
+    bool leftKnown_ = true;
+};
+
 } // namespace
 
 HVQueueProgress IHVDownloadControllers::GetProgress() const {
-    HVQueueProgress sum;
-    int counted = 0;
-    std::uint64_t left = 0;
-    bool leftKnown = true;
-    for (int i = 0; i < GetControllerCount(); ++i) {
-        auto const row = GetController(i);
-        if (row == nullptr)
-            continue;
-        CountRow(*row, sum);
-        HVDownloadState const state = row->State();
-        if (state == HVDownloadStateIdle || state == HVDownloadStateCancelled)
-            continue;
-        ++counted;
-        HVDownloadProgress const progress = row->GetProgress();
-        sum.fraction += state == HVDownloadStateDone ? 1 : progress.fraction;
-        sum.bytes += progress.bytes;
-        sum.total += std::max(progress.total, progress.bytes);
-        sum.estimated = sum.estimated || progress.estimated || progress.total == 0;
-        if (state != HVDownloadStateDownloading)
-            continue;
-        sum.bytesPerSecond += progress.bytesPerSecond;
-        leftKnown = leftKnown && progress.total > 0;
-        left += progress.total - std::min(progress.total, progress.bytes);
-    }
-    if (counted > 0)
-        sum.fraction /= counted;
-    if (leftKnown && sum.bytesPerSecond > 0)
-        sum.secondsLeft = static_cast<double>(left) / sum.bytesPerSecond;
-    return sum;
+    Sum sum;
+    for (int i = 0; i < GetControllerCount(); ++i)
+        if (auto const row = GetController(i))
+            sum.Add(*row);
+    return sum.Result();
+}
+
+HVQueueProgress IHVDownloadControllers::GetProgress(std::vector<int> const& indices) const {
+    Sum sum;
+    for (int const i : indices)
+        if (auto const row = GetController(i))
+            sum.Add(*row);
+    return sum.Result();
 }
 
 } // namespace Halvorn

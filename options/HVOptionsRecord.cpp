@@ -1,6 +1,7 @@
 #include "HVOptionsRecord.h"
 
 #include "HVFields.h"
+#include "HVFileSystem.h"
 #include "HVKeptNeed.h"
 #include "IHVAdobePassAuthentication.h"
 #include "IHVAuthenticationOptions.h"
@@ -128,12 +129,12 @@ std::string LoginRecord(IHVAuthenticationOptions const& options, int& needs) {
         if (!netrc->GetCommand().empty())
             needs |= HVKeptNeedLogin;
         fields.SetInteger("netrc", 1);
-        fields.SetText("netrc place", netrc->GetLocation());
+        fields.SetText("netrc place", AbsolutePath(netrc->GetLocation()));
     } else if (certificate != nullptr) {
         if (!certificate->GetCertificatePWD().empty())
             needs |= HVKeptNeedLogin;
-        fields.SetText("certificate", certificate->GetCertificateFile());
-        fields.SetText("certificate key", certificate->GetCertificatePrivateKey());
+        fields.SetText("certificate", AbsolutePath(certificate->GetCertificateFile()));
+        fields.SetText("certificate key", AbsolutePath(certificate->GetCertificatePrivateKey()));
     }
     return fields.Text();
 }
@@ -157,7 +158,7 @@ std::shared_ptr<IHVAuthenticationOptions> LoginOf(HVFields const& fields) {
 std::string CookiesRecord(IHVDownloadCookies const& cookies) {
     HVFields fields;
     fields.SetInteger("here", 1);
-    fields.SetText("file", cookies.GetCookiesPathFile());
+    fields.SetText("file", AbsolutePath(cookies.GetCookiesPathFile()));
     fields.SetInteger("browser", cookies.GetCookiesFromBrowser());
     auto const store = cookies.GetBrowserStore();
     fields.SetText("profile", store.profile);
@@ -246,6 +247,7 @@ std::string OptionsRecord(IHVDownloadOptions const* options, int& needs) {
         return {};
     HVFields fields;
     fields.SetInteger("here", 1);
+    // Paths are made absolute: the next process stands in another folder.
     if (auto const general = options->GetGeneralOptions())
         fields.SetText("general", GeneralRecord(*general));
     if (auto const network = options->GetNetworkOptions())

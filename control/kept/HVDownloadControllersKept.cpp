@@ -2,6 +2,7 @@
 
 #include "HVDownloadController.h"
 #include "HVDownloadControllers.h"
+#include "HVFileSystem.h"
 #include "HVItemRecord.h"
 #include "HVQueueKeeper.h"
 #include "IHVDownloadItem.h"
@@ -87,8 +88,11 @@ void HVDownloadController::Restore(HVRowState const& state) {
     lastError_ = state.error;
     resultPath_ = state.file;
     hasRun_ = true;
-    if (state.state == HVDownloadStatePending)
-        choice_ = std::move(choice);
+    progress_.bytes = state.bytes;
+    if (state.state != HVDownloadStatePending)
+        return;
+    progress_ = WaitingFor(choice.get());
+    choice_ = std::move(choice);
 }
 
 void HVDownloadController::SetKeeper(std::shared_ptr<HVRowKeeper> keeper) {
@@ -101,13 +105,16 @@ void HVDownloadController::KeepFromNowOn(std::shared_ptr<HVRowKeeper> keeper) {
     values.item = item == nullptr ? std::string() : ItemRecord(*item);
     values.name = GetDownloadOutputName();
     std::string const file = DownloadOutputPathFile();
+    auto const options = Get(options_);
+    values.options = HVRowKeeper::StoredOptions(options.get());
     // All else in one go with the first change that is told.
     std::lock_guard const lock(mutex_);
-    values.state = HVRowState{state_, file, lastError_};
+    values.state = HVRowState{state_, file, lastError_, progress_.bytes};
     values.checked = checked_;
-    values.folder = outputPath_;
+    values.folder = AbsolutePath(outputPath_);
     values.naming = nameTemplate_;
-    values.options = HVRowKeeper::StoredOptions(options_.get());
+    if (options != options_)
+        values.options = HVRowKeeper::StoredOptions(options_.get());
     values.settings = SettingsRecord(settings_);
     values.whole = std::string();
     keeper_ = std::move(keeper);
@@ -125,10 +132,18 @@ std::shared_ptr<HVRowKeeper> HVDownloadController::Keeper() const {
 }
 
 void HVDownloadController::SetOptions(std::shared_ptr<IHVDownloadOptions> options) {
-    std::lock_guard const lock(mutex_);
-    std::swap(options_, options);
-    if (keeper_ != nullptr)
-        keeper_->OptionsChanged(options_.get());
+    for (;;) {
+        // Records of the application's own are read without the lock.
+        auto const keeper = Keeper();
+        auto stored = keeper == nullptr ? HVRowOptions() : HVRowKeeper::StoredOptions(options.get());
+        std::lock_guard const lock(mutex_);
+        if (keeper_ != keeper)
+            continue;
+        std::swap(options_, options);
+        if (keeper != nullptr)
+            keeper->OptionsChanged(std::move(stored));
+        return;
+    }
 }
 
 void HVDownloadController::SetDownloadOutputPath(std::string const& path) {

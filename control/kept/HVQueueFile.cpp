@@ -3,6 +3,7 @@
 #include "HVExplainedError.h"
 #include "HVFields.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Halvorn {
@@ -18,7 +19,7 @@ std::vector<std::string> Schema() {
             " checked INTEGER, name TEXT, naming TEXT, folder TEXT, item TEXT, options INTEGER REFERENCES "
             "options (id),"
             " needs INTEGER, file TEXT, error TEXT, whole TEXT);",
-            "ALTER TABLE rows ADD COLUMN settings TEXT;"};
+            "ALTER TABLE rows ADD COLUMN settings TEXT; ALTER TABLE rows ADD COLUMN bytes INTEGER;"};
 }
 
 constexpr char kUpdate[] = "UPDATE rows SET position = coalesce(?, position), state = coalesce(?, state),"
@@ -28,15 +29,24 @@ constexpr char kUpdate[] = "UPDATE rows SET position = coalesce(?, position), st
                            " options = coalesce((SELECT id FROM options WHERE record = ?), options),"
                            " needs = coalesce(?, needs), file = coalesce(?, file),"
                            " error = coalesce(?, error), whole = coalesce(?, whole),"
-                           " settings = coalesce(?, settings) WHERE number = ?";
+                           " settings = coalesce(?, settings), bytes = coalesce(?, bytes) WHERE number = ?";
 
 constexpr char kSelect[] =
     "SELECT number, position, state, checked, name, folder, item, record, needs, file,"
     " error, whole, naming, %s FROM rows LEFT JOIN options ON options.id = rows.options"
     " ORDER BY position, number";
 
-/// Stands in kSelect for that column.
+/// Stands in kSelect for the columns of the latest version.
 constexpr char kSettings[] = "%s";
+
+/// More than any row that was put somewhere has, and far from what can't be added to.
+constexpr std::int64_t kFarthest = std::int64_t{1} << 62;
+
+/// The value of the enumeration; `otherwise` where a damaged file holds what is none.
+template <typename Value>
+Value Among(std::int64_t stored, Value last, Value otherwise) {
+    return stored >= 0 && stored <= last ? static_cast<Value>(stored) : otherwise;
+}
 
 std::string ErrorRecord(IHVError const* error) {
     HVFields fields;
@@ -56,8 +66,8 @@ std::shared_ptr<IHVError const> ErrorOfRecord(std::string const& record) {
     if (record.empty())
         return nullptr;
     HVFields const fields(record);
-    HVFault const fault{static_cast<HVErrorKind>(fields.Int("kind")), fields.Flag("may pass"),
-                        fields.Int("delay")};
+    auto const kind = Among(fields.Integer("kind"), HVErrorKindNameImpossible, HVErrorKindOther);
+    HVFault const fault{kind, fields.Flag("may pass"), fields.Int("delay")};
     return KeptError(fields.Int("code"), fields.Get("title"), fields.Get("message"), fields.Get("plain"),
                      fault);
 }
@@ -65,6 +75,11 @@ std::shared_ptr<IHVError const> ErrorOfRecord(std::string const& record) {
 template <typename Value, typename Member>
 std::optional<Member> Part(std::optional<Value> const& whole, Member Value::*part) {
     return whole.has_value() ? std::optional<Member>((*whole).*part) : std::nullopt;
+}
+
+std::optional<std::int64_t> Bytes(HVRowChange const& change) {
+    auto const bytes = Part(change.state, &HVRowState::bytes);
+    return bytes.has_value() ? std::optional(static_cast<std::int64_t>(*bytes)) : std::nullopt;
 }
 
 } // namespace
@@ -105,14 +120,15 @@ std::shared_ptr<IHVError const> HVQueueFile::Read(std::vector<HVStoredRow>& rows
     return database_->Transaction([&] {
         database_->Check("rows");
         std::string sql = kSelect;
-        // A file of an earlier version that is only read has no such column.
-        sql.replace(sql.find(kSettings), sizeof kSettings - 1, database_->Version() < 2 ? "''" : "settings");
+        // A file of an earlier version that is only read has no such columns.
+        sql.replace(sql.find(kSettings), sizeof kSettings - 1,
+                    database_->Version() < 2 ? "'', 0" : "settings, bytes");
         HVStatement select(*database_, sql);
         while (select.Next()) {
             HVStoredRow row;
             row.number = select.Integer(0);
-            row.position = select.Integer(1);
-            row.state.state = static_cast<HVDownloadState>(select.Integer(2));
+            row.position = std::clamp(select.Integer(1), -kFarthest, kFarthest);
+            row.state.state = Among(select.Integer(2), HVDownloadStateCancelled, HVDownloadStateIdle);
             row.checked = select.Integer(3) != 0;
             row.name = select.Text(4);
             row.folder = select.Text(5);
@@ -124,10 +140,11 @@ std::shared_ptr<IHVError const> HVQueueFile::Read(std::vector<HVStoredRow>& rows
             row.whole = select.Text(11);
             row.naming = select.Text(12);
             row.settings = select.Text(13);
+            row.state.bytes = static_cast<std::uint64_t>(std::max(std::int64_t{0}, select.Integer(14)));
             rows.push_back(std::move(row));
         }
         HVStatement sequence(*database_, "SELECT max(seq) FROM sqlite_sequence");
-        highest = sequence.Next() ? sequence.Integer(0) : 0;
+        highest = sequence.Next() ? std::clamp(sequence.Integer(0), std::int64_t{0}, kFarthest) : 0;
     });
 }
 
@@ -155,7 +172,7 @@ std::shared_ptr<IHVError const> HVQueueFile::Write(std::map<std::int64_t, HVRowC
             update.Run(change.position, state, change.checked, change.name, change.naming, change.folder,
                        change.item, Part(change.options, &HVRowOptions::record),
                        Part(change.options, &HVRowOptions::needs), Part(change.state, &HVRowState::file),
-                       error, change.whole, change.settings, number);
+                       error, change.whole, change.settings, Bytes(change), number);
         }
         if (forgets)
             database_->Run("DELETE FROM options WHERE id NOT IN (SELECT options FROM rows)");

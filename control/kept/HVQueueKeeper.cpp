@@ -53,7 +53,7 @@ void HVRowKeeper::CheckedChanged(bool checked) const {
 
 void HVRowKeeper::FolderChanged(std::string folder) const {
     HVRowChange change = Change();
-    change.folder = std::move(folder);
+    change.folder = AbsolutePath(folder);
     writer_->Enqueue(std::move(change));
 }
 
@@ -75,10 +75,10 @@ HVRowOptions HVRowKeeper::StoredOptions(IHVDownloadOptions const* options) {
     return stored;
 }
 
-void HVRowKeeper::OptionsChanged(IHVDownloadOptions const* options) {
+void HVRowKeeper::OptionsChanged(HVRowOptions options) {
     missing_ = 0;
     HVRowChange change = Change();
-    change.options = StoredOptions(options);
+    change.options = std::move(options);
     writer_->Enqueue(std::move(change));
 }
 

@@ -35,7 +35,7 @@ public:
     void FolderChanged(std::string folder) const;
     void NameChanged(std::string name) const;
     void NamingChanged(std::string naming) const;
-    void OptionsChanged(IHVDownloadOptions const* options);
+    void OptionsChanged(HVRowOptions options);
     void SettingsChanged(HVRowSettings const& settings) const;
     /// With its name.
     void ItemChanged(IHVDownloadItem const& item) const;

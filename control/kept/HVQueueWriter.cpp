@@ -1,15 +1,17 @@
 #include "HVQueueWriter.h"
 
 #include "HVConstants.h"
+#include "HVProcessEnd.h"
 #include "IHVLogConfig.h"
 
 #include <chrono>
+#include <exception>
 #include <utility>
 
 namespace Halvorn {
 
 HVQueueWriter::HVQueueWriter(std::unique_ptr<HVQueueFile> file, std::unique_ptr<HVFileLock> lock)
-    : file_(std::move(file)), fileLock_(std::move(lock)) {}
+    : process_(ProcessNumber()), file_(std::move(file)), fileLock_(std::move(lock)) {}
 
 std::shared_ptr<IHVError const> HVQueueWriter::Start() {
     // The destructor waits for the thread.
@@ -53,7 +55,13 @@ bool HVQueueWriter::WriteOnce(std::unique_lock<std::mutex>& lock) {
     wanted_ = false;
     writing_ = true;
     lock.unlock();
-    auto failure = file_->Write(changes);
+    std::shared_ptr<IHVError const> failure;
+    try {
+        failure = file_->Write(changes);
+    } catch (std::exception const& error) { // such as a lack of memory: nothing is stored then
+        failure = IHVError::MallocError("HVQueueWriter", __LINE__, "WriteOnce", -1, "Error",
+                                        "The queue can't be written: %s", error.what());
+    }
     if (failure != nullptr)
         IHVLogConfig::Printf(IHVLogConfig::LogLevelError, "%s", failure->GetErrorMessage().c_str());
     lock.lock();
@@ -92,6 +100,12 @@ std::shared_ptr<IHVError const> HVQueueWriter::LastError() const {
 }
 
 bool HVQueueWriter::Close() {
+    if (ProcessNumber() != process_) {
+        // A forked copy has neither the thread nor a claim to the file, and the lock may be taken for ever.
+        static_cast<void>(file_.release());
+        static_cast<void>(fileLock_.release());
+        return false;
+    }
     {
         std::lock_guard const lock(mutex_);
         // One more try for what could not be written before.

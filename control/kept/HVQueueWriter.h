@@ -42,6 +42,7 @@ private:
     void Run();
     bool WriteOnce(std::unique_lock<std::mutex>& lock);
 
+    int const process_;                 // that the thread belongs to
     std::unique_ptr<HVQueueFile> file_; // of the thread's
     std::unique_ptr<HVFileLock> fileLock_;
     std::shared_ptr<IHVThread> thread_;

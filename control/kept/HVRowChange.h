@@ -15,6 +15,7 @@ struct HVRowState {
     HVDownloadState state = HVDownloadStateIdle;
     std::string file;                      ///< of the last successful run
     std::shared_ptr<IHVError const> error; ///< of the last attempt
+    std::uint64_t bytes = 0;               ///< that it has fetched, of one that is done
 };
 
 /// A bundle of options without its secrets.

@@ -2,9 +2,7 @@
 
 #include "HVDownloadArchive.h"
 #include "HVFields.h"
-
-#include <filesystem>
-#include <system_error>
+#include "HVFileSystem.h"
 
 namespace Halvorn {
 
@@ -45,11 +43,8 @@ std::string SettingsRecord(HVRowSettings const& settings) {
     fields.SetInteger("thumbnail", settings.metadata.thumbnail ? 1 : 0);
     fields.SetInteger("description", settings.metadata.description ? 1 : 0);
     fields.SetInteger("skips", settings.skips);
-    if (auto const* const archive = dynamic_cast<HVDownloadArchive const*>(settings.archive.get())) {
-        std::error_code failure;
-        auto const path = std::filesystem::absolute(archive->Path(), failure);
-        fields.SetText("archive", failure ? archive->Path() : path.lexically_normal().string());
-    }
+    if (auto const* const archive = dynamic_cast<HVDownloadArchive const*>(settings.archive.get()))
+        fields.SetText("archive", AbsolutePath(archive->Path()));
     return fields.Text();
 }
 

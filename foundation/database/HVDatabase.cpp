@@ -123,12 +123,16 @@ bool HVDatabase::Connect() {
             return false;
         }
     }
-    int const access = terms_.readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
-    if (!Good(sqlite3_open_v2(path_.c_str(), &connection_, access | SQLITE_OPEN_NOMUTEX, nullptr)))
+    // Also to read: who opens a file with a log for reading alone makes the log, and can't remove it. One
+    // that may not be written is opened for reading by SQLite itself.
+    if (!Good(sqlite3_open_v2(path_.c_str(), &connection_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                              nullptr)))
         return false;
     sqlite3_extended_result_codes(connection_, 1);
     sqlite3_busy_timeout(connection_, terms_.busyMilliseconds);
     Run("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+    if (terms_.readOnly)
+        Run("PRAGMA query_only = ON");
     return !Failed();
 }
 

@@ -22,6 +22,8 @@ bool ReadRegularFile(std::string const& path, std::size_t maxBytes, std::string&
 std::size_t LongestFileName(std::string const& folder);
 /// What stands in front of the last "/" of the path: its folder, "." for none.
 std::string FolderOfPath(std::string const& path);
+/// The path as it means the same in every folder of the process; empty for an empty one.
+std::string AbsolutePath(std::string const& path);
 /// Makes the folder and those above it, for the user alone. 0, or the error's number.
 int MakeFolders(std::string const& folder);
 /// Makes an empty file for the user alone. 0, or the error's number: EEXIST where something has the name.

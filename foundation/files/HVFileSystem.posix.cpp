@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
@@ -48,6 +49,12 @@ bool ReadRegularFile(std::string const& path, std::size_t maxBytes, std::string&
         if (text.size() > maxBytes)
             return false;
     }
+}
+
+std::string AbsolutePath(std::string const& path) {
+    std::error_code failure;
+    auto absolute = path.empty() ? std::filesystem::path() : std::filesystem::absolute(path, failure);
+    return failure ? path : absolute.string();
 }
 
 std::string FileIdentity(std::string const& path) {

@@ -81,15 +81,18 @@ struct HVQueueProgress {
     int cancelled = 0;
     ///@}
     ///@{
-    /// Bytes that have come, and those that there are as far as that is known, of the rows that run or are
-    /// done.
+    /// Bytes that have come, and those that there are as far as that is known, of all rows that are not idle
+    /// or cancelled. Of a row that waits it is what the site says of its format, of one that is done, also of
+    /// one that has failed, what has come.
     std::uint64_t bytes = 0;
     std::uint64_t total = 0;
     ///@}
     bool estimated = false;    ///< the total is an estimate, or the size of a row is not known
     double bytesPerSecond = 0; ///< of the rows that run
-    double secondsLeft = -1;   ///< until the rows that run have their bytes; below 0 where that is not known
-    double fraction = 0;       ///< mean of all rows that are not idle or cancelled
+    /// Until the rows that run or wait have their bytes, at this rate; below 0 where that is not known, as
+    /// with a row of an unknown size among them.
+    double secondsLeft = -1;
+    double fraction = 0; ///< mean of all rows that are not idle or cancelled
 };
 
 } // namespace Halvorn

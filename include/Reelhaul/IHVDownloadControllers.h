@@ -132,6 +132,9 @@ public:
     static int SweepPartial(std::string const& folder, int days);
     /// The sum over all rows, and how many rows are in which state. Walks the list; rows go on meanwhile.
     HVQueueProgress GetProgress() const;
+    /// The same of these rows alone, such as those that were started together in a queue that holds the done
+    /// ones of former days as well. An index outside the list is passed over.
+    HVQueueProgress GetProgress(std::vector<int> const& indices) const;
 
     /// Whether the controller is in the list.
     bool ExistController(std::shared_ptr<IHVDownloadController const> controller) const;

@@ -141,6 +141,7 @@ TEST_F(KeptQueue, ARowComesBackSoThatItsDownloadIsTheSame) {
     controller->SetOptions(FullOptions());
     controller->SetNameTemplate("{playlist}/{title}");
     kept->Controllers()->AddController(controller);
+    controller->PendingDownload();
     // The same but for its secrets, of which nothing may reach the disk.
     auto const secret = Row("script:secret");
     auto const options = FullOptions();
@@ -174,6 +175,7 @@ TEST_F(KeptQueue, ARowComesBackSoThatItsDownloadIsTheSame) {
     EXPECT_EQ(Arguments(*again), before);
     EXPECT_EQ(again->DownloadItem()->GetCurrentDownloadFormat()->Description(), description);
     EXPECT_EQ(again->DownloadItem()->Details()->id, details.id);
+    EXPECT_EQ(kept->Controllers()->GetProgress({0}).total, 5'000'000'000U);
     EXPECT_TRUE(again->GetOptions()->GetNetworkOptions()->GetCheckCertificates());
     EXPECT_EQ(again->GetOptions()->GetConversionOptions()->GetSponsorService(), "https://sponsors.example");
     auto const lacking = kept->Controllers()->GetController(1);
@@ -296,6 +298,8 @@ TEST_F(KeptQueue, WhatRanGoesOnAndWhatWasDoneIsDone) {
     EXPECT_THAT(states(), ElementsAre(5, 5, 4, 4, 5));
     EXPECT_EQ(kept->Controllers()->GetController(0)->DownloadOutputPathFile(), Path("out/good.mp4"));
     EXPECT_EQ(kept->Controllers()->GetController(4)->DownloadOutputPathFile(), Path("out/placed (1).mp4"));
+    auto const sum = kept->Controllers()->GetProgress({0, 1, 4, 9});
+    EXPECT_FALSE(sum.fraction < 1 || sum.estimated || sum.succeeded != 2 || sum.failed != 1);
     EXPECT_THAT(kept->Controllers()->GetController(1)->LastError()->GetErrorMessage(), HasSubstr("no luck"));
     EXPECT_TRUE(kept->Controllers()->GetController(4)->LastError()->Succeed());
     kept->Controllers()->GetController(2)->PendingDownload();
@@ -377,6 +381,7 @@ TEST_F(KeptQueue, AFileThatCantBeHadIsLeftAsItIsAndAFullDiskLosesNothing) {
     waitpid(child, nullptr, 0);
     EXPECT_EQ(IHVKeptQueue::Holder(file_), 0);
     EXPECT_EQ(IHVKeptQueue::ReadRows(file_, error_).size(), 1U) << error_->GetErrorMessage();
+    EXPECT_THAT(FilesIn(Path("state")), ElementsAre("queue", "queue-lock"));
 
     kept = Open();
     ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
