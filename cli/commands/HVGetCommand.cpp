@@ -88,6 +88,7 @@ int GetCommand::Run() {
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
+    downloads_.TellTotal();
     skips_.TellAll();
     if (std::uint64_t const kept = request_.goOn && !request_.keep ? downloads_.KeptBytes() : 0; kept > 0)
         session_.Console().Always("Kept " + SizeText(kept) +

@@ -169,6 +169,7 @@ int RunQueueStart(HVSession& session, HVRequest& request) {
     HVDownloads downloads(session, request, display, kept);
     WarmTool(request);
     auto const queue = kept->Controllers();
+    std::vector<int> rows;
     std::set<Controller> const chosen(named.controllers.begin(), named.controllers.end());
     for (int const row : queue->AllControllers()) {
         auto const controller = queue->GetController(row);
@@ -179,14 +180,16 @@ int RunQueueStart(HVSession& session, HVRequest& request) {
         else if (needs != 0)
             session.Console().Error(controller->GetDownloadOutputName() + ": needs " + KeptNeedText(needs) +
                                     ", which the queue does not store; give it to \"queue start\"");
-        downloads.AddKept(controller);
+        rows.push_back(row);
     }
+    downloads.AddKept(rows);
     int const early = session.Run({[&] { return downloads.AllOver(); },
                                    [&] {
                                        downloads.Tick();
                                        display.Refresh();
                                    },
                                    [&] { downloads.StopAll(); }});
+    downloads.TellTotal();
     int status = early;
     if (early == HVExitDone && (downloads.AnyFailed() || !named.complete))
         status = HVExitFailed;

@@ -19,6 +19,8 @@ namespace {
 
 /// In a row without any progress: five minutes together.
 constexpr int kRetries = 6;
+/// Between two sums over all rows: of ten thousand each one takes some milliseconds.
+constexpr std::chrono::milliseconds kTotalPause(500);
 
 /// Whether one of the files is the subtitle in this language: its name ends in ".LANG.EXT", perhaps with a
 /// number behind the language.
@@ -82,15 +84,21 @@ void HVDownloads::KeepTerms(IHVDownloadController& controller) const {
                         (request_.skipExisting ? HVDownloadSkipExisting : 0));
 }
 
-void HVDownloads::AddKept(std::shared_ptr<IHVDownloadController> const& controller) {
-    AddRow(controller);
-    queue_->StartRows({queue_->IndexOfController(controller)});
+void HVDownloads::AddKept(std::vector<int> const& rows) {
+    for (int const row : rows) {
+        AddRow(queue_->GetController(row));
+        rows_.back().place = row;
+    }
+    // All in one go: each start looks at the whole queue.
+    queue_->StartRows(rows);
 }
 
 void HVDownloads::AddWaiting() {
+    std::vector<int> waiting;
     for (int const row : queue_->AllControllers())
-        if (auto const controller = queue_->GetController(row); controller->State() == HVDownloadStatePending)
-            AddKept(controller);
+        if (queue_->State(row) == HVDownloadStatePending)
+            waiting.push_back(row);
+    AddKept(waiting);
 }
 
 void HVDownloads::StoreRow(std::shared_ptr<IHVDownloadController> const& controller) {
@@ -407,8 +415,8 @@ void HVDownloads::Tick() {
     }
     int const waiting = queue_->CountOfPendingControllers();
     display_.SetWaiting(waiting);
-    if (rows_.size() > 1)
-        display_.SetTotal(queue_->GetProgress());
+    if (std::chrono::steady_clock::now() - totalTold_ >= kTotalPause)
+        TellTotal();
     CollectFailedStarts();
     if (waiting == 0 || queue_->AnyControllerIsDownloading())
         return;
@@ -416,6 +424,35 @@ void HVDownloads::Tick() {
         kept_->StartWaiting();
     else
         queue_->StartAll();
+}
+
+void HVDownloads::TellTotal() {
+    if (rows_.size() < 2)
+        return;
+    totalTold_ = std::chrono::steady_clock::now();
+    std::vector<int> places;
+    places.reserve(rows_.size());
+    for (Row& row : rows_) {
+        if (row.place < 0)
+            row.place = queue_->IndexOfController(row.controller);
+        places.push_back(row.place);
+    }
+    HVQueueProgress const total = queue_->GetProgress(places);
+    display_.SetTotal(total);
+    if (!request_.json || kept_ == nullptr)
+        return;
+    std::vector<HVJsonField> fields{{"fraction", total.fraction},
+                                    {"bytes", total.bytes},
+                                    {"total", total.total},
+                                    {"estimated", total.estimated},
+                                    {"bytes_per_second", total.bytesPerSecond},
+                                    {"waiting", total.waiting},
+                                    {"running", total.downloading},
+                                    {"done", total.succeeded},
+                                    {"failed", total.failed}};
+    if (total.secondsLeft >= 0)
+        fields.emplace_back("seconds_left", total.secondsLeft);
+    session_.Console().Out(EventLine("total", fields));
 }
 
 void HVDownloads::CollectFailedStarts() {

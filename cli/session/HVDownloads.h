@@ -7,6 +7,7 @@
 #include <Reelhaul/IHVDownloadItem.h>
 #include <Reelhaul/IHVKeptQueue.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,8 +28,8 @@ public:
     /// Downloads the item, in its current format, as soon as there is a place. Where what exists is to be
     /// skipped, and there is a file of its name, it does not, and returns the file's path.
     std::string Add(std::shared_ptr<IHVDownloadItem> const& item);
-    /// Downloads a row of the kept queue, as soon as there is a place.
-    void AddKept(std::shared_ptr<IHVDownloadController> const& controller);
+    /// Downloads these rows of the kept queue, as soon as there are places.
+    void AddKept(std::vector<int> const& rows);
     /// The same with all rows that wait there.
     void AddWaiting();
     /// Removes what an earlier download of the item, in its current format, has left. Returns the fault.
@@ -42,6 +43,9 @@ public:
     bool FinishRecordings();
     /// To be called several times a second.
     void Tick();
+    /// What all rows of this call come to: a kept queue has those of former ones, too. Tick does it by
+    /// itself, but not after the last end.
+    void TellTotal();
 
     bool AllOver() const { return over_ == rows_.size(); }
     /// Whether something that was asked for is not there.
@@ -51,6 +55,7 @@ public:
 private:
     struct Row {
         std::shared_ptr<IHVDownloadController> controller;
+        int place = -1; ///< in the queue
         std::string title;
         std::string url;
         std::string format;
@@ -90,6 +95,7 @@ private:
     std::shared_ptr<IHVKeptQueue> const kept_;
     std::shared_ptr<IHVDownloadControllers> const queue_;
     std::vector<Row> rows_;
+    std::chrono::steady_clock::time_point totalTold_;
     std::size_t over_ = 0;
     bool stopping_ = false;
     bool failed_ = false;

@@ -42,6 +42,8 @@ class Examples(ServerTest):
                  ["a.mp4", "b.mp4", "c.mp4"]),
                 ("queue", [out, page("combined?media.status=404"), page("combined")], 1, ["HTTP Error 404", "/Combined.mp4"],
                  ["Combined.mp4"]),
+                ("kept_queue", [self.folder / "kept", out, page("combined"), page("none")], 0, ["/Combined.mp4", "404"], ["Combined.mp4"]),
+                ("kept_queue", [self.folder / "kept", out], 0, ["/Combined.mp4", "404"], []),
                 ("playlist", [f"{self.site.address}/list/mixed"], 1, ["3. Combined", "List mixed: 2 of 3 entries", "entry 2 did not load"], []),
                 ("playlist", [f"{self.site.address}/list/feed"], 0, ["List feed: 2 entries\n1. ", "2. Feed: merged-mp4", "List feed: 2 of 2 entries"], []),
                 ("cookies", [wanted, cookies], 0, ["Combined"], []),

@@ -45,7 +45,10 @@ class QueueTest(ServerTest):
             self.assertEqual(self.states(), waiting)
         self.assertIn("goes on with it", words)
         self.site.log.write_text("", encoding="utf-8")
-        self.queue("start")
+        events = [json.loads(line) for line in self.queue("start", "--json").stdout.splitlines()]
+        totals = [event for event in events if event["event"] == "total"]
+        sizes = [(self.folder / f"here/out/{title}.mp4").stat().st_size for title in ("Combined", "C")]
+        self.assertEqual([totals[-1][key] for key in ("fraction", "bytes", "total", "done")], [1, sum(sizes), sum(sizes), 2])
         for row, title in ((0, "Combined"), (2, "C")):
             self.assertEqual(self.rows()[row]["path"], str(self.folder / f"here/out/{title}.mp4"))
             self.assertEqual(probe(self.rows()[row]["path"]), "video audio 8")
@@ -78,8 +81,8 @@ class QueueTest(ServerTest):
             file.execute("UPDATE rows SET item = replace(item, 'watch/combined?title=Gone', 'watch/merged-mp4')")
         run = self.queue("start", "--json", "--jobs", "1", status=1)
         events = [json.loads(line) for line in run.stdout.splitlines()]
-        self.assertEqual([(event["event"], event.get("kind", event.get("reason"))) for event in events if event["event"] != "progress"
-                          and event["event"] != "started"],
+        self.assertEqual([(event["event"], event.get("kind", event.get("reason"))) for event in events
+                          if event["event"] not in ("progress", "started", "total")],
                          [("failed", "format-unavailable"), ("failed", "unsupported-address"), ("finished", None), ("skipped", "exists"),
                           ("finished", None), ("skipped", "archive"), ("finished", None)])
         out = self.folder / "here/out"
