@@ -30,6 +30,7 @@ constexpr auto kGrace = HVChildRegistry::kGrace;
 constexpr auto kAfterKill = HVChildRegistry::kAfterKill;
 /// How often a group is looked at that outlives its leader: each look goes through all processes. The wait
 /// doubles from the first to the longest one.
+constexpr std::chrono::milliseconds kBeforeGroupLook(1);
 constexpr std::chrono::milliseconds kFirstGroupWait(5);
 constexpr std::chrono::milliseconds kLongestGroupWait(100);
 /// The longest for a group that is not asked to end: it may work for hours.
@@ -194,8 +195,10 @@ void HVChildProcess::LookAfterChild() {
     if (ChildEnded())
         return;
     leaderState_ = leader_->Look();
+    // A look goes through all processes. What the child wrote last is read first: with both pipes closed
+    // then, there is no need to look.
     if (ChildEnded())
-        groupLookAt_ = {};
+        groupLookAt_ = terminating_ ? Clock::time_point() : Clock::now() + kBeforeGroupLook;
     if (ChildEnded() && setup_.endsWithLeader)
         Terminate();
 }
