@@ -32,7 +32,8 @@ std::shared_ptr<IHVDownloadTask> IHVDownloadTask::MallocDownloadTask(std::shared
 }
 
 HVDownloadTaskDownload::HVDownloadTaskDownload(std::shared_ptr<IHVDownloadItem> item, std::string outputPath)
-    : downloadItem_(std::move(item)), outputPath_(std::move(outputPath)) {}
+    : downloadItem_(std::move(item)), outputPath_(std::move(outputPath)),
+      live_(downloadItem_ != nullptr && downloadItem_->IsLiveStream()) {}
 
 std::string HVDownloadTaskDownload::TaskURL() const {
     if (downloadItem_ == nullptr)
@@ -58,6 +59,7 @@ void HVDownloadTaskDownload::asyncProgressTask() {
 
 HVDownloadTaskDownload::Result HVDownloadTaskDownload::Download() {
     conversion_ = ConversionOf(GetMutableOptions().get());
+    live_ = downloadItem_ != nullptr && downloadItem_->IsLiveStream();
     bool const asks = NeedsAnalysis();
     if (auto obstacle = asks ? nullptr : Obstacle())
         return obstacle;
@@ -117,7 +119,7 @@ HVDownloadTaskDownload::TempFile HVDownloadTaskDownload::MakeTempFile(std::strin
 }
 
 bool HVDownloadTaskDownload::FinishRecording() {
-    if (downloadItem_ == nullptr || !downloadItem_->IsLiveStream())
+    if (!live_) // the item itself may be changed by its analysis at this moment
         return false;
     finish_.Request();
     return true;

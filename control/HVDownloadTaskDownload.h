@@ -173,7 +173,8 @@ private:
     std::shared_ptr<HVStartPacer> pacer_;
     std::shared_ptr<HVTotalRate> totalRate_;
     std::atomic<float> progress_ = 0.0F;
-    HVToolStop finish_; ///< requested when the recording is to be finished
+    std::atomic<bool> live_ = false; ///< the item is a live stream, as far as that is known
+    HVToolStop finish_;              ///< requested when the recording is to be finished
     HVRecording recording_;
     std::optional<HVResumeSettings> resume_;
     HVConversion conversion_; ///< of the run

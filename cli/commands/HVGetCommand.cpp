@@ -88,7 +88,6 @@ int GetCommand::Run() {
                                         downloads_.StopAll();
                                     }});
     session_.FinishFirst({});
-    downloads_.TellTotal();
     skips_.TellAll();
     if (std::uint64_t const kept = request_.goOn && !request_.keep ? downloads_.KeptBytes() : 0; kept > 0)
         session_.Console().Always("Kept " + SizeText(kept) +
@@ -98,6 +97,7 @@ int GetCommand::Run() {
         session_.Console().Always(kGoesOn);
     if (early != HVExitDone)
         return early;
+    downloads_.TellTotal();
     if (finishing_ && (cutShort_ || downloads_.AnyCancelled())) {
         session_.Console().Always("Interrupted.");
         return session_.FinalStatus(HVExitInterrupted);

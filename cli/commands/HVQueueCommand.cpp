@@ -189,7 +189,8 @@ int RunQueueStart(HVSession& session, HVRequest& request) {
                                        display.Refresh();
                                    },
                                    [&] { downloads.StopAll(); }});
-    downloads.TellTotal();
+    if (early == HVExitDone)
+        downloads.TellTotal();
     int status = early;
     if (early == HVExitDone && (downloads.AnyFailed() || !named.complete))
         status = HVExitFailed;

@@ -28,6 +28,9 @@ bool IsAnother(HVItemDetails const& known, HVItemDetails const& found) {
 
 std::shared_ptr<IHVDownloadFormat> FormatFor(IHVDownloadItem const& item, HVItemAnalysis const& analysis,
                                              IHVDownloadFormat const* former, bool soundIsEnough) {
+    if (former != nullptr)
+        if (auto same = item.FormatWithCode(former->FormatCode()))
+            return same;
     if (!analysis.wish.has_value() && former != nullptr)
         return HVFormatChoice::Nearest(item, *former);
     HVFormatWish wish = analysis.wish.value_or(HVFormatWish());
@@ -43,8 +46,12 @@ std::shared_ptr<IHVDownloadFormat> FormatFor(IHVDownloadItem const& item, HVItem
 } // namespace
 
 bool HVDownloadTaskDownload::NeedsAnalysis() const {
-    return analysis_.has_value() && dynamic_cast<HVDownloadItem const*>(downloadItem_.get()) != nullptr &&
-           downloadItem_->GetCurrentDownloadFormat() == nullptr;
+    auto const* const item = dynamic_cast<HVDownloadItem const*>(downloadItem_.get());
+    if (!analysis_.has_value() || item == nullptr)
+        return false;
+    // A place in a list may be another item's by now.
+    bool const placeOnly = item->DownloadURL().empty() && item->Document() == nullptr;
+    return placeOnly || item->GetCurrentDownloadFormat() == nullptr;
 }
 
 bool HVDownloadTaskDownload::MayChooseAnew(IHVError const& failure) const {
@@ -70,13 +77,14 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Analyse() {
         return FaultError(kFile, __LINE__, kFunction,
                           "The site has no format of the wished kind. Choose another one.",
                           FaultOfKind(HVErrorKindFormatUnavailable));
-    if (former != nullptr) {
+    if (former != nullptr && former->FormatCode() != format->FormatCode()) {
         IHVLogConfig::Printf("The site no longer has format %s; %s comes nearest.",
                              former->FormatCode().c_str(), format->FormatCode().c_str());
         formerPartial_ = PartialName(item, outputPath_, GetOptions().get());
     }
     item.TakeAnalysis(*found.item);
     item.ChooseFormat(format);
+    live_ = item.IsLiveStream();
     BeginProgress();
     if (analysis_->found)
         analysis_->found(item, former == nullptr ? std::string() : former->FormatCode());

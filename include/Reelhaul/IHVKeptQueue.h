@@ -11,7 +11,8 @@
 /// Of a row's item are kept its address, who it is on its site, and the chosen format and subtitles; not the
 /// other formats, the thumbnail, or the media's addresses. It can be started as it is, without an analysis:
 /// the tool asks the site in the run of the download. A row without a format, or with one that the site no
-/// longer has, is analysed when it starts: see IHVDownloadController::SetAnalysisAtStart.
+/// longer has, is analysed when it starts: see IHVDownloadController::SetAnalysisAtStart. So is one that is
+/// known by its place in a list alone: another item that stands there by then is a failure.
 ///
 /// The tool's document of an analysis (IHVDownloadTask::SetKeepForDownload) is used as long as its process
 /// lives, and not kept over a restart: it may hold cookies, and addresses that let anybody in, for which a

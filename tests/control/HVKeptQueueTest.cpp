@@ -332,6 +332,7 @@ write . 5)");
     HVItemDetails details;
     details.id = "1";
     item->TakeDetails(details, {});
+    item->AddDownloadFormat(Half(R"({"format_id":"18","ext":"mp4"})"));
     auto const kept = Open();
     ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
     auto const queue = kept->Controllers();
