@@ -48,6 +48,8 @@ constexpr KindRow kKinds[] = {
     {HVErrorKindToolTooOld, false, "tool-too-old", "Update yt-dlp: this copy is too old."},
     {HVErrorKindToolBroken, false, "tool-broken",
      "Update yt-dlp: it does not get along with the site as that is now."},
+    {HVErrorKindToolKilled, true, "tool-killed",
+     "Try again; if yt-dlp dies again, look whether the memory runs out, or install it anew."},
     {HVErrorKindRuntimeMissing, false, "runtime-missing",
      "Install what yt-dlp says that it lacks: deno for some sites, or a module of Python."},
     {HVErrorKindFfmpegMissing, false, "ffmpeg-missing",

@@ -126,10 +126,12 @@ void HVDownloadTaskParser::CompleteSingleItem(std::shared_ptr<HVJsonObjectPlayIt
 void HVDownloadTaskParser::CompletePlaylist(std::shared_ptr<HVJsonObjectPlayList> json,
                                             std::string const& errorText) {
     auto playList = IHVPlayList::MallocPlayList(taskURL_, json);
+    // The run for the picture has a fault of its own.
+    auto const nothing = ToolFailure(__LINE__, "UsingJsonOutput", errorText, "NO play list item found.");
     GetPlaylistThumbnail(playList, json);
     int const count = json->GetEntriesCount();
     if (count == 0) {
-        notifyTaskComplete(ToolFailure(__LINE__, "UsingJsonOutput", errorText, "NO play list item found."));
+        notifyTaskComplete(nothing);
         return;
     }
     Result lastResult;

@@ -5,6 +5,8 @@
 #include "HVDownloadTaskParser.h"
 #include "HVFormatSet.h"
 #include "HVModelList.h"
+#include "HVToolAnswer.h"
+#include "HVToolReport.h"
 #include "IHVDownloadFormat.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadThumbnail.h"
@@ -125,9 +127,7 @@ std::string NameOfFile(std::string const& file,
 }
 
 std::shared_ptr<IHVError const> UnknownError(std::string const& errorText) {
-    return IHVError::MallocError(kFile, __LINE__, "UsingPainTextOutput", -1, "Error",
-                                 errorText.empty() ? "Unknown error, please try again later."
-                                                   : errorText.c_str());
+    return ToolFailure(__LINE__, "UsingPainTextOutput", errorText, "Unknown error, please try again later.");
 }
 
 } // namespace
@@ -208,7 +208,7 @@ HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadIt
     if (!errorText.empty()) {
         IHVLogConfig::Printf("ERROR: %s.", errorText.c_str());
         if (auto fatal = ParseFatalError(errorText); !fatal->Succeed())
-            return fatal;
+            return WithToolsFault(fatal, errorText);
     }
     IHVLogConfig::DebugPrintf("Error: %s", errorText.c_str());
     IHVLogConfig::DebugPrintf("Info: %s", output.c_str());
@@ -220,8 +220,8 @@ HVDownloadTaskParser::LoadDownloadItem(std::vector<std::shared_ptr<IHVDownloadIt
     }
     // What the tool said goes before what the reader found.
     if (errorText.empty())
-        return result;
-    return IHVError::MallocError(kFile, __LINE__, "LoadDownloadItem", -1, "Error", errorText.c_str());
+        return ReasonOf(RememberedFault(errorText)).empty() ? result : WithToolsFault(result, errorText);
+    return ToolFailure(__LINE__, "LoadDownloadItem", errorText, "");
 }
 
 std::shared_ptr<IHVError const>

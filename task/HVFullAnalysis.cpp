@@ -12,6 +12,7 @@
 #include "HVPlayList.h"
 #include "HVToolAnswer.h"
 #include "HVToolLanes.h"
+#include "HVToolReport.h"
 #include "IHVDownloadItem.h"
 #include "IHVLogConfig.h"
 
@@ -97,9 +98,10 @@ HVFullAnalysis::Result HVFullAnalysis::Search(std::string& output, std::string& 
     return task_.GetResultFromServer(output, errorText, args);
 }
 
-/// Only where the tool gave no JSON and no reason: a page that it refuses it would refuse again.
+/// Only where the tool gave no JSON and no reason: a page that it refuses it would refuse again, and a tool
+/// that was killed has not told that it has none.
 bool HVFullAnalysis::ReadsTables(HVJsonNode const& root, std::string const& errorText) const {
-    if (!settings_.tablesWhereNoJson || root != nullptr ||
+    if (!settings_.tablesWhereNoJson || root != nullptr || !ReasonOf(RememberedFault(errorText)).empty() ||
         !HVDownloadTaskParser::ParseFatalError(errorText)->Succeed() ||
         errorText.find(": error: ") != std::string::npos)
         return false;

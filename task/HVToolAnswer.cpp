@@ -15,19 +15,28 @@ constexpr char kUnknownError[] = "Unknown error, please try again later.";
 
 std::shared_ptr<IHVError const> ToolFailure(int line, char const* function, std::string const& errorText,
                                             char const* otherwise) {
-    return FaultError(kFile, line, function, errorText.empty() ? otherwise : errorText,
-                      RememberedFault(errorText));
+    HVFault const fault = RememberedFault(errorText);
+    return FaultError(kFile, line, function, errorText.empty() ? otherwise : errorText, fault,
+                      ReasonOf(fault));
+}
+
+std::shared_ptr<IHVError const> WithToolsFault(std::shared_ptr<IHVError const> const& failure,
+                                               std::string const& errorText) {
+    HVFault const fault = RememberedFault(errorText);
+    return FaultError(failure->GetSourceFile(), failure->GetSourceLine(), failure->GetFunctionName(),
+                      failure->GetErrorMessage(), fault, ReasonOf(fault));
 }
 
 std::shared_ptr<IHVError const> AnswerFailure(int line, char const* function, std::string const& front,
                                               std::string const& errorText,
                                               std::shared_ptr<IHVError const> const& unreadable) {
-    std::string reason;
-    if (HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
+    HVFault const fault = RememberedFault(errorText);
+    std::string reason = ReasonOf(fault);
+    if (reason.empty() && HVDownloadTaskParser::ParseFatalError(errorText)->Succeed())
         reason = unreadable == nullptr ? "The tool's answer holds nothing to download."
                                        : "The tool's answer can't be read: " + unreadable->GetErrorMessage();
-    return FaultError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText),
-                      RememberedFault(errorText), reason);
+    return FaultError(kFile, line, function, front + (errorText.empty() ? kUnknownError : errorText), fault,
+                      reason);
 }
 
 } // namespace Halvorn

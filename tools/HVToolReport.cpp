@@ -143,6 +143,10 @@ HVFault FaultOfRun(HVRaised const& raised, std::string const& errors) {
     return told.kind == HVErrorKindOther ? raised.fault : told;
 }
 
+std::string ReasonOf(HVFault const& fault) {
+    return fault.kind == HVErrorKindToolKilled ? "The tool was killed, or crashed, before it was done." : "";
+}
+
 void RememberFault(std::string const& errors, HVFault const& fault) {
     OfThisThread() = {std::hash<std::string>()(errors), fault};
 }

@@ -43,6 +43,8 @@ struct HVRaised {
 HVRaised FaultOfReport(IHVJsonValue const& record);
 /// What a run has failed by: what it raised, unless its words are more precise.
 HVFault FaultOfRun(HVRaised const& raised, std::string const& errors);
+/// The reason in plain words where the tool had no time to tell one; else empty.
+std::string ReasonOf(HVFault const& fault);
 
 /// The words of a run go their own way into an error object. Remembers the fault beside them, for this thread
 /// and until its next run.

@@ -191,6 +191,9 @@ HVToolResult HVToolRun::Run() {
     if (result.end.known) // nothing more is delivered
         result.errors += reader->Rest();
     result.fault = FaultOfRun(state_->raised, result.errors);
+    if (result.Died() && result.fault.kind == HVErrorKindOther &&
+        FaultOfWords(result.errors).kind == HVErrorKindOther)
+        result.fault = FaultOfKind(HVErrorKindToolKilled);
     RememberFault(result.errors, result.fault);
     return result;
 }

@@ -42,9 +42,11 @@ struct HVToolResult {
     std::string errors; ///< what it printed to standard error
     HVFault fault;      ///< what it failed by, where it has failed; other where only the words may tell
 
-    /// It ended by no will of ours in a process that had served other runs, which may be the reason: a run of
-    /// its own may go well.
-    bool LostInLane() const { return endedBy == By::Tool && end.later && end.signal != 0; }
+    /// A signal ended it which was not ours: another program's, the system's, or of a crash.
+    bool Died() const { return endedBy == By::Tool && end.known && end.signal != 0; }
+    /// It died in a process that had served other runs, which may be the reason: a run of its own may go
+    /// well.
+    bool LostInLane() const { return Died() && end.later; }
     /// Whether the tool ended by itself with status 0.
     bool Succeeded() const { return endedBy == By::Tool && end.known && end.signal == 0 && end.status == 0; }
 };

@@ -43,6 +43,7 @@ class ErrorTest(ServerTest):
             ("tool-broken", False, "fault:crash"),
             ("disk-full", False, "fault:disk"),
             ("cookies-unreadable", False, page("combined"), "--cookies", self.write("cookies", "no cookies\n" * 3)),
+            ("tool-killed", True, page("combined"), "--tool", tools["dies"]),
             ("tool-too-old", False, page("combined"), "--tool", tools["old"]),
             ("tool-missing", False, page("combined"), "--tool", tools["lost"]),
             ("ffmpeg-missing", False, page("merged-mp4"), "--tool", tools["alone"], "--format", "video320mp4+audio-en"),
@@ -67,7 +68,7 @@ class ErrorTest(ServerTest):
         # It answers what it is asked, and breaks off each merge.
         clumsy = f'#!/bin/sh\ncase "$*" in *-map*) echo "moov atom lost" >&2; exit 1;; esac\nexec "{TOOL.parent}/ffmpeg" "$@"\n'
         return {"old": tool("old", "#!/bin/sh\necho 'yt-dlp: error: no such option: --js-runtimes' >&2\nexit 2\n"),
-                "lost": tool("lost", "#!/no/such/interpreter\n"), "alone": tool("alone"),
+                "dies": tool("dies", "#!/bin/sh\nkill -9 $$\n"), "lost": tool("lost", "#!/no/such/interpreter\n"), "alone": tool("alone"),
                 "clumsy": tool("clumsy", ffmpeg=clumsy, ffprobe=probe)}
 
     def failures(self, row):

@@ -142,6 +142,25 @@ TEST_F(Analysis, TellsWhatIsWrongWithAnAnswer) {
     }
 }
 
+TEST_F(Analysis, TellsWhenTheToolWasKilled) {
+    using enum HVAnalysisRoute;
+    std::string const items =
+        "unless --playlist-items\nline Downloading item 1 of 2\nwhen --playlist-items\n";
+    std::string const picture = PlayList("").replace(1, 0, R"("thumbnails":[{"id":"0","url":"u"}],)");
+    for (auto const& [script, route] : std::vector<std::pair<std::string, HVAnalysisRoute>>{
+             {"out {\"formats\":[\ndie 9", Json},
+             {"line " + picture + "\ndie 9", Json}, // the run for the picture fails otherwise
+             {"die 9", PlainText},
+             {items + "errline WARNING: w\ndie 9", PlainText},
+             {items + "errline ERROR: [x] odd\ndie 9", PlainText}}) {
+        Recorder recorder;
+        Put("row", script);
+        Run(recorder, "script:row", route);
+        EXPECT_EQ(ErrorKindName(recorder.ends.back()->GetKind()), std::string("tool-killed")) << script;
+        EXPECT_THAT(recorder.ends.back()->GetPlainMessage(), HasSubstr("The tool was killed"));
+    }
+}
+
 TEST_F(Analysis, KeepsWhyEntriesFailed) {
     Put("list", "unless --playlist-items\nline " + PlayList(Entry("one") + "," + Entry("bad") + ",{}") +
                     "\nwhen --playlist-items 3\nline [");

@@ -303,6 +303,7 @@ TEST_P(FullAnalysis, ReadsTablesOnlyWhereTheToolSaysNothing) {
     };
     EXPECT_EQ(run("line <html>"), "item A name@-1,script:row|" + kSucceed);
     EXPECT_THAT(run("line null\nerrline ERROR: no"), HasSubstr("err:ERROR: no"));
+    EXPECT_THAT(run("die 9"), HasSubstr("Unknown error"));
     EXPECT_THAT(run("errline x: error: no such option: -J\nexit 2"), HasSubstr("no such option"));
 }
 
