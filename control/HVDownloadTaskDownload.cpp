@@ -6,6 +6,7 @@
 #include "HVKeptDocument.h"
 #include "HVMetadataSides.h"
 #include "HVTmpFolder.h"
+#include "HVToolReport.h"
 #include "HVToolRun.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
@@ -23,6 +24,8 @@ namespace {
 constexpr char kFile[] = "HVDownloadTaskDownload";
 constexpr char kFunction[] = "asyncProgressTask";
 constexpr int kRandomNameLength = 10;
+/// Our extension puts it behind the name of a kept file until all is done that the tool does with it.
+constexpr char kOpenMark[] = ".state.open";
 
 } // namespace
 
@@ -208,11 +211,12 @@ void HVDownloadTaskDownload::RemoveLeftovers(HVToolRun& run, TempFile const& fil
     });
 }
 
-/// A conversion fails in the same way by whichever way the item was fetched.
+/// A full disk, and a conversion, fail in the same way by whichever way the item was fetched.
 bool HVDownloadTaskDownload::FailedAfterTheSite(HVToolResult const& outcome) const {
     HVErrorKind const kind = outcome.fault.kind;
-    return !conversion_.Empty() && (kind == HVErrorKindConversionFailed || kind == HVErrorKindFfmpegMissing ||
-                                    kind == HVErrorKindRuntimeMissing || kind == HVErrorKindDiskFull);
+    return kind == HVErrorKindDiskFull ||
+           (!conversion_.Empty() && (kind == HVErrorKindConversionFailed ||
+                                     kind == HVErrorKindFfmpegMissing || kind == HVErrorKindRuntimeMissing));
 }
 
 bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const& outcome) {
@@ -220,11 +224,10 @@ bool HVDownloadTaskDownload::IsFinished(TempFile const& file, HVToolResult const
         return !MadeFiles(file).empty();
     if (!IHVFileProvider::PathFileExist(file.path))
         return false;
-    // A tool that was ended may have been about to mend the file by ffmpeg, and on a full disk it could not.
-    // The next run goes on with what is kept.
-    bool const byItself =
-        outcome.endedBy == HVToolResult::By::Tool && outcome.end.known && outcome.end.signal == 0;
-    if (file.partial != nullptr && (!byItself || outcome.fault.kind == HVErrorKindDiskFull))
+    // The tool may still have had to mend the file by ffmpeg. The next run goes on with what is kept.
+    bool const byItself = outcome.endedBy == HVToolResult::By::Tool && outcome.end.known && !outcome.Died();
+    if (file.partial != nullptr && (!byItself || outcome.fault.kind == HVErrorKindDiskFull ||
+                                    IHVFileProvider::PathFileExist(file.path + kOpenMark)))
         return false;
     auto const options = GetMutableOptions();
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
@@ -247,7 +250,8 @@ HVDownloadTaskDownload::Result HVDownloadTaskDownload::ResultOf(TempFile const& 
     }
     if (UserCancel() || finish_.Requested())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
-    return FaultError(kFile, __LINE__, kFunction, "Download error: " + outcome.errors, outcome.fault);
+    return FaultError(kFile, __LINE__, kFunction, "Download error: " + outcome.errors, outcome.fault,
+                      ReasonOf(outcome.fault));
 }
 
 } // namespace Halvorn

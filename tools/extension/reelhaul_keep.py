@@ -163,21 +163,35 @@ def guard_partial(tool, name, info):
             os.unlink(note)
 
 
+def open_mark(name):
+    """Tells the library that the file is there and not all is done with it; gone once it is."""
+    return f"{name}.state.open"
+
+
 def install_guard():
     from yt_dlp import YoutubeDL
     from yt_dlp.downloader.common import FileDownloader
 
-    fetch, choose = YoutubeDL.dl, FileDownloader.best_block_size
+    fetch, finish, choose = YoutubeDL.dl, YoutubeDL.post_process, FileDownloader.best_block_size
 
     def dl(self, name, info, subtitle=False, test=False):
         if not test and not subtitle and is_kept(name):
             guard_partial(self, name, info)
+            with open(open_mark(name), "wb"):
+                pass
         try:
             return fetch(self, name, info, subtitle=subtitle, test=test)
         finally:
             self.__dict__.pop("urlopen", None)
 
-    YoutubeDL.dl = dl
+    def post_process(self, name, *arguments, **more):
+        done = finish(self, name, *arguments, **more)
+        if is_kept(name):
+            with contextlib.suppress(FileNotFoundError):
+                os.unlink(open_mark(name))
+        return done
+
+    YoutubeDL.dl, YoutubeDL.post_process = dl, post_process
     FileDownloader.best_block_size = staticmethod(lambda seconds, size: min(BLOCK, choose(seconds, size)))
 
 
@@ -219,7 +233,32 @@ def install_fragments():
     FragmentFD.download_and_append_fragments = download_and_append_fragments
 
 
+def install_mending():
+    from yt_dlp import YoutubeDL
+    from yt_dlp.postprocessor.ffmpeg import FFmpegFixupPostProcessor, FFmpegPostProcessor, PostProcessingError
+
+    mend, process = FFmpegFixupPostProcessor._fixup, YoutubeDL.process_info
+
+    def fixup(self, message, name, *arguments, **more):
+        try:
+            return mend(self, message, name, *arguments, **more)
+        except PostProcessingError as error:
+            # What ffmpeg can't mend it can't mend in the next run either.
+            if not is_kept(name) or not getattr(error, "by_itself", False):
+                raise
+            self.report_warning(f"ffmpeg can't mend the file, which stays as it came: {error}")
+
+    def process_info(self, *arguments, **more):
+        # One that was killed when it was asked for its version is not missing.
+        known = FFmpegPostProcessor._version_cache
+        for path in [path for path, version in known.items() if path and not version]:
+            del known[path]
+        return process(self, *arguments, **more)
+
+    FFmpegFixupPostProcessor._fixup, YoutubeDL.process_info = fixup, process_info
+
+
 # A tool that is built otherwise some day goes on in its own way.
-for install in (install_guard, install_fragments):
+for install in (install_guard, install_fragments, install_mending):
     with contextlib.suppress(ImportError, AttributeError):
         install()

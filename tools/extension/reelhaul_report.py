@@ -25,6 +25,8 @@ MOST_CAUSES = 6
 MOST_NAMES = 180  # characters
 PAUSE = 0.05  # seconds between two records of the same part
 LOOK = 0.1  # seconds between two looks at what ffmpeg writes
+# What ffmpeg says where not the file is to blame.
+OUTER_CAUSES = ("No space left on device", "Disk quota exceeded", "Input/output error", "Cannot allocate memory", "File too large")
 
 
 def report(record):
@@ -182,6 +184,26 @@ def lacks_module(tool, info):
         kind in ("ogg", "opus", "flac", "vorbis")
 
 
+class Codes(tuple):
+    """The codes that the tool expects of ffmpeg; remembers which one it had."""
+
+    had = 0
+
+    def __contains__(self, code):
+        self.had = code
+        return super().__contains__(code)
+
+
+def failure_of(words, code, folder):
+    """Why ffmpeg has failed; empty where it has by itself, and would again."""
+    for line in words.splitlines():
+        if any(cause in line for cause in OUTER_CAUSES):
+            return line
+    if os.statvfs(folder).f_bavail < 4:
+        return "No space left on device"
+    return "" if 0 < code < 255 else "ffmpeg was ended before it was done"
+
+
 def unfinished(path):
     """Under which name ffmpeg writes; the file's own where what a killed run leaves is not gone on with."""
     stem, extension = os.path.splitext(path)
@@ -239,13 +261,20 @@ def install_progress():
         made = unfinished(last[0])
 
         def run():
+            told, wanted = [], more.get("expected_retcodes", (0,))
+            codes = more["expected_retcodes"] = Codes(wanted if isinstance(wanted, (tuple, list, set)) else (wanted,))
+            self.write_debug = told.append
             try:
                 words = convert(self, inputs, outputs, *arguments, **more)
-            except FFmpegPostProcessorError:
-                # Its last words, which are all that is kept, may tell of the failure without its cause.
-                if os.statvfs(os.path.dirname(made) or ".").f_bavail < 4:
-                    raise FFmpegPostProcessorError("No space left on device") from None
+            except (FFmpegPostProcessorError, IndexError) as error:  # the latter where ffmpeg has said nothing
+                # Its last line, which is all that the tool keeps, may tell of the failure without its cause.
+                cause = failure_of(told[-1], codes.had, os.path.dirname(made) or ".")
+                if cause or isinstance(error, IndexError):
+                    raise FFmpegPostProcessorError(cause or "ffmpeg has failed without a word") from None
+                error.by_itself = True
                 raise
+            finally:
+                del self.write_debug
             # On a full disk ffmpeg may end with 0 and half a file, which the tool would take for the whole.
             lost = [line for line in (words or "").splitlines() if line.startswith(("Error writing trailer", "Error closing file"))]
             if lost:
