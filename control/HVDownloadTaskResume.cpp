@@ -39,6 +39,12 @@ bool CanPassSoon(IHVError const& failure) {
            (kind == HVErrorKindNetwork || kind == HVErrorKindTimedOut || kind == HVErrorKindRateLimited);
 }
 
+/// Addresses of media expire in the middle of a long download; each run asks the site for new ones.
+bool MayHaveExpired(IHVError const& failure) {
+    HVErrorKind const kind = failure.GetKind();
+    return kind == HVErrorKindForbidden || kind == HVErrorKindGone;
+}
+
 } // namespace
 
 /// A recording can't go on, nor can what ffmpeg fetches, and without a part file half a file passes for a
@@ -96,10 +102,11 @@ HVDownloadTaskDownload::Result HVDownloadTaskDownload::RunWithRetries(std::funct
             bytes = tracker.Now().bytes;
             return false;
         });
-        retry = bytes > furthest ? 1 : retry + 1;
+        bool const further = bytes > furthest;
+        retry = further ? 1 : retry + 1;
         furthest = std::max(furthest, bytes);
-        if (result->Succeed() || UserCancel() || retry > resume_->retries || !CanPassSoon(*result) ||
-            !WaitToRetry(*result, retry))
+        if (result->Succeed() || UserCancel() || retry > resume_->retries ||
+            !(CanPassSoon(*result) || (further && MayHaveExpired(*result))) || !WaitToRetry(*result, retry))
             return UserCancel() && !result->Succeed()
                        ? IHVError::MallocCancel("HVDownloadTaskDownload", __LINE__, "asyncProgressTask")
                        : result;

@@ -12,7 +12,8 @@ struct HVResumeSettings {
     /// only to be renamed. What lies in it belongs to the library.
     std::string folder;
     /// How often a run tries again by itself after a failure that can pass (network, timed out, rate
-    /// limited). A try that has got further counts as the first one again.
+    /// limited), and where the site refuses a run that has got further: its addresses may have expired, and
+    /// each try asks for new ones. A try that has got further counts as the first one again.
     int retries = 0;
     /// Seconds before the first of them, at least what the site asks for. Each further wait is twice as long,
     /// up to `longestDelay`, and up to a quarter longer or shorter by chance.

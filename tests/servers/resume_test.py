@@ -65,6 +65,29 @@ class ResumeTest(ServerTest):
                     self.assertEqual(self.width(result), "640")
                 shutil.rmtree(self.out)
 
+    def test_addresses_expire_in_between_and_in_the_middle(self):
+        for page, code, status, stop in (("combined", "combined320-mp4", 403, signal.SIGKILL), ("hls", "640", 410, 0), ("hls", "640", 403, 0)):
+            with self.subTest(page, status=status):
+                before = self.sent()
+                with subprocess.Popen(self.command(f"{page}?{RATE}&media.expires={status}", code), env=self.environment, text=True,
+                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                    for event in map(json.loads, process.stdout):
+                        if event["event"] == "progress" and event["bytes"] >= 100_000:
+                            break
+                    urllib.request.urlopen(f"{self.site.address}/api/watch/{page}.json?media.expires={status}").close()
+                    process.send_signal(stop)
+                    process.stdout.read()
+                    words = process.stderr.read()
+                if stop:
+                    self.wait_until(lambda: not self.processes())
+                    self.finish(f"{page}?media.expires={status}", code)
+                else:
+                    self.assertEqual(process.returncode, 0, words)
+                file, = self.out.iterdir()
+                self.assertEqual(probe(file), "video audio 8")
+                self.assertLess(self.sent() - before, 1.6 * file.stat().st_size)  # it went on
+                shutil.rmtree(self.out)
+
     def partial(self):
         """What interrupted downloads have left."""
         return list((self.out / ".reelhaul-partial").glob("*"))

@@ -51,6 +51,7 @@ class Server(ThreadingHTTPServer):
         self.cut_already = set()
         self.released = threading.Event()
         self.described = Counter()
+        self.token = 0  # of the latest page whose addresses expire
 
     def server_bind(self):
         socketserver.TCPServer.server_bind(self)  # the base class asks the name service here
@@ -91,6 +92,8 @@ class Handler(BaseHTTPRequestHandler):
             self.text("a login is needed\n", status=401)
         elif name and getattr(SimpleCookie(self.headers.get("Cookie", "")).get(name), "value", None) != value:
             self.text("a cookie is needed\n", status=403)
+        elif int(query.get("token", self.server.token)) != self.server.token:
+            self.text("expired\n", status=int(query["expires"]))
         elif "status" in query:
             self.text(f"status {query['status']} as asked\n", status=int(query["status"]))
         else:
@@ -214,6 +217,10 @@ class Handler(BaseHTTPRequestHandler):
                 self.server.described[self.path] += 1
                 if self.server.described[self.path] <= old:
                     passed_on["status"] = "403"
+        if "expires" in passed_on:
+            with self.server.lock:
+                self.server.token += 1
+                passed_on["token"] = str(self.server.token)
         for part in description.get("formats", []) + description.get("manifests", []):
             part["url"] = add_query(part["url"], passed_on)
         return self.text(json.dumps(description), "application/json")

@@ -14,6 +14,7 @@ import urllib.parse
 
 BLOCK = 512 * 1024  # the most that the tool reads before it writes: a kill costs that much
 TAIL = 64 * 1024  # bytes that are compared where a server has no marks
+GOOD_ADDRESS = "_reelhaul_good_address"  # of a fragment that the server had when the run began
 
 
 def is_kept(name):
@@ -64,7 +65,21 @@ def source(tool, info):
     else:
         return version(tool, info, info["url"])
     names = "\n".join([*map(path_of, pieces), *rest])
-    return [hashlib.sha256(names.encode("utf-8", "replace")).hexdigest(), *version(tool, info, pieces[0])]
+    known = version(tool, info, pieces[0])
+    info[GOOD_ADDRESS] = pieces[0]
+    return [hashlib.sha256(names.encode("utf-8", "replace")).hexdigest(), *known]
+
+
+def expired(tool, info):
+    """Whether the addresses have: then also one that was good when the run began is refused."""
+    from yt_dlp.networking.exceptions import HTTPError
+
+    try:
+        if GOOD_ADDRESS in info:
+            version(tool, info, info[GOOD_ADDRESS])
+    except HTTPError:
+        return True
+    return False
 
 
 def same_tail(tool, info, path):
@@ -208,16 +223,16 @@ def install_fragments():
             with contextlib.suppress(OSError):
                 note_fragments(self, ctx)
 
-    def download_fragment(self, ctx, *arguments, **more):
+    def download_fragment(self, ctx, url, info, *arguments, **more):
         lost = self.__dict__.setdefault("lost_fragments", set())
         place = ctx["fragment_index"] - 1
         lost.add(place)
         try:
-            if done := fetch(self, ctx, *arguments, **more):
+            if done := fetch(self, ctx, url, info, *arguments, **more):
                 lost.discard(place)
             return done
         except HTTPError as error:
-            if error.status in (404, 410):
+            if error.status in (404, 410) and not (is_kept(ctx["filename"]) and expired(self.ydl, info)):
                 lost.discard(place)
             raise
 

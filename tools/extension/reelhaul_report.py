@@ -330,7 +330,33 @@ def install_errors():
     sys.excepthook = last_words
 
 
+def install_fragment_errors():
+    from yt_dlp.downloader.fragment import FragmentFD
+
+    fetch, join = FragmentFD._download_fragment, FragmentFD.download_and_append_fragments
+
+    def download_fragment(self, *arguments, **more):
+        try:
+            return fetch(self, *arguments, **more)
+        except Exception as error:
+            self.lost_fragment_by = error
+            raise
+
+    def download_and_append_fragments(self, *arguments, **more):
+        done = False
+        try:
+            done = join(self, *arguments, **more)
+        finally:
+            # The tool says only that the fragment was not found.
+            if not done and (lost := self.__dict__.get("lost_fragment_by")) is not None:
+                with contextlib.suppress(Exception):
+                    report(describe(lost))
+        return done
+
+    FragmentFD._download_fragment, FragmentFD.download_and_append_fragments = download_fragment, download_and_append_fragments
+
+
 # A tool that is built otherwise some day goes on in its own way.
-for install in (install_errors, install_progress, install_cover):
+for install in (install_errors, install_fragment_errors, install_progress, install_cover):
     with contextlib.suppress(ImportError, AttributeError):
         install()
