@@ -155,8 +155,11 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::Place(TempFile const& fi
     if (conversion_.SubtitlesBeside())
         TakeSubtitles(files.front(), file.path);
     std::size_t const subtitles = files.front().sides.size();
-    for (auto& side : TakeMetadata(metadata_, file.path))
-        files.front().sides.push_back(std::move(side));
+    // The tool writes them for each section.
+    std::size_t const owners = conversion_.sections.empty() ? 1 : files.size();
+    for (std::size_t i = 0; i < owners; ++i)
+        for (auto& side : TakeMetadata(metadata_, conversion_.sections.empty() ? file.path : files[i].path))
+            files[i].sides.push_back(std::move(side));
     return PlaceAll(files, file.partial != nullptr, subtitles);
 }
 

@@ -18,6 +18,7 @@ class MetadataTest(ServerTest):
             # No picture, no description; and a container that is no format's own.
             ("details?title=N", [], [*WANTED, "--analyse-once"], ["N.description", "N.info.json", "N.mp4"]),
             ("combined?title=N", [], ["--write-thumbnail", "--write-description"], ["N.mp4"]),
+            ("thumbnails?title=N&description=Words", [], [*WANTED, "--sections", "1-3"], ["N.description", "N.info.json", "N.jpg", "N.mp4"]),
             ("no-partner?title=N", [], ["--write-info-json"], ["N.info.json", "N.mkv"]))
         for number, (page, there, options, expected) in enumerate(rows):
             with self.subTest(page):
