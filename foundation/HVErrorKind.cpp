@@ -49,7 +49,7 @@ constexpr KindRow kKinds[] = {
     {HVErrorKindToolBroken, false, "tool-broken",
      "Update yt-dlp: it does not get along with the site as that is now."},
     {HVErrorKindToolKilled, true, "tool-killed",
-     "Try again; if yt-dlp dies again, look whether the memory runs out, or install it anew."},
+     "Try again; if that ends in the same way, look whether the memory runs out, or install yt-dlp anew."},
     {HVErrorKindRuntimeMissing, false, "runtime-missing",
      "Install what yt-dlp says that it lacks: deno for some sites, or a module of Python."},
     {HVErrorKindFfmpegMissing, false, "ffmpeg-missing",

@@ -55,6 +55,7 @@ constexpr Words kFaultWords[] = {
     {"ffmpeg is not installed", kTool, HVErrorKindFfmpegMissing},
     {"pycryptodomex not found", kTool, HVErrorKindRuntimeMissing},
     {"mutagen was not found", kTool, HVErrorKindRuntimeMissing},
+    {"ffmpeg was ended before it was done", kOwn, HVErrorKindToolKilled},
     {"postprocessing:", kTool, HVErrorKindConversionFailed},
     {"audio conversion failed", kTool, HVErrorKindConversionFailed},
     // What sites say, and the tool for them

@@ -37,7 +37,7 @@ enum HVErrorKind {
     HVErrorKindDiskFull = 24,           ///< no space is left
     HVErrorKindNoPermission = 25,       ///< the folder or the file may not be written
     HVErrorKindNameImpossible = 26,     ///< the system takes no file of this name
-    HVErrorKindToolKilled = 27          ///< the tool was killed, or crashed, before it was done
+    HVErrorKindToolKilled = 27          ///< the tool or ffmpeg was killed, or crashed
 };
 
 /// The kind as one word for a program, such as "rate-limited"; "other" for a number that is no kind.

@@ -14,6 +14,7 @@ import urllib.parse
 
 BLOCK = 512 * 1024  # the most that the tool reads before it writes: a kill costs that much
 TAIL = 64 * 1024  # bytes that are compared where a server has no marks
+STREAM_PACKET = 188  # bytes; each of MPEG-TS begins with a "G"
 GOOD_ADDRESS = "_reelhaul_good_address"  # of a fragment that the server had when the run began
 
 
@@ -183,6 +184,24 @@ def open_mark(name):
     return f"{name}.state.open"
 
 
+def unmended_mark(name):
+    """Tells the next run that ffmpeg could not mend the file."""
+    return f"{name}.state.unmended"
+
+
+def waits_for_mending(tool, name):
+    """Whether a stream is still there under the name of an mp4, though ffmpeg is there to make one of it."""
+    from yt_dlp.postprocessor.ffmpeg import FFmpegFixupPostProcessor
+
+    if not name.endswith((".mp4", ".m4a")) or tool.params.get("fixup") not in (None, "detect_or_warn", "force"):
+        return False
+    with contextlib.suppress(OSError), open(name, "rb") as file:
+        begin = file.read(2 * STREAM_PACKET)
+        return begin[::STREAM_PACKET] == b"GG" and not os.path.exists(unmended_mark(name)) and \
+            not tool.params.get("hls_use_mpegts") and FFmpegFixupPostProcessor(tool).available
+    return False
+
+
 def install_guard():
     from yt_dlp import YoutubeDL
     from yt_dlp.downloader.common import FileDownloader
@@ -201,7 +220,7 @@ def install_guard():
 
     def post_process(self, name, *arguments, **more):
         done = finish(self, name, *arguments, **more)
-        if is_kept(name):
+        if is_kept(name) and not waits_for_mending(self, name):
             with contextlib.suppress(FileNotFoundError):
                 os.unlink(open_mark(name))
         return done
@@ -258,19 +277,33 @@ def install_mending():
         try:
             return mend(self, message, name, *arguments, **more)
         except PostProcessingError as error:
-            # What ffmpeg can't mend it can't mend in the next run either.
             if not is_kept(name) or not getattr(error, "by_itself", False):
                 raise
+            # What it can't mend twice it can't mend.
+            if not os.path.exists(unmended_mark(name)):
+                with open(unmended_mark(name), "wb"):
+                    raise
             self.report_warning(f"ffmpeg can't mend the file, which stays as it came: {error}")
 
-    def process_info(self, *arguments, **more):
-        # One that was killed when it was asked for its version is not missing.
+    def forget_failures():
+        """An ffmpeg that was killed when it was asked for its version is not missing."""
         known = FFmpegPostProcessor._version_cache
         for path in [path for path, version in known.items() if path and not version]:
             del known[path]
+
+    def process_info(self, *arguments, **more):
+        forget_failures()
         return process(self, *arguments, **more)
 
+    def available(self):
+        if self.basename is None:
+            forget_failures()
+            for name in ("basename", "_version"):
+                self.__dict__.pop(name, None)
+        return self.basename is not None
+
     FFmpegFixupPostProcessor._fixup, YoutubeDL.process_info = fixup, process_info
+    FFmpegFixupPostProcessor.available = property(available)
 
 
 # A tool that is built otherwise some day goes on in its own way.

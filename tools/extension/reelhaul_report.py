@@ -267,6 +267,8 @@ def install_progress():
             try:
                 words = convert(self, inputs, outputs, *arguments, **more)
             except (FFmpegPostProcessorError, IndexError) as error:  # the latter where ffmpeg has said nothing
+                if not told:
+                    raise  # it is not there
                 # Its last line, which is all that the tool keeps, may tell of the failure without its cause.
                 cause = failure_of(told[-1], codes.had, os.path.dirname(made) or ".")
                 if cause or isinstance(error, IndexError):
