@@ -172,6 +172,8 @@ void GetCommand::ItemLoaded(std::shared_ptr<IHVDownloadItem> const& item) {
         fault = FaultOfMaking(*item, kind);
     }
     std::string const existing = fault.empty() && !request_.discard ? downloads_.Add(item) : std::string();
+    if (!fault.empty() || !existing.empty())
+        skips_.Release(*item);
     if (!fault.empty())
         Fail({item->GetFileName() + ": " + fault, kind});
     else if (!existing.empty())

@@ -300,6 +300,8 @@ void HVDownloads::Finished(Row const& row, int id) {
 void HVDownloads::EndRow(Row& row, int id) {
     row.over = true;
     ++over_;
+    if (request_.archive != nullptr)
+        request_.archive->Release(*std::as_const(*row.controller).DownloadItem());
     display_.End(id);
     display_.Refresh();
 }

@@ -23,19 +23,31 @@ bool HVSkips::SkipKnown(IHVDownloadItem const& item) {
     auto const identities = IHVDownloadArchive::IdentitiesOf(item);
     bool const taken = std::any_of(identities.begin(), identities.end(),
                                    [this](std::string const& identity) { return taken_.contains(identity); });
-    if (!taken && !request_.archive->ContainsAny(identities)) {
+    // What waits in a kept queue is nobody's.
+    bool const claimed = !taken && (request_.addOnly || request_.archive->Claim(item));
+    bool const known = claimed && request_.archive->ContainsAny(identities);
+    if (claimed && !known) {
         taken_.insert(identities.begin(), identities.end());
         return false;
     }
+    if (known)
+        request_.archive->Release(item);
     ++known_;
-    char const* const reason = taken ? "repeated" : "archive";
+    char const* const reason = taken ? "repeated" : known ? "archive" : "running";
     if (request_.json)
         session_.Console().Out(EventLine("skipped", {{"url", AddressOf(item, item.GetPlaylistURL())},
                                                      {"title", item.GetFileName()},
                                                      {"reason", reason}}));
-    session_.Console().Note(item.GetFileName() + (taken ? ": skipped, it is downloaded already in this run"
-                                                        : ": skipped, it is in the archive"));
+    session_.Console().Note(item.GetFileName() + ": skipped, " +
+                            (taken   ? "it is downloaded already in this run"
+                             : known ? "it is in the archive"
+                                     : "another process is downloading it"));
     return true;
+}
+
+void HVSkips::Release(IHVDownloadItem const& item) const {
+    if (request_.archive != nullptr)
+        request_.archive->Release(item);
 }
 
 void HVSkips::Entry(HVListEntry const& entry) {

@@ -16,8 +16,10 @@ class HVSkips {
 public:
     HVSkips(HVSession& session, HVRequest const& request) : session_(session), request_(request) {}
 
-    /// Whether the archive knows the item, or an earlier one of this run was the same.
+    /// Whether the archive knows the item, another process downloads it, or an earlier one of this run was
+    /// the same. Otherwise it is claimed.
     bool SkipKnown(IHVDownloadItem const& item);
+    void Release(IHVDownloadItem const& item) const;
     /// An entry of a list that the archive knows.
     void Entry(HVListEntry const& entry);
     /// An item whose file is there.

@@ -16,6 +16,11 @@ namespace {
 constexpr char kFile[] = "HVDownloadArchive";
 constexpr std::string_view kDatabaseHead("SQLite format 3\0", 16);
 
+std::string HiddenBeside(std::string const& path, char const* what) {
+    auto const slash = path.rfind('/') + 1; // 0 for none
+    return path.substr(0, slash) + "." + path.substr(slash) + "." + what;
+}
+
 enum class Form { Text, Database, Neither };
 
 Form FormOf(std::string const& path) {
@@ -35,6 +40,9 @@ Form FormOf(std::string const& path) {
 }
 
 } // namespace
+
+HVDownloadArchive::HVDownloadArchive(std::string path)
+    : path_(std::move(path)), claims_(HiddenBeside(path_, "claims")) {}
 
 HVDownloadArchive::Result HVDownloadArchive::OpenStore() {
     Form const form = FormOf(path_);
@@ -120,6 +128,20 @@ bool IHVDownloadArchive::Contains(IHVDownloadItem const& item) {
 
 bool IHVDownloadArchive::Contains(HVListEntry const& entry) {
     return ContainsAny(IdentitiesOf(entry));
+}
+
+bool IHVDownloadArchive::Claim(IHVDownloadItem const& item) {
+    auto* const own = dynamic_cast<HVDownloadArchive*>(this);
+    auto const identities = IdentitiesOf(item);
+    if (own != nullptr)
+        own->Open(); // makes the folder
+    return own == nullptr || identities.empty() || own->Claims().Take(identities.front());
+}
+
+void IHVDownloadArchive::Release(IHVDownloadItem const& item) {
+    auto const identities = IdentitiesOf(item);
+    if (auto* const own = dynamic_cast<HVDownloadArchive*>(this); own != nullptr && !identities.empty())
+        own->Claims().Leave(identities.front());
 }
 
 std::shared_ptr<IHVError const> IHVDownloadArchive::Add(IHVDownloadItem const& item) {

@@ -2,6 +2,7 @@
 // See IHVDownloadArchive. The mutex is held over the disk; no code of the application runs under it.
 
 #include "HVArchiveStore.h"
+#include "HVFileClaims.h"
 #include "IHVDownloadArchive.h"
 
 #include <functional>
@@ -12,7 +13,7 @@ namespace Halvorn {
 
 class HVDownloadArchive final : public IHVDownloadArchive {
 public:
-    explicit HVDownloadArchive(std::string path) : path_(std::move(path)) {}
+    explicit HVDownloadArchive(std::string path);
 
     std::shared_ptr<IHVError const> Open() override;
     bool ContainsAny(std::vector<std::string> const& identities) override;
@@ -20,6 +21,7 @@ public:
     std::int64_t Count() override;
     std::shared_ptr<IHVError const> LastError() const override;
     std::string const& Path() const { return path_; }
+    HVFileClaims& Claims() { return claims_; }
 
 private:
     using Result = std::shared_ptr<IHVError const>;
@@ -27,6 +29,7 @@ private:
     Result OpenStore();
 
     std::string const path_;
+    HVFileClaims claims_;
     mutable std::mutex mutex_;
     std::unique_ptr<HVArchiveStore> store_; ///< once it is open
     Result last_;

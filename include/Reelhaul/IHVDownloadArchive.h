@@ -54,6 +54,15 @@ public:
     bool Contains(IHVDownloadItem const& item);
     bool Contains(HVListEntry const& entry);
     ///@}
+    ///@{
+    /// Says to other processes with this file that the item is being downloaded: false where another one has
+    /// said so, or this one, and has not released it. Ask Contains afterwards, since another process may just
+    /// have ended with it. A claim goes with the archive object and with its process, however that ends; it
+    /// is kept in an empty file beside the archive. Where files can't be locked each claim succeeds. One
+    /// object for one file in a process.
+    bool Claim(IHVDownloadItem const& item);
+    void Release(IHVDownloadItem const& item);
+    ///@}
     /// Records an item as downloaded: under its identity, and under that of the entry that led to it.
     std::shared_ptr<IHVError const> Add(IHVDownloadItem const& item);
 

@@ -2,6 +2,7 @@
 
 import json
 import subprocess
+import urllib.request
 
 from servers import COMMAND, SITE, TOOL, ServerTest
 
@@ -62,6 +63,21 @@ class ArchiveTest(ServerTest):
                 self.assertEqual([process.wait(120) for process in processes], [0, 0])
                 events = self.events("--archive", self.folder / name, *(self.page(page) for half in pages for page in half))
                 self.assertEqual(events, ["skipped Combined archive"] * 12)
+
+    def test_an_item_is_downloaded_by_one_process_at_a_time(self):
+        archive, page = self.folder / "known.db", self.page("combined?media.hold=1000")
+        for end in ("kill", "release"):
+            sent = self.sent()
+            process = subprocess.Popen([COMMAND, "get", "--quiet", "--format", "worst", "-o", self.folder / "out", "--archive", archive, page],
+                                       env=self.environment_of_command(), stdout=subprocess.DEVNULL)
+            self.wait_until(lambda sent=sent: self.sent() > sent)
+            self.assertEqual(self.events("--archive", archive, page), ["skipped Combined running"])
+            if end == "kill":
+                process.kill()
+            else:
+                urllib.request.urlopen(f"{self.site.address}/release").close()
+            self.assertEqual(process.wait(60), -9 if end == "kill" else 0)
+        self.assertEqual(self.events("--archive", archive, page), ["skipped Combined archive"])
 
     def test_what_is_no_archive_is_left_alone(self):
         film = self.write("film.mp4", "\0\0\0 ftyp")

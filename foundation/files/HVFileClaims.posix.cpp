@@ -1,0 +1,50 @@
+#include "HVFileClaims.h"
+
+#include <cerrno>
+#include <cstdint>
+
+#include <fcntl.h>
+
+namespace Halvorn {
+
+namespace {
+
+/// A claim is the lock of one byte, beyond what any file holds. Two names of one place would cost one of them
+/// a wait for the next run.
+off_t PlaceOf(std::string const& name) {
+    std::uint64_t hash = 0xcbf29ce484222325; // the same in each version
+    for (char const letter : name)
+        hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001b3;
+    return static_cast<off_t>(hash >> 2);
+}
+
+} // namespace
+
+bool HVFileClaims::Lock(std::string const& name, bool take) {
+    struct flock lock {};
+    lock.l_type = take ? F_WRLCK : F_UNLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = PlaceOf(name);
+    lock.l_len = 1;
+    return fcntl(file_.Get(), F_SETLK, &lock) == 0 || (errno != EACCES && errno != EAGAIN);
+}
+
+bool HVFileClaims::Take(std::string const& name) {
+    std::lock_guard const guard(mutex_);
+    if (own_.count(name) != 0)
+        return false;
+    if (!file_.Valid())
+        file_ = HVDescriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (file_.Valid() && !Lock(name, true))
+        return false;
+    own_.insert(name);
+    return true;
+}
+
+void HVFileClaims::Leave(std::string const& name) {
+    std::lock_guard const guard(mutex_);
+    if (own_.erase(name) != 0 && file_.Valid())
+        Lock(name, false);
+}
+
+} // namespace Halvorn
