@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Many addresses on standard input: the command with four at once against the tool's own analysis of them in one process.
 
+The first rows include the start of both. The last one is what as many more addresses take, when both have loaded everything.
+
     bench/addresses.py BUILD_FOLDER [ADDRESSES [PAIRS]]
 """
 
@@ -20,10 +22,23 @@ TOOL_RUN = [TOOL, "--ffmpeg-location", FFMPEG, "-J", "--flat-playlist", "--no-ch
 
 
 def seconds(command, lines, environment):
+    count = lines.count(b"\n") + 1
     begin = time.perf_counter()
     run = subprocess.run(command, input=lines, env=environment, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-    assert run.stdout.count(b'"title": "T') >= ADDRESSES
+    assert run.stdout.count(b'"title": "T') >= count
     return time.perf_counter() - begin
+
+
+def pair(lines, environment):
+    text = "\n".join(lines).encode()
+    return [seconds(command, text, environment) for command in
+            ([os.path.join(BUILD, "bin/reelhaul"), "info", "--json", "-a", "-", "--analyses", "4"], TOOL_RUN)]
+
+
+def tell(name, pairs):
+    ours, bare = (statistics.median(column) for column in zip(*pairs, strict=True))
+    ratio = statistics.median(one / other for one, other in pairs)
+    print(f"{ADDRESSES} addresses, {name}: {ours:.2f} s, the tool in one process {bare:.2f} s, ratio {ratio:.2f}", flush=True)
 
 
 def main():
@@ -34,15 +49,15 @@ def main():
                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         address = site.stdout.readline().strip()
         try:
-            for name, more in (("at once", ""), ("after 300 ms", "&stall=0.3")):
-                lines = "\n".join(f"{address}/watch/combined?title=T{i}{more}" for i in range(ADDRESSES)).encode()
-                pairs = []
-                for _ in range(PAIRS):
-                    ours = seconds([os.path.join(BUILD, "bin/reelhaul"), "info", "--json", "-a", "-", "--analyses", "4"], lines, environment)
-                    pairs.append((ours, seconds(TOOL_RUN, lines, environment)))
-                ours, bare = (statistics.median(column) for column in zip(*pairs, strict=True))
-                ratio = statistics.median(one / other for one, other in pairs)
-                print(f"{ADDRESSES} addresses, pages that come {name}: {ours:.2f} s, the tool in one process {bare:.2f} s, ratio {ratio:.2f}")
+            lines = [f"{address}/watch/combined?title=T{i}" for i in range(2 * ADDRESSES)]
+            at_once, later = [], []
+            for _ in range(PAIRS):
+                at_once.append(pair(lines[:ADDRESSES], environment))
+                later.append([twice - once for twice, once in zip(pair(lines, environment), at_once[-1], strict=True)])
+            tell("pages that come at once", at_once)
+            tell("pages that come after 300 ms",
+                 [pair([f"{line}&stall=0.3" for line in lines[:ADDRESSES]], environment) for _ in range(PAIRS)])
+            tell("pages that come at once, behind as many", later)
         finally:
             site.stdin.close()
             site.wait()

@@ -24,7 +24,7 @@ FFMPEG = TOOL.parent / "ffmpeg"
 RECORDER = '#!/bin/sh\nprintf "%s\\n" "$@" > "$0.arguments"\necho null\nexit 1\n'
 # What changes with the time, and the browser as which a run introduces itself.
 CHANGING = ((rb'"epoch": \d+', b'"epoch"'), (rb"Chrome/\d+", b"Chrome"), (rb"[\r\n]\[download\] +[\d.]+%[^\r\n]*", b""),
-            (rb"[\d.]+[KM]iB/s|in \d\d:\d\d:\d\d", b""))
+            (rb"[\d.]+[KM]iB/s|in \d\d:\d\d:\d\d", b""), (rb"\d{4}-\d\d-\d\d \d\d:\d\d", b""))  # the latter in a live title
 
 
 def without_time(text):
