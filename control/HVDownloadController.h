@@ -106,7 +106,7 @@ public:
     bool RemovePartialData();
     void SetPacerOfRuns(std::shared_ptr<HVStartPacer> pacer) { Set(pacer_, std::move(pacer)); }
     void SetTotalRateOfRuns(std::shared_ptr<HVTotalRate> rate) { Set(totalRate_, std::move(rate)); }
-    void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> const& archive);
+    void SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive);
     void SetMetadata(HVMetadataFiles const& files);
     void SetSkipsOfRuns(int skips);
     void SetWish(HVFormatWish const& wish);

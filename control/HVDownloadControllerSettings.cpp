@@ -70,8 +70,8 @@ void HVDownloadController::ChangeSettings(std::function<void(HVRowSettings&)> co
         keeper_->SettingsChanged(settings_);
 }
 
-void HVDownloadController::SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> const& archive) {
-    ChangeSettings([&archive](HVRowSettings& settings) { settings.archive = archive; });
+void HVDownloadController::SetArchiveOfRuns(std::shared_ptr<IHVDownloadArchive> archive) {
+    ChangeSettings([&archive](HVRowSettings& settings) { settings.archive.swap(archive); });
 }
 
 void HVDownloadController::SetMetadata(HVMetadataFiles const& files) {
