@@ -346,7 +346,7 @@ write . 5)");
     auto const changed = queue->GetController(0);
     EXPECT_TRUE(changed->DownloadSucceed()) << changed->LastError()->GetErrorMessage();
     EXPECT_THAT(queue->GetController(1)->LastError()->GetErrorMessage(), HasSubstr("Another item stands"));
-    EXPECT_EQ(queue->State({2}), HVDownloadStateCancelled);
+    EXPECT_EQ(queue->State(2), HVDownloadStateCancelled);
     EXPECT_EQ(Running().first, 0);
     ASSERT_EQ(kept->Flush(60'000), HVErrSuccess);
     EXPECT_EQ(IHVKeptQueue::ReadRows(file_, error_)[0].format, "22");
