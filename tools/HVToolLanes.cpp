@@ -16,8 +16,7 @@ void HVToolLanes::AwaitTool(std::function<bool()> const& stopped) {
     if (!begun_.exchange(true))
         return;
     auto const limit = std::chrono::steady_clock::now() + kLongest;
-    while (HVWarmTool::Shared().GetStatus().state == IHVWarmTool::State::Warming && !stopped() &&
-           std::chrono::steady_clock::now() < limit)
+    while (HVWarmTool::Shared().IsLoading() && !stopped() && std::chrono::steady_clock::now() < limit)
         std::this_thread::sleep_for(kLook);
 }
 

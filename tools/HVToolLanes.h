@@ -18,8 +18,9 @@ public:
         return HVWarmTool::Shared().Start(request, lanes_.get(), pid, leader);
     }
 
-    /// Waits while the warm tool loads, but for the first run: several that load the tool beside it would
-    /// make all of them late. Five seconds at most; `stopped` is asked many times a second.
+    /// Waits while the warm tool loads what each run needs, but for the first run: several that load it
+    /// beside the warm tool would make all of them late. Five seconds at most; `stopped` is asked many times
+    /// a second.
     void AwaitTool(std::function<bool()> const& stopped);
 
 private:

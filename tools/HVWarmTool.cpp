@@ -118,6 +118,12 @@ IHVWarmTool::Status HVWarmTool::GetStatus() {
     return {server_ == nullptr ? IHVWarmTool::State::Resting : IHVWarmTool::State::Warming, false, {}};
 }
 
+bool HVWarmTool::IsLoading() {
+    HVLoggingLock const lock(mutex_);
+    Look();
+    return on_ && server_ != nullptr && !server_->Loaded();
+}
+
 bool HVWarmTool::IsOn() const {
     std::lock_guard const lock(mutex_);
     return on_;

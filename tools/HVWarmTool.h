@@ -27,6 +27,8 @@ public:
     void TurnOn(unsigned int idleSeconds);
     void TurnOff();
     IHVWarmTool::Status GetStatus();
+    /// True until it has loaded what each run needs, which a run before that has to load itself.
+    bool IsLoading();
     /// The tool may be another one by now: has it loaded at once, not at the next run.
     void Refresh();
 

@@ -97,6 +97,8 @@ class SameAnswersTest(WarmTest):
                             "4096", "--no-resize-buffer"]
         yield "watch/subtitles", ["--output", "x.mp4", "--write-auto-sub", "--sub-lang", "fr", "--sub-format", "vtt", "--format", "combined320-mp4"]
         yield "watch/thumbnails", ["--output", "x.jpg", "--write-thumbnail", "--skip-download"]
+        yield "watch/everything", ["--print", "pre_process:%(formats_table)s %(filename)s", "--print", "urls,subtitles_table", "--get-filename",
+                                   "--print-to-file", "after_filter:%(thumbnails_table)s", "tables", "--output", "%(title)s.%(ext)s", "-J"]
 
     def each(self, row):
         """What the row gives cold, warm and in a process that stays: output, messages, status and files."""

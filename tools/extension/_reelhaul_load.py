@@ -16,37 +16,45 @@ import select
 import subprocess
 import sys
 import tempfile
+import time
 
 import yt_dlp
 
 NOWHERE = "http://127.0.0.1:9/"
 EXTRACTORS_AT_ONCE = 40
+LOADED = "loaded"
 LOOK = 0.005  # seconds in which no request is taken
 
 
 def steps(locations):
-    """Each step is short, since a request that comes meanwhile waits for it. `locations` are where ffmpeg may be."""
-    quietly(keep_patterns)
-    quietly(remove_duplicates_sooner)
-    quietly(keep_context)
+    """Each step is short, since a request that comes meanwhile waits for it. `locations` are where ffmpeg may be.
+
+    Gives LOADED once all is there that each run needs. What follows spares the runs that ask all extractors.
+    """
+    for change in (keep_patterns, remove_duplicates_sooner, keep_context, make_tables_when_printed):
+        quietly(change)
     asked = quietly(ask, locations) or []
     yield
     classes = quietly(lambda: yt_dlp.extractor.gen_extractor_classes()) or []
-    survey = quietly(Survey, classes)
     yield
     for one in classes[-1:]:  # the generic one, with all that it imports
         quietly(lambda: one.real_class)
     yield
+    quietly(open_nothing)
+    yield
     quietly(lambda: yt_dlp.utils.system_identifier())
     while any(program.poll() is None for _, program in asked):
+        time.sleep(LOOK)
         yield
     quietly(learn_programs, locations, asked)
     yield
     quietly(choose_formats, locations[0])
     yield
-    quietly(open_nothing)
+    quietly(make_parser_ahead)
+    quietly(list_extractors_ahead)
     quietly(Kept.renew)
-    yield
+    yield LOADED
+    survey = quietly(Survey, classes)
     for begin in range(0, len(classes), EXTRACTORS_AT_ONCE):
         yield
         for one in classes[begin:begin + EXTRACTORS_AT_ONCE]:
@@ -58,10 +66,6 @@ def steps(locations):
         quietly(ask_about_page, one)
     yield
     quietly(read_page)
-    yield
-    # Behind all that takes what these have ready.
-    quietly(make_parser_ahead)
-    quietly(list_extractors_ahead)
     quietly(Kept.renew)
     yield
     gc.collect()
@@ -106,6 +110,30 @@ def replace_everywhere(name, before, after):
         # Not getattr: some of the tool's modules import others when they are asked.
         if vars(module).get(name) is before:
             vars(module)[name] = after
+
+
+TABLES = ("render_formats_table", "render_thumbnails_table", "render_subtitles_table")
+
+
+def make_tables_when_printed():
+    """What a template may print of an item. The tool makes it whether there is a template or not, four times in a run."""
+    tool = yt_dlp.YoutubeDL
+    prints = tool._forceprint
+    for name in TABLES:
+        getattr(tool, name)
+
+    def prints_sooner(self, key, info):
+        if self.params["forceprint"].get(key) or self.params["print_to_file"].get(key):
+            return prints(self, key, info)
+        for name in TABLES:
+            setattr(self, name, lambda *_: None)
+        try:
+            return prints(self, key, info)
+        finally:
+            for name in TABLES:
+                delattr(self, name)
+
+    tool._forceprint = prints_sooner
 
 
 # ---- what the tool asks ffmpeg and ffprobe in each run ----

@@ -35,6 +35,7 @@ def live(start, status, resident, stays):
     try:
         os.setsid()
         before = (traces(), peak()) if stays else None
+        most = 1 if resident.early else MOST_RUNS  # a later fork is quicker than the same again
         while True:
             request, extension = become(start, resident, loaded)
             begin(request.arguments, resident.program)
@@ -43,7 +44,7 @@ def live(start, status, resident, stays):
                 start.close()
             code = contextvars.copy_context().run(work, yt_dlp.main)
             runs, loaded = runs + 1, extension
-            if not stays or code != 0 or runs == MOST_RUNS or not rest(*before):
+            if not stays or code != 0 or runs == most or not rest(*before):
                 break
             link.say(start, "done")
         code = finish(code)

@@ -15,7 +15,8 @@ with two sockets of the fork's own:
   "running" or, once it has reaped the fork, "ended STATUS". So the number of a process is not given away again before
   the library knows that it has ended. The library closes the socket when it needs no more.
 
-The resident itself says "ready", and later "warm" when all is loaded that a run may need, or "no REASON". It ends when
+The resident itself says "ready", then "loaded" when all is there that each run needs, and "warm" when all is that a run
+may need, or "no REASON". It ends when
 the library has closed the socket and all runs have ended, and with "rest" after a time without a run. A REASON begins
 with what is to be done: "changed" asks for a new resident, "impossible" for none, "busy" is this run's alone.
 """
@@ -44,6 +45,7 @@ class Resident:
     def __init__(self, connection, settings):
         self.connection = connection
         self.open = True  # the library may ask for runs
+        self.early = True  # not all is there yet that each run needs
         self.idle = int(float(settings.seconds) * 1000)
         self.environment = link.variables(settings.environment)
         self.program = sys.orig_argv[:len(sys.orig_argv) - len(sys.argv) + 1]
@@ -70,9 +72,12 @@ class Resident:
                     self.accept()
             self.left = {child for child in self.left if os.waitpid(child, os.WNOHANG)[0] == 0}
             if not ready and warming:
-                if next(warming, self) is self:
+                said = next(warming, "warm")
+                if said:
+                    link.say(self.connection, said)
+                    self.early = False
+                if said == "warm":
                     warming = None
-                    link.say(self.connection, "warm")
                 gc.freeze()
             elif not ready and not self.runs and not self.left:
                 link.say(self.connection, "rest")

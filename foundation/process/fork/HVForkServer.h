@@ -34,6 +34,8 @@ public:
 
     /// What the child has said last. Does not block.
     State Look();
+    /// True when it has loaded what each fork needs, so that another one needs not load that itself.
+    bool Loaded() const;
     /// True when it has nothing more to load.
     bool Complete() const;
     /// Why it refuses, in its own words: one word that says what is to be done, a colon, and the rest.
@@ -62,6 +64,7 @@ private:
     mutable std::mutex mutex_; // guards what follows
     std::string received_;
     State state_ = State::Loading;
+    bool loaded_ = false;
     bool complete_ = false;
     std::string reason_;
 };

@@ -70,12 +70,19 @@ void HVForkServer::Hear(std::string const& line) {
         state_ = State::Ready;
     } else if (line == "rest") {
         state_ = State::Rested;
+    } else if (line == "loaded") {
+        loaded_ = true;
     } else if (line == "warm") {
         complete_ = true;
     } else if (line.compare(0, kNo.size(), kNo) == 0) {
         state_ = State::Refused;
         reason_ = line.substr(kNo.size());
     }
+}
+
+bool HVForkServer::Loaded() const {
+    std::lock_guard const lock(mutex_);
+    return loaded_;
 }
 
 bool HVForkServer::Complete() const {
