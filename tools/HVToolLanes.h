@@ -19,12 +19,13 @@ public:
     }
 
     /// Waits while the warm tool loads what each run needs, but for the first run: several that load it
-    /// beside the warm tool would make all of them late. Five seconds at most; `stopped` is asked many times
-    /// a second.
+    /// beside the warm tool would make all of them late. Five seconds at most, and never again after these;
+    /// `stopped` is asked many times a second.
     void AwaitTool(std::function<bool()> const& stopped);
 
 private:
     std::atomic<bool> begun_ = false;
+    std::atomic<bool> inVain_ = false; ///< the tool does not get on with loading
     std::shared_ptr<HVForkLanes> const lanes_ = std::make_shared<HVForkLanes>();
 };
 
