@@ -137,6 +137,8 @@ TEST_F(WarmTool, AStopEndsAllOfItsGroup) {
 
 TEST_F(WarmTool, AProcessServesManyRunsUntilOneLeavesSomethingOrIsStopped) {
     TurnOn();
+    // A process from before that serves one run.
+    ASSERT_TRUE(Eventually([] { return IHVWarmTool::GetStatus().complete; }));
     auto lanes = std::make_shared<HVToolLanes>();
     auto const run = [&](std::string const& program, HVToolStop* stop = nullptr) {
         auto one = NewRun(program);
