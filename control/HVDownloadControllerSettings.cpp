@@ -44,7 +44,7 @@ void HVDownloadController::HandSettings(HVDownloadTask& task) {
                  }});
         if (auto const keeper = Get(keeper_))
             download->SetBeforePlacing([keeper](std::string const& path, std::string const& folder) {
-                keeper->FileIsWhole(path, folder);
+                return keeper->FileIsWhole(path, folder);
             });
         download->SetPacer(Get(pacer_));
         download->SetTotalRate(Get(totalRate_));

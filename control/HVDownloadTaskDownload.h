@@ -71,11 +71,12 @@ public:
     void SetAnalysis(HVItemAnalysis analysis) { analysis_ = std::move(analysis); }
     /// Has the tool write these beside the file; to be set before the start.
     void SetMetadataFiles(HVMetadataFiles files) { metadata_ = files; }
-    /// Is called with the path of the finished file before that gets its place, and with the folder where
-    /// that is; to be set before the start.
-    void SetBeforePlacing(std::function<void(std::string const&, std::string const&)> function) {
-        beforePlacing_ = std::move(function);
-    }
+    /// Is called with the path of the finished file, the last one of several, before they get their places,
+    /// and with the folder where that is. Where it returns a failure, what is kept for the next start waits
+    /// for that; other files get their places all the same. To be set before the start.
+    using BeforePlacing =
+        std::function<std::shared_ptr<IHVError const>(std::string const&, std::string const&)>;
+    void SetBeforePlacing(BeforePlacing function) { beforePlacing_ = std::move(function); }
     /// Has the run wait for its turn; to be set before the start.
     void SetPacer(std::shared_ptr<HVStartPacer> pacer) { pacer_ = std::move(pacer); }
     /// Has the run share the rate; to be set before the start.
@@ -147,6 +148,8 @@ private:
     std::shared_ptr<IHVError const> Place(TempFile const& file);
     /// Gives the file its folder, which is made, and its name; returns why that can't be done.
     std::string NamePlace(HVFinishedFile& finished) const;
+    /// Why the files may not get their places now; empty where they may.
+    Result PlacingObstacle(HVFinishedFile const& last, bool partial) const;
     std::shared_ptr<IHVError const> PlaceAll(std::vector<HVFinishedFile> const& files, bool partial,
                                              std::size_t subtitles);
     static void RemoveLeftovers(HVToolRun& run, TempFile const& file, bool placed);
@@ -179,7 +182,7 @@ private:
     std::optional<HVResumeSettings> resume_;
     HVConversion conversion_; ///< of the run
     std::function<void(HVDownloadProgress const&)> recorder_;
-    std::function<void(std::string const&, std::string const&)> beforePlacing_;
+    BeforePlacing beforePlacing_;
     std::mutex trackerMutex_;
     HVProgressTracker tracker_;
 };

@@ -176,8 +176,29 @@ void HVDownloadTaskDownload::TellOfSides(std::vector<std::string> const& sides, 
     item->SetMetadataPaths(std::move(metadata));
 }
 
+/// A file that its row does not know would be downloaded a second time after a kill.
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::PlacingObstacle(HVFinishedFile const& last,
+                                                                       bool partial) const {
+    auto const failure = beforePlacing_ ? beforePlacing_(last.path, last.folder) : nullptr;
+    if (failure == nullptr)
+        return nullptr;
+    IHVLogConfig::Printf("The queue does not know of \"%s\": %s", last.path.c_str(),
+                         failure->GetErrorMessage().c_str());
+    if (!partial) // nothing keeps it until the next start
+        return nullptr;
+    return FaultError(
+        kFile, __LINE__, kFunction,
+        failure->GetErrorMessage() +
+            ". The download is whole: start it again when that is mended, and its file gets its "
+            "place without being fetched anew.",
+        FaultOfKind(failure->GetKind()));
+}
+
 std::shared_ptr<IHVError const> HVDownloadTaskDownload::PlaceAll(std::vector<HVFinishedFile> const& files,
                                                                  bool partial, std::size_t subtitles) {
+    // Once the last one has its place, so have all.
+    if (auto obstacle = PlacingObstacle(files.back(), partial))
+        return obstacle;
     // Those that wait for the first one's place outlive the process as that one does.
     for (std::size_t i = 1; i < files.size() && !partial; ++i)
         KeepFinishedFile(files[i]);
@@ -185,9 +206,6 @@ std::shared_ptr<IHVError const> HVDownloadTaskDownload::PlaceAll(std::vector<HVF
     std::vector<std::string> sides;
     std::string failure;
     for (HVFinishedFile const& file : files) {
-        // Once the last one has its place, so have all.
-        if (beforePlacing_ && &file == &files.back())
-            beforePlacing_(file.path, file.folder);
         HVPlacement const placement = partial ? PutIntoFolder(file) : PlaceFinishedFile(file);
         if (placement.failure.empty())
             placed.push_back(placement.target);

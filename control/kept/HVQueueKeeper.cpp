@@ -12,8 +12,8 @@ namespace {
 
 /// Between two rows; it halves with each row that comes between the same two.
 constexpr std::int64_t kGap = std::int64_t{1} << 32;
-/// A disk that takes longer for a line does not hold up a finished file.
-constexpr unsigned int kPatience = 5000;
+/// Milliseconds that a finished file waits for its line: a disk may have to spin up, or have much to write.
+constexpr unsigned int kPatience = 20'000;
 
 } // namespace
 
@@ -95,14 +95,22 @@ void HVRowKeeper::ItemChanged(IHVDownloadItem const& item) const {
     writer_->Enqueue(std::move(change));
 }
 
-void HVRowKeeper::FileIsWhole(std::string const& path, std::string const& folder) const {
+std::shared_ptr<IHVError const> HVRowKeeper::FileIsWhole(std::string const& path,
+                                                         std::string const& folder) const {
     HVRowChange change = Change();
     HVFields fields;
     fields.SetText("file", FileIdentity(path));
     fields.SetText("folder", folder);
     change.whole = fields.Text();
-    writer_->Enqueue(std::move(change));
-    writer_->Flush(kPatience);
+    bool const open = writer_->Enqueue(std::move(change));
+    int const stored = open ? writer_->Flush(kPatience) : HVErrFailure;
+    if (stored == HVErrSuccess)
+        return nullptr;
+    if (auto failure = writer_->LastError())
+        return failure;
+    return IHVError::MallocError("HVRowKeeper", __LINE__, "FileIsWhole", -1, "Error",
+                                 stored == HVErrTimeout ? "The disk takes too long to store the queue"
+                                                        : "The queue has been closed");
 }
 
 void HVRowKeeper::MoveTo(std::int64_t position) {

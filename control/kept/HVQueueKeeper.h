@@ -40,8 +40,8 @@ public:
     /// With its name.
     void ItemChanged(IHVDownloadItem const& item) const;
     /// The finished file is about to get its place in this folder. Blocks until that is stored: after a kill
-    /// between the move and the state Done the file is known by it.
-    void FileIsWhole(std::string const& path, std::string const& folder) const;
+    /// between the move and the state Done the file is known by it. Empty, or why it is not stored.
+    std::shared_ptr<IHVError const> FileIsWhole(std::string const& path, std::string const& folder) const;
 
     static HVRowOptions StoredOptions(IHVDownloadOptions const* options);
 

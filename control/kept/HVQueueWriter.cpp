@@ -20,16 +20,19 @@ std::shared_ptr<IHVError const> HVQueueWriter::Start() {
     return result->Succeed() ? nullptr : result;
 }
 
-void HVQueueWriter::Enqueue(HVRowChange change) {
+bool HVQueueWriter::Enqueue(HVRowChange change) {
     std::lock_guard const lock(mutex_);
+    if (closing_)
+        return false;
     bool const done =
         change.whole.has_value() || (change.state.has_value() && change.state->state == HVDownloadStateDone);
-    if (closing_ || (keepStates_ && !done))
-        return;
+    if (keepStates_ && !done)
+        return true;
     std::int64_t const number = change.number;
     waiting_[number].Add(std::move(change));
     wanted_ = true;
     changed_.notify_all();
+    return true;
 }
 
 void HVQueueWriter::KeepStates() {
@@ -79,19 +82,20 @@ bool HVQueueWriter::WriteOnce(std::unique_lock<std::mutex>& lock) {
 
 int HVQueueWriter::Flush(unsigned int milliseconds) {
     std::unique_lock lock(mutex_);
-    // What is written at this moment may lack the latest changes.
+    // What is written at this moment may lack the latest changes. Later ones may come for ever.
     std::uint64_t const enough = attempts_ + (writing_ ? 2 : 1);
     // A write that is under way may fail, and then what it held waits again.
     wanted_ = wanted_ || writing_ || !waiting_.empty();
     changed_.notify_all();
-    auto const over = [&] {
-        return (waiting_.empty() && !writing_) || (failure_ != nullptr && attempts_ >= enough) || closing_;
+    auto const stored = [&] {
+        return (waiting_.empty() && !writing_) || (failure_ == nullptr && attempts_ >= enough);
     };
+    auto const over = [&] { return stored() || attempts_ >= enough || closing_; };
     if (milliseconds == HVInfiniteTimeOut)
         changed_.wait(lock, over);
     else if (!changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), over))
         return HVErrTimeout;
-    return waiting_.empty() && !writing_ ? HVErrSuccess : HVErrFailure;
+    return stored() ? HVErrSuccess : HVErrFailure;
 }
 
 std::shared_ptr<IHVError const> HVQueueWriter::LastError() const {

@@ -28,10 +28,11 @@ public:
 
     /// Empty, or why the thread can't run.
     std::shared_ptr<IHVError const> Start();
-    void Enqueue(HVRowChange change);
+    /// False once the file is closed: nothing is stored then.
+    bool Enqueue(HVRowChange change);
     /// From here on only rows that get done are stored, as such.
     void KeepStates();
-    /// See IHVKeptQueue::Flush.
+    /// See IHVKeptQueue::Flush. What is handed over meanwhile is not waited for.
     int Flush(unsigned int milliseconds);
     /// Why the latest changes are not stored; empty where all is well.
     std::shared_ptr<IHVError const> LastError() const;

@@ -93,3 +93,20 @@ class QueueTest(ServerTest):
         self.assertEqual([(row["title"], row["format"], row["state"]) for row in self.rows()][2:],
                          [("Seen", "combined320-mp4", "done")] * 2 + [("Details", "combined320-mp4", "done")] * 2
                          + [("Gone", "video320mp4+audio-en", "done")])
+
+    def test_a_file_gets_its_place_when_its_row_knows_it(self):
+        self.queue("add", self.page("merged-mp4"), "-o", "out", "--format", "video320mp4+audio-en")
+        with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file, file:  # as a disk that is full
+            file.execute("CREATE TRIGGER full BEFORE UPDATE OF whole ON rows WHEN new.whole <> '' "
+                         "BEGIN SELECT RAISE(FAIL, 'no room'); END")
+        failed = json.loads(self.queue("start", "--json", status=1).stdout.splitlines()[-2])
+        self.assertRegex(failed["message"], r'queue ".*/state/queue" can\'t be written: no room.* start it again')
+        self.assertEqual([path.name for path in (self.folder / "here/out").iterdir()], [".reelhaul-partial"])
+        self.assertEqual(self.states(), [(1, "waiting")])
+        with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file, file:
+            file.execute("DROP TRIGGER full")
+        before = self.sent()
+        self.queue("start")
+        self.assertEqual(self.sent(), before)
+        file, = (self.folder / "here/out").iterdir()
+        self.assertEqual((probe(file), str(file)), ("video audio 8", self.rows()[0]["path"]))
