@@ -199,7 +199,8 @@ void HVDownloads::EndRow(Row& row, int id) {
 void HVDownloads::Cancel(Row& row, int id) {
     EndRow(row, id);
     cancelled_ = true;
-    if (!request_.json)
+    // A kept queue may have thousands that wait, and goes on with them as with the rest.
+    if (!request_.json || (kept_ != nullptr && !row.started))
         return;
     std::vector<HVJsonField> fields{{"id", id + 1}, {"url", row.url}};
     AddKeptBytes(fields, *row.controller);

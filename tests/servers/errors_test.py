@@ -1,9 +1,10 @@
 """What kind of failure each failure of the real tool is told as, and what the command says about it."""
 
 import json
+import os
 from concurrent.futures import ThreadPoolExecutor
 
-from servers import TOOL, ServerTest
+from servers import TOOL, ServerTest, probe
 
 NOBODY = "http://127.0.0.1:1"
 
@@ -94,3 +95,7 @@ class ErrorTest(ServerTest):
         run = self.run_command("get", "--json", self.page("combined?status=429&wait=17"))
         self.assertIn('"retry_after":17', run.stdout)
         self.assertIn("It asks for 17 s.", run.stderr)
+
+    def test_a_stream_that_ffmpeg_can_not_mend_stays_as_it_came(self):
+        file, = self.get("--js-runtime", "none", "--format", "640", self.page("hls"), PATH=f"{self.copies()['clumsy']}:{os.environ['PATH']}")
+        self.assertEqual(probe(file), "video audio video audio 8")  # ffprobe tells those of a stream's program twice

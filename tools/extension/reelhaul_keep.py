@@ -185,7 +185,7 @@ def open_mark(name):
 
 
 def unmended_mark(name):
-    """Tells the next run that ffmpeg could not mend the file."""
+    """Tells that ffmpeg could not mend the file."""
     return f"{name}.state.unmended"
 
 
@@ -274,16 +274,16 @@ def install_mending():
     mend, process = FFmpegFixupPostProcessor._fixup, YoutubeDL.process_info
 
     def fixup(self, message, name, *arguments, **more):
-        try:
-            return mend(self, message, name, *arguments, **more)
-        except PostProcessingError as error:
-            if not is_kept(name) or not getattr(error, "by_itself", False):
-                raise
-            # What it can't mend twice it can't mend.
-            if not os.path.exists(unmended_mark(name)):
-                with open(unmended_mark(name), "wb"):
+        failures = []
+        while len(failures) < 2:  # what it can't mend twice it can't mend
+            try:
+                return mend(self, message, name, *arguments, **more)
+            except PostProcessingError as error:
+                if not is_kept(name) or not getattr(error, "by_itself", False):
                     raise
-            self.report_warning(f"ffmpeg can't mend the file, which stays as it came: {error}")
+                failures.append(error)
+        with open(unmended_mark(name), "wb"):
+            self.report_warning(f"ffmpeg can't mend the file, which stays as it came: {failures[-1]}")
 
     def forget_failures():
         """An ffmpeg that was killed when it was asked for its version is not missing."""
