@@ -40,10 +40,11 @@ class QueueTest(ServerTest):
                     self.assertIn(f"process {process.pid}", self.queue(*arguments, status=1).stderr)
                 process.send_signal(stop)
                 words = process.stderr.read()
-                process.stdout.read()
+                events = [json.loads(line) for line in process.stdout]
             self.wait_until(lambda: not self.processes())
             self.assertEqual(self.states(), waiting)
         self.assertIn("goes on with it", words)
+        self.assertEqual([event["id"] for event in events if event["event"] == "cancelled"], [1])  # not of what never began
         self.site.log.write_text("", encoding="utf-8")
         events = [json.loads(line) for line in self.queue("start", "--json").stdout.splitlines()]
         totals = [event for event in events if event["event"] == "total"]
@@ -110,3 +111,17 @@ class QueueTest(ServerTest):
         self.assertEqual(self.sent(), before)
         file, = (self.folder / "here/out").iterdir()
         self.assertEqual((probe(file), str(file)), ("video audio 8", self.rows()[0]["path"]))
+
+    def test_the_file_of_an_earlier_version(self):
+        self.queue("add", self.page("combined"), self.page("combined?title=B"), "-o", "out", "--format", "combined320-mp4")
+        self.queue("pause", "2")
+        rows = self.rows()
+        with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file, file:
+            for change in ("ALTER TABLE rows DROP COLUMN settings", "ALTER TABLE rows DROP COLUMN bytes", "PRAGMA user_version = 1"):
+                file.execute(change)
+        self.assertEqual(self.rows(), rows)
+        self.queue("start")
+        self.assertEqual(self.states(), [(1, "done"), (2, "paused")])
+        self.assertEqual(probe(self.rows()[0]["path"]), "video audio 8")
+        with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file:
+            self.assertEqual(file.execute("PRAGMA user_version").fetchone(), (2,))
