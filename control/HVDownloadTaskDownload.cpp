@@ -107,11 +107,18 @@ void HVDownloadTaskDownload::BeginProgress() {
 HVDownloadTaskDownload::Result HVDownloadTaskDownload::Fetch() {
     if (auto obstacle = Obstacle())
         return obstacle;
-    if (SkipsItem())
-        return IHVError::MallocSucceed(kFile, __LINE__, kFunction);
-    auto const file =
-        MakeTempFile(IHVFileProvider::GetTmpPath(), downloadItem_->GetCurrentDownloadFormat()->Extension());
-    return RunWithRetries([&] { return RunTool(file); });
+    if (!ClaimItem())
+        return IHVError::MallocCancel(kFile, __LINE__, kFunction);
+    Result result;
+    if (SkipsItem()) {
+        result = IHVError::MallocSucceed(kFile, __LINE__, kFunction);
+    } else {
+        auto const file = MakeTempFile(IHVFileProvider::GetTmpPath(),
+                                       downloadItem_->GetCurrentDownloadFormat()->Extension());
+        result = RunWithRetries([&] { return RunTool(file); });
+    }
+    ReleaseItem();
+    return result;
 }
 
 HVDownloadTaskDownload::TempFile HVDownloadTaskDownload::MakeTempFile(std::string const& folder,

@@ -126,6 +126,8 @@ private:
     Result Analyse();
     void DropFormerPartial() const;
     /// Whether there is nothing to fetch, see HVDownloadSkip.
+    bool ClaimItem();
+    void ReleaseItem();
     bool SkipsItem();
     Result RunWithRetries(std::function<Result()> const& run);
     bool UsePartialFolder(TempFile& file);

@@ -1,6 +1,7 @@
 #include "HVDownloadArchive.h"
 
 #include "HVDownloadItem.h"
+#include "HVFileSystem.h"
 #include "HVItemIdentity.h"
 #include "IHVLogConfig.h"
 #include "IHVStringHelper.h"
@@ -42,7 +43,7 @@ Form FormOf(std::string const& path) {
 } // namespace
 
 HVDownloadArchive::HVDownloadArchive(std::string path)
-    : path_(std::move(path)), claims_(HiddenBeside(path_, "claims")) {}
+    : path_(std::move(path)), claims_(HVFileClaims::Of(HiddenBeside(AbsolutePath(path_), "claims"))) {}
 
 HVDownloadArchive::Result HVDownloadArchive::OpenStore() {
     Form const form = FormOf(path_);
@@ -135,13 +136,13 @@ bool IHVDownloadArchive::Claim(IHVDownloadItem const& item) {
     auto const identities = IdentitiesOf(item);
     if (own != nullptr)
         own->Open(); // makes the folder
-    return own == nullptr || identities.empty() || own->Claims().Take(identities.front());
+    return own == nullptr || identities.empty() || own->Claims().Take(identities.front(), &item);
 }
 
 void IHVDownloadArchive::Release(IHVDownloadItem const& item) {
     auto const identities = IdentitiesOf(item);
     if (auto* const own = dynamic_cast<HVDownloadArchive*>(this); own != nullptr && !identities.empty())
-        own->Claims().Leave(identities.front());
+        own->Claims().Leave(identities.front(), &item);
 }
 
 std::shared_ptr<IHVError const> IHVDownloadArchive::Add(IHVDownloadItem const& item) {

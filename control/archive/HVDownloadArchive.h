@@ -21,7 +21,7 @@ public:
     std::int64_t Count() override;
     std::shared_ptr<IHVError const> LastError() const override;
     std::string const& Path() const { return path_; }
-    HVFileClaims& Claims() { return claims_; }
+    HVFileClaims& Claims() { return *claims_; }
 
 private:
     using Result = std::shared_ptr<IHVError const>;
@@ -29,7 +29,7 @@ private:
     Result OpenStore();
 
     std::string const path_;
-    HVFileClaims claims_;
+    std::shared_ptr<HVFileClaims> const claims_;
     mutable std::mutex mutex_;
     std::unique_ptr<HVArchiveStore> store_; ///< once it is open
     Result last_;

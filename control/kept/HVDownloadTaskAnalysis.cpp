@@ -19,6 +19,8 @@ namespace {
 
 constexpr char kFile[] = "HVDownloadTaskDownload";
 constexpr char kFunction[] = "Analyse";
+/// Seconds between two looks at whether another download of the item has ended.
+constexpr double kClaimLook = 0.5;
 
 /// A list may have got new entries in front since the item was one of it.
 bool IsAnother(HVItemDetails const& known, HVItemDetails const& found) {
@@ -99,6 +101,24 @@ void HVDownloadTaskDownload::DropFormerPartial() const {
     auto const partial = HVPartialFolder::Open(PartialParent(*resume_, outputPath_), formerPartial_, inUse);
     if (partial != nullptr)
         partial->Remove();
+}
+
+/// Of several that would download what the archive does not know yet one does, and the others wait to see
+/// what comes of it: it may fail. False where a stop ends the wait.
+bool HVDownloadTaskDownload::ClaimItem() {
+    if ((skips_ & HVDownloadSkipArchived) == 0 || archive_ == nullptr)
+        return true;
+    while (!archive_->Claim(*downloadItem_)) {
+        TrackPhase(HVDownloadPhaseWaiting);
+        if (!Sleep(kClaimLook))
+            return false;
+    }
+    return true;
+}
+
+void HVDownloadTaskDownload::ReleaseItem() {
+    if ((skips_ & HVDownloadSkipArchived) != 0 && archive_ != nullptr)
+        archive_->Release(*downloadItem_);
 }
 
 bool HVDownloadTaskDownload::SkipsItem() {

@@ -1,12 +1,12 @@
 #pragma once
-// Names that one process at a time claims, of those that use the same file. A claim goes with the object and
-// with the process, however that ends; a forked copy has none. Thread-safe. Two objects of one process with
-// one file don't know of each other.
+// Names that one owner at a time claims, of all processes that use the same file. A claim goes with the
+// object and with the process, however that ends; a forked copy has none. Thread-safe.
 
 #include "HVDescriptor.h"
 
+#include <map>
+#include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -14,13 +14,16 @@ namespace Halvorn {
 
 class HVFileClaims {
 public:
-    /// The file is made at the first claim, for the user alone. It stays, and stays empty.
+    /// The one of this process for the file of this path, which is absolute. The file is made at the first
+    /// claim, for the user alone. It stays, and stays empty.
+    static std::shared_ptr<HVFileClaims> Of(std::string const& path);
     explicit HVFileClaims(std::string path) : path_(std::move(path)) {}
 
-    /// False where another process has the claim, or this one. Where that can't be told, as on a file system
-    /// without locks, nobody is kept from anything.
-    bool Take(std::string const& name);
-    void Leave(std::string const& name);
+    /// False where another process has the claim, or another owner of this one. Where that can't be told, as
+    /// on a file system without locks, no other process is kept from anything.
+    bool Take(std::string const& name, void const* owner);
+    /// Where the owner has it.
+    void Leave(std::string const& name, void const* owner);
 
 private:
     bool Lock(std::string const& name, bool take);
@@ -28,7 +31,7 @@ private:
     std::string const path_;
     std::mutex mutex_; // guards what follows
     HVDescriptor file_;
-    std::set<std::string> own_;
+    std::map<std::string, void const*> owners_;
 };
 
 } // namespace Halvorn

@@ -29,21 +29,36 @@ bool HVFileClaims::Lock(std::string const& name, bool take) {
     return fcntl(file_.Get(), F_SETLK, &lock) == 0 || (errno != EACCES && errno != EAGAIN);
 }
 
-bool HVFileClaims::Take(std::string const& name) {
+std::shared_ptr<HVFileClaims> HVFileClaims::Of(std::string const& path) {
+    static std::mutex mutex;
+    static std::map<std::string, std::weak_ptr<HVFileClaims>> all;
+    std::lock_guard const lock(mutex);
+    // To close a file gives up all locks that the process has in it: there is one object for it.
+    auto claims = all[path].lock();
+    if (claims == nullptr)
+        all[path] = claims = std::make_shared<HVFileClaims>(path);
+    return claims;
+}
+
+bool HVFileClaims::Take(std::string const& name, void const* owner) {
     std::lock_guard const guard(mutex_);
-    if (own_.count(name) != 0)
-        return false;
+    if (auto const place = owners_.find(name); place != owners_.end())
+        return place->second == owner;
     if (!file_.Valid())
         file_ = HVDescriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (file_.Valid() && !Lock(name, true))
         return false;
-    own_.insert(name);
+    owners_.emplace(name, owner);
     return true;
 }
 
-void HVFileClaims::Leave(std::string const& name) {
+void HVFileClaims::Leave(std::string const& name, void const* owner) {
     std::lock_guard const guard(mutex_);
-    if (own_.erase(name) != 0 && file_.Valid())
+    auto const place = owners_.find(name);
+    if (place == owners_.end() || place->second != owner)
+        return;
+    owners_.erase(place);
+    if (file_.Valid())
         Lock(name, false);
 }
 

@@ -13,8 +13,8 @@ namespace Halvorn {
 
 /// What a download does at the moment. The values are fixed; later versions may add phases at the end.
 enum HVDownloadPhase {
-    HVDownloadPhaseNone = 0,         ///< not started, stopped or failed
-    HVDownloadPhaseWaiting = 1,      ///< waits for a free place in the queue
+    HVDownloadPhaseNone = 0,    ///< not started, stopped or failed
+    HVDownloadPhaseWaiting = 1, ///< waits for a free place in the queue, or for another download of the item
     HVDownloadPhaseRetryWaiting = 2, ///< waits before it tries again
     HVDownloadPhaseAsking = 3,       ///< the tool asks the site
     HVDownloadPhaseMedia = 4,        ///< fetches a file with picture and sound

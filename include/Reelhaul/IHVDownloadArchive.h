@@ -55,11 +55,12 @@ public:
     bool Contains(HVListEntry const& entry);
     ///@}
     ///@{
-    /// Says to other processes with this file that the item is being downloaded: false where another one has
-    /// said so, or this one, and has not released it. Ask Contains afterwards, since another process may just
-    /// have ended with it. A claim goes with the archive object and with its process, however that ends; it
-    /// is kept in an empty file beside the archive. Where files can't be locked each claim succeeds. One
-    /// object for one file in a process.
+    /// Says to all who use this file, in other processes too, that the item is being downloaded: false where
+    /// that has been said of another item object with this identity, and it has not been released. Ask
+    /// Contains afterwards, since the other may just have ended with it. A claim goes with the last archive
+    /// object for its file in the process, and with the process, however that ends; it is kept in an empty
+    /// file beside the archive. Where files can't be locked no other process is noticed. A start that skips
+    /// what is archived (IHVDownloadController::SetSkips) claims its item by itself, and releases it.
     bool Claim(IHVDownloadItem const& item);
     void Release(IHVDownloadItem const& item);
     ///@}

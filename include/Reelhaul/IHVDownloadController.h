@@ -185,7 +185,8 @@ public:
     /// Flags of HVDownloadSkip: a start that finds the item to be such a one fetches nothing, and ends as a
     /// success at once; looked at when the run begins, or after its analysis. DownloadOutputPathFile is then
     /// the existing file, or empty. WasSkipped tells which of them has ended the latest run so;
-    /// HVDownloadSkipNone where none has. No effect on other implementations.
+    /// HVDownloadSkipNone where none has. With HVDownloadSkipArchived a run waits while another one, of this
+    /// process or another with the same archive, downloads the same. No effect on other implementations.
     void SetSkips(int skips);
     int GetSkips() const;
     HVDownloadSkip WasSkipped() const;
