@@ -118,6 +118,9 @@ std::unique_ptr<HVQueueFile> HVQueueFile::Open(std::string const& path, bool rea
 
 std::shared_ptr<IHVError const> HVQueueFile::Read(std::vector<HVStoredRow>& rows, std::int64_t& highest) {
     return database_->Transaction([&] {
+        // A process that was killed while it made the file has left it empty.
+        if (database_->Version() == 0)
+            return;
         database_->Check("rows");
         std::string sql = kSelect;
         // A file of an earlier version that is only read has no such columns.

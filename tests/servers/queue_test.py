@@ -112,7 +112,7 @@ class QueueTest(ServerTest):
         file, = (self.folder / "here/out").iterdir()
         self.assertEqual((probe(file), str(file)), ("video audio 8", self.rows()[0]["path"]))
 
-    def test_the_file_of_an_earlier_version(self):
+    def test_the_file_of_an_earlier_version_and_one_that_a_kill_left_empty(self):
         self.queue("add", self.page("combined"), self.page("combined?title=B"), "-o", "out", "--format", "combined320-mp4")
         self.queue("pause", "2")
         rows = self.rows()
@@ -125,3 +125,4 @@ class QueueTest(ServerTest):
         self.assertEqual(probe(self.rows()[0]["path"]), "video audio 8")
         with contextlib.closing(sqlite3.connect(self.folder / "state/queue")) as file:
             self.assertEqual(file.execute("PRAGMA user_version").fetchone(), (2,))
+        self.assertEqual(self.succeeds("queue", "list", "--queue", self.write("empty", "")).stderr, "The queue is empty.\n")
