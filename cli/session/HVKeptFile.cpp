@@ -49,7 +49,9 @@ int CloseKeptQueue(HVSession& session, HVRequest const& request, IHVKeptQueue& q
 }
 
 void TellQueueFailure(HVSession& session, HVRequest const& request, IHVError const& error) {
-    HVFailure const failure{error.GetPlainMessage(), error.GetKind(), error.CanRetry()};
+    // What the log says of it would be told once more.
+    HVFailure const failure{session.WithLoggedErrors(error.GetPlainMessage()), error.GetKind(),
+                            error.CanRetry()};
     if (request.json)
         session.Console().Out(EventLine("failed", failure.Fields()));
     session.Console().Error(failure.Line());

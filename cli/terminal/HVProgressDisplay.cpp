@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <utility>
@@ -49,11 +50,11 @@ std::string Amounts(std::uint64_t bytes, std::uint64_t total, double rate, doubl
         text = SizeText(static_cast<std::uint64_t>(rate)) + "/s ";
     if (seconds >= 0)
         text += Clock(seconds) + " ";
-    return text + SizeText(bytes) + (total > 0 ? " of " + SizeText(total) : "");
+    return text + (bytes > 0 ? SizeText(bytes) : "0 B") + (total > 0 ? " of " + SizeText(total) : "");
 }
 
 std::string Words(HVDownloadProgress const& record) {
-    std::string phase = DownloadPhaseName(record.phase);
+    std::string phase = record.phase == HVDownloadPhaseNone ? "" : DownloadPhaseName(record.phase);
     if (record.phase == HVDownloadPhaseRetryWaiting)
         return "trying again in " + Clock(record.secondsLeft);
     if (record.phase < HVDownloadPhaseMedia || record.phase > HVDownloadPhaseAudio)
@@ -93,6 +94,7 @@ void HVProgressDisplay::Update(int id, float percent, std::string const& text,
     if (waits && !console_.Live())
         console_.Note(download.name + ": " + Words(record));
     download.record = record;
+    download.updated = std::chrono::steady_clock::now();
     download.text = PlainLine(text);
     download.text.erase(download.text.find_last_not_of(' ') + 1);
     int const tenths = static_cast<int>(download.percent / 10);
@@ -144,7 +146,12 @@ std::string HVProgressDisplay::Line(Download const& download) const {
         std::size_t const name = columns > used + kShortestName ? columns - used : kShortestName;
         return CutToWidth(FitToWidth(download.name, name) + "  " + download.text, columns);
     }
-    std::string const text = Words(download.record);
+    HVDownloadProgress record = download.record;
+    if (record.phase == HVDownloadPhaseRetryWaiting) { // told once, at its begin
+        std::chrono::duration<double> const gone = std::chrono::steady_clock::now() - download.updated;
+        record.secondsLeft = std::max(0.0, record.secondsLeft - gone.count());
+    }
+    std::string const text = Words(record);
     float const percent = static_cast<float>(download.record.fraction) * kAll;
     // As a terminal gets narrower, first the bar shrinks and goes, then the text, and the name; never the
     // percentage.
@@ -159,7 +166,7 @@ std::string HVProgressDisplay::Line(Download const& download) const {
         name = columns > kGap + kPercentRoom ? columns - kGap - kPercentRoom : 0;
     std::string line = FitToWidth(download.name, name) + "  " + bar + Percent(percent);
     constexpr std::size_t kShortestText = 4;
-    if (std::size_t const used = DisplayWidth(line) + kGap; columns >= used + kShortestText)
+    if (std::size_t const used = DisplayWidth(line) + kGap; !text.empty() && columns >= used + kShortestText)
         line += "  " + CutToWidth(text, columns - used);
     return line;
 }

@@ -6,6 +6,7 @@
 
 #include <Reelhaul/HVDownloadProgress.h>
 
+#include <chrono>
 #include <map>
 #include <string>
 
@@ -37,7 +38,8 @@ private:
         float percent = 0;
         std::string text;
         HVDownloadProgress record;
-        int told = 0; ///< tenths, or minutes, that plain lines have told of
+        std::chrono::steady_clock::time_point updated; ///< the record
+        int told = 0;                                  ///< tenths, or minutes, that plain lines have told of
         bool recording = false;
     };
 

@@ -145,9 +145,12 @@ void HVDatabase::BringUp() {
     if (Failed())
         return;
     if (!fresh && mark != terms_.applicationId)
-        return Fail("can't be used", "the file belongs to another program", HVErrorKindOther);
+        return Fail("can't be used", "the file belongs to another program; use another file",
+                    HVErrorKindOther);
     if (version > latest)
-        return Fail("can't be used", "a newer version of this program has written it", HVErrorKindOther);
+        return Fail("can't be used",
+                    "a newer version of this program has written it; update this one, or use another file",
+                    HVErrorKindOther);
     version_ = terms_.readOnly ? version : latest;
     if (version == version_)
         return;
@@ -199,7 +202,7 @@ bool HVDatabase::Good(int result) {
 }
 
 void HVDatabase::Damaged(std::string const& reason) {
-    Fail("is damaged", reason, HVErrorKindOther);
+    Fail("is damaged", reason + "; move it away, or use another file", HVErrorKindOther);
 }
 
 void HVDatabase::Fail(std::string const& doing, std::string const& reason, HVErrorKind kind) {
