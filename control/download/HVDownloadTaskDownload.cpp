@@ -89,6 +89,8 @@ HVDownloadTaskDownload::Result HVDownloadTaskDownload::Obstacle() const {
         return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "No download format settings.");
     if (auto fault = ConversionError())
         return fault;
+    if (auto fault = TargetFault())
+        return fault;
     if (!IHVFileProvider::GetTmpPath().empty())
         return nullptr;
     return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",

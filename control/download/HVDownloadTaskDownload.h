@@ -117,6 +117,8 @@ private:
     Result Download();
     /// Why it can't be made, as far as that is known; empty otherwise.
     Result Obstacle() const;
+    /// Why what goes on from run to run can have no place; empty where it can.
+    Result TargetFault() const;
     /// For an item with a format.
     Result Fetch();
     void BeginProgress();

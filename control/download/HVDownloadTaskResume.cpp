@@ -1,6 +1,8 @@
 // How a download goes on where an earlier one stopped, and tries again by itself.
 
 #include "HVDownloadTaskDownload.h"
+#include "HVExplainedError.h"
+#include "HVFileSystem.h"
 #include "HVStartPacer.h"
 #include "IHVDownloadItem.h"
 #include "IHVDownloadOptions.h"
@@ -9,6 +11,7 @@
 #include "IHVLogConfig.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
@@ -54,6 +57,17 @@ bool HVDownloadTaskDownload::MayResume() const {
     auto const general = options == nullptr ? nullptr : options->GetGeneralOptions();
     return resume_.has_value() && !outputPath_.empty() && !downloadItem_->IsLiveStream() &&
            conversion_.sections.empty() && (general == nullptr || general->GetUsePartFile());
+}
+
+/// The disk of a kept queue's row may be gone: gigabytes would be fetched for nothing.
+HVDownloadTaskDownload::Result HVDownloadTaskDownload::TargetFault() const {
+    int const fault = resume_.has_value() && !outputPath_.empty() ? FolderFault(outputPath_) : 0;
+    return fault == 0
+               ? nullptr
+               : FaultError("HVDownloadTaskDownload", __LINE__, "asyncProgressTask",
+                            "No file can be made in the folder \"" + outputPath_ +
+                                "\": " + FileErrorReason(fault) + ".",
+                            FaultOfKind(fault == ENOSPC ? HVErrorKindDiskFull : HVErrorKindNoPermission));
 }
 
 std::shared_ptr<HVPartialFolder> HVDownloadTaskDownload::WaitForPartialFolder() {

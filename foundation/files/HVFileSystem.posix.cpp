@@ -100,6 +100,14 @@ int MakeFolders(std::string const& folder) {
     return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
 }
 
+int FolderFault(std::string const& folder) {
+    if (int const error = MakeFolders(folder); error != 0)
+        return error;
+    if (!IsFolder(folder))
+        return ENOTDIR;
+    return access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+}
+
 int MakePrivateFile(std::string const& path) {
     HVDescriptor const file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     return file.Valid() ? 0 : errno;

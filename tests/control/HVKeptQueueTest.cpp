@@ -358,6 +358,19 @@ write . 5)");
     EXPECT_EQ(Starts().size(), before + 1);
 }
 
+TEST_F(KeptQueue, NothingIsFetchedForAFolderThatIsNotThere) {
+    Put("disk", "");
+    auto const kept = Open();
+    ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
+    auto const row =
+        IHVDownloadController::MallocDownloadController(Item("script:good", "good"), Path("disk/deep"));
+    kept->Controllers()->AddController(row);
+    kept->Controllers()->StartRows({0});
+    ASSERT_EQ(kept->Controllers()->WaitFinish(60'000), HVErrSuccess);
+    EXPECT_EQ(row->LastError()->GetKind(), HVErrorKindNoPermission) << row->LastError()->GetErrorMessage();
+    EXPECT_TRUE(Starts().empty());
+}
+
 TEST_F(KeptQueue, AFileThatCantBeHadIsLeftAsItIsAndAFullDiskLosesNothing) {
     auto kept = Open();
     ASSERT_NE(kept, nullptr) << error_->GetErrorMessage();
