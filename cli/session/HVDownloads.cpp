@@ -107,6 +107,7 @@ void HVDownloads::AddRow(std::shared_ptr<IHVDownloadController> const& controlle
     int const id = static_cast<int>(rows_.size());
     Row row;
     row.title = TitleOf(*item);
+    row.firstName = item->GetFileName();
     row.url = item->DownloadURL().empty() ? item->GetPlaylistURL() : item->DownloadURL();
     row.live = item->IsLiveStream();
     if (auto const format = item->GetCurrentDownloadFormat())

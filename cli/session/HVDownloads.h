@@ -55,8 +55,9 @@ public:
 private:
     struct Row {
         std::shared_ptr<IHVDownloadController> controller;
-        int place = -1; ///< in the queue
-        std::string title;
+        int place = -1;        ///< in the queue
+        std::string title;     ///< the address until it is known
+        std::string firstName; ///< the item's at first
         std::string url;
         std::string format;
         std::vector<std::string> subtitles; ///< languages
@@ -78,6 +79,7 @@ private:
     void Started(int row);
     void Progressed(int row, float percent, std::string const& text, HVDownloadProgress const& record);
     void Recorded(int row, HVDownloadProgress const& record);
+    void TakeTitle(Row& row, int id);
     void TellProgress(int row, HVDownloadProgress const& record);
     void Completed(int row, std::shared_ptr<IHVError const> const& error);
     void Skipped(Row const& row, int id, HVDownloadSkip reason);

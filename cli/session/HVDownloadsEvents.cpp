@@ -105,6 +105,8 @@ void HVDownloads::TellProgress(int row, HVDownloadProgress const& record) {
     if (told.over)
         return;
     told.record = record;
+    if (told.title == told.url) // its run may have analysed it by now
+        TakeTitle(told, row);
     if (request_.json) {
         std::vector<HVJsonField> fields{
             {"id", row + 1}, {"percent", static_cast<double>(told.percent)}, {"text", told.text}};
@@ -112,6 +114,14 @@ void HVDownloads::TellProgress(int row, HVDownloadProgress const& record) {
         session_.Console().Out(EventLine("progress", fields));
     }
     display_.Update(row, told.percent, told.text, record);
+}
+
+void HVDownloads::TakeTitle(Row& row, int id) {
+    std::string name = row.controller->GetDownloadOutputName();
+    if (name == row.firstName)
+        return;
+    row.title = std::move(name);
+    display_.Rename(id, row.title);
 }
 
 void HVDownloads::Completed(int row, std::shared_ptr<IHVError const> const& error) {

@@ -117,6 +117,11 @@ void HVProgressDisplay::UpdateRecording(int id, int seconds, std::string const& 
     console_.Note(download.name + ": " + text);
 }
 
+void HVProgressDisplay::Rename(int id, std::string const& name) {
+    if (auto const found = downloads_.find(id); found != downloads_.end())
+        found->second.name = PlainLine(name);
+}
+
 void HVProgressDisplay::End(int id) {
     downloads_.erase(id);
 }

@@ -24,6 +24,8 @@ public:
     void Update(int id, float percent, std::string const& text, HVDownloadProgress const& record);
     /// The same for a recording, which has no end of its own: how long it is, and what is to be said.
     void UpdateRecording(int id, int seconds, std::string const& text);
+    /// Once its title is known.
+    void Rename(int id, std::string const& name);
     void End(int id);
     /// Number of downloads that wait for a place.
     void SetWaiting(int count) { waiting_ = count; }

@@ -154,7 +154,8 @@ public:
     /// From the next start on, what a stopped, failed or killed download has fetched stays, and a later one
     /// of the same item, format and target goes on with it; also that of another controller or process. What
     /// the server has changed since is fetched anew. It needs a tool that loads our extension; a recording,
-    /// and a download without a part file, begin anew. No effect on other implementations.
+    /// and a download without a part file, begin anew. A run whose target folder can't be made, or not be
+    /// written, fails before anything is fetched. No effect on other implementations.
     void SetResumable(HVResumeSettings const& settings);
     /// Removes the partial data of this item, its chosen format and the target. False while a download uses
     /// it.
