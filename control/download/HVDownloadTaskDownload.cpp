@@ -89,8 +89,6 @@ HVDownloadTaskDownload::Result HVDownloadTaskDownload::Obstacle() const {
         return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error", "No download format settings.");
     if (auto fault = ConversionError())
         return fault;
-    if (auto fault = TargetFault())
-        return fault;
     if (!IHVFileProvider::GetTmpPath().empty())
         return nullptr;
     return IHVError::MallocError(kFile, __LINE__, kFunction, -1, "Error",
@@ -111,10 +109,8 @@ HVDownloadTaskDownload::Result HVDownloadTaskDownload::Fetch() {
         return obstacle;
     if (!ClaimItem())
         return IHVError::MallocCancel(kFile, __LINE__, kFunction);
-    Result result;
-    if (SkipsItem()) {
-        result = IHVError::MallocSucceed(kFile, __LINE__, kFunction);
-    } else {
+    Result result = SkipsItem() ? IHVError::MallocSucceed(kFile, __LINE__, kFunction) : TargetFault();
+    if (result == nullptr) {
         auto const file = MakeTempFile(IHVFileProvider::GetTmpPath(),
                                        downloadItem_->GetCurrentDownloadFormat()->Extension());
         result = RunWithRetries([&] { return RunTool(file); });

@@ -61,7 +61,7 @@ bool HVDownloadTaskDownload::MayResume() const {
 
 /// The disk of a kept queue's row may be gone: gigabytes would be fetched for nothing.
 HVDownloadTaskDownload::Result HVDownloadTaskDownload::TargetFault() const {
-    int const fault = resume_.has_value() && !outputPath_.empty() ? FolderFault(outputPath_) : 0;
+    int const fault = resume_.has_value() && !outputPath_.empty() ? FolderError(outputPath_) : 0;
     return fault == 0
                ? nullptr
                : FaultError("HVDownloadTaskDownload", __LINE__, "asyncProgressTask",

@@ -28,7 +28,7 @@ std::string AbsolutePath(std::string const& path);
 int MakeFolders(std::string const& folder);
 /// Why no file can be made in the folder, which is made itself where it is missing: the error's number, 0
 /// where one can.
-int FolderFault(std::string const& folder);
+int FolderError(std::string const& folder);
 /// Makes an empty file for the user alone. 0, or the error's number: EEXIST where something has the name.
 int MakePrivateFile(std::string const& path);
 /// The reason of a failed access, in words for a user.

@@ -100,7 +100,7 @@ int MakeFolders(std::string const& folder) {
     return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
 }
 
-int FolderFault(std::string const& folder) {
+int FolderError(std::string const& folder) {
     if (int const error = MakeFolders(folder); error != 0)
         return error;
     if (!IsFolder(folder))

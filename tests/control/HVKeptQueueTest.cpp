@@ -285,6 +285,7 @@ TEST_F(KeptQueue, WhatRanGoesOnAndWhatWasDoneIsDone) {
     EXPECT_EQ(IHVKeptQueue::ReadRows(file_, error_)[2].state, HVDownloadStateDownloading);
 
     EXPECT_EQ(kept->Close(60'000), HVErrSuccess);
+    EXPECT_NE(keeper->FileIsWhole("late", out_), nullptr); // no opening would know of it
     EXPECT_EQ(Running().first, 0);
     EXPECT_FALSE(queue->AnyControllerIsDownloading());
     kept = Open(true);
