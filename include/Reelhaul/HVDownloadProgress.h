@@ -92,7 +92,7 @@ struct HVQueueProgress {
     /// Until the rows that run or wait have their bytes, at this rate; below 0 where that is not known, as
     /// with a row of an unknown size among them.
     double secondsLeft = -1;
-    double fraction = 0; ///< mean of all rows that are not idle or cancelled
+    double fraction = 0; ///< mean of all rows that are not idle or cancelled; 1 of one that has failed, too
 };
 
 } // namespace Halvorn
