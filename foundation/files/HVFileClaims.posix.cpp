@@ -31,12 +31,13 @@ bool HVFileClaims::Lock(std::string const& name, bool take) {
 
 std::shared_ptr<HVFileClaims> HVFileClaims::Of(std::string const& path) {
     static std::mutex mutex;
-    static std::map<std::string, std::weak_ptr<HVFileClaims>> all;
+    // Never destroyed: runs may end until the very end.
+    static auto* const all = new std::map<std::string, std::weak_ptr<HVFileClaims>>;
     std::lock_guard const lock(mutex);
     // To close a file gives up all locks that the process has in it: there is one object for it.
-    auto claims = all[path].lock();
+    auto claims = (*all)[path].lock();
     if (claims == nullptr)
-        all[path] = claims = std::make_shared<HVFileClaims>(path);
+        (*all)[path] = claims = std::make_shared<HVFileClaims>(path);
     return claims;
 }
 
