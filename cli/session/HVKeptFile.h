@@ -13,7 +13,8 @@ class HVSession;
 
 /// What is said after an interrupt.
 inline constexpr char kGoesOn[] =
-    "The queue keeps what is not finished; \"reelhaul queue start\" goes on with it.";
+    "The queue keeps what is not finished; \"reelhaul queue start\" goes on with it, and \"reelhaul queue "
+    "remove ROW\" discards it.";
 
 /// What --queue names, else the user's own; empty where there is no home folder.
 std::string KeptQueueFile(HVRequest const& request);

@@ -19,13 +19,18 @@ namespace Halvorn {
 
 namespace {
 
+/// A disk has another number after a restart, or behind another plug.
+std::string WithoutDevice(std::string const& identity) {
+    return identity.substr(identity.find(' ') + 1);
+}
+
 /// The file that was about to get its place when the process ended; empty where it has not got it.
 std::string PlacedFile(HVFields const& whole) {
-    std::string const identity = whole.Get("file");
+    std::string const identity = WithoutDevice(whole.Get("file"));
     std::error_code failure;
     for (std::filesystem::directory_iterator entry(whole.Get("folder"), failure), end;
          !failure && entry != end; entry.increment(failure))
-        if (FileIdentity(entry->path()) == identity)
+        if (!identity.empty() && WithoutDevice(FileIdentity(entry->path())) == identity)
             return entry->path();
     return {};
 }
