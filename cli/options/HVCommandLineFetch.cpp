@@ -57,7 +57,8 @@ std::string HVCommandLine::TakeItems() {
         return "--sleep-between must be a number of seconds from 0 to 86400, not \"" + sleepBetween_ + "\"";
     request_.sleepBetween = sleep.value_or(0);
     if (!totalRate_.empty() && (request_.totalRate = ReadRate(totalRate_)) <= 0)
-        return "--limit-rate-total must be a number of bytes a second, perhaps with K, M or G behind it, not "
+        return "--limit-rate-total must be a number of bytes a second above 0, perhaps with K, M or G behind "
+               "it, not "
                "\"" +
                totalRate_ + "\"";
     if (!HVItemRanges::Parse(request_.items))
