@@ -30,14 +30,17 @@ bool HVFileClaims::Lock(std::string const& name, bool take) {
 }
 
 std::shared_ptr<HVFileClaims> HVFileClaims::Of(std::string const& path) {
-    static std::mutex mutex;
-    // Never destroyed: runs may end until the very end.
-    static auto* const all = new std::map<std::string, std::weak_ptr<HVFileClaims>>;
-    std::lock_guard const lock(mutex);
+    struct All {
+        std::mutex mutex; // guards what follows
+        std::map<std::string, std::weak_ptr<HVFileClaims>> byPath;
+    };
+    static auto* const all = new All; // never destroyed: runs may end until the very end
+    std::lock_guard const lock(all->mutex);
     // To close a file gives up all locks that the process has in it: there is one object for it.
-    auto claims = (*all)[path].lock();
+    auto& known = all->byPath[path];
+    auto claims = known.lock();
     if (claims == nullptr)
-        (*all)[path] = claims = std::make_shared<HVFileClaims>(path);
+        known = claims = std::make_shared<HVFileClaims>(path);
     return claims;
 }
 
