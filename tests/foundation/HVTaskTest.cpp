@@ -131,15 +131,18 @@ TEST(HVTask, SaysWhyAProgramCannotBeStarted) {
 }
 
 TEST(HVTask, TerminateEndsTheWholeGroup) {
-    // Each prints the id of the process that must be gone afterwards, and a word when that is asked to end.
-    for (auto const& [script, word] : Rows{
-             // A launcher's grandchild, one whose parent has ended, one that is halted.
-             {R"(sh -c 'trap "echo asked; exit" TERM; echo $$; while :; do sleep 0.1; done' & wait)",
-              "asked\n"},
-             {R"((sh -c 'trap "echo asked; exit" TERM; echo $$; while :; do sleep 0.1; done' &))", "asked\n"},
-             {R"(trap "echo asked; exit" TERM; echo $$; kill -STOP $$; :)", "asked\n"},
-             // One that ignores the request and holds no pipe.
-             {"(trap '' TERM; exec sleep 60 >/dev/null 2>&1) & echo $!; exec sleep 60", ""}}) {
+    // Each prints the id of the process that must be gone afterwards, and a word when that is first asked to
+    // end.
+    for (
+        auto const& [script, word] : Rows{
+            // A launcher's grandchild, one whose parent has ended, one that is halted.
+            {R"(sh -c 'trap "trap : TERM; echo asked; exit" TERM; echo $$; while :; do sleep 0.1; done' & wait)",
+             "asked\n"},
+            {R"((sh -c 'trap "trap : TERM; echo asked; exit" TERM; echo $$; while :; do sleep 0.1; done' &))",
+             "asked\n"},
+            {R"(trap "trap : TERM; echo asked; exit" TERM; echo $$; kill -STOP $$; :)", "asked\n"},
+            // One that ignores the request and holds no pipe.
+            {"(trap '' TERM; exec sleep 60 >/dev/null 2>&1) & echo $!; exec sleep 60", ""}}) {
         ShellRun run;
         run.Start(script);
         pid_t const pid = run.PrintedPid();
