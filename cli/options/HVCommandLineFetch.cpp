@@ -58,8 +58,7 @@ std::string HVCommandLine::TakeItems() {
     request_.sleepBetween = sleep.value_or(0);
     if (!totalRate_.empty() && (request_.totalRate = ReadRate(totalRate_)) <= 0)
         return "--limit-rate-total must be a number of bytes a second above 0, perhaps with K, M or G behind "
-               "it, not "
-               "\"" +
+               "it, not \"" +
                totalRate_ + "\"";
     if (!HVItemRanges::Parse(request_.items))
         return "--items must be a list such as 1,3-5 or 7- or -10:, not \"" + request_.items + "\"";
