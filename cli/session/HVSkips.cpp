@@ -23,8 +23,9 @@ bool HVSkips::SkipKnown(IHVDownloadItem const& item) {
     auto const identities = IHVDownloadArchive::IdentitiesOf(item);
     bool const taken = std::any_of(identities.begin(), identities.end(),
                                    [this](std::string const& identity) { return taken_.contains(identity); });
-    // What waits in a kept queue is nobody's.
-    bool const claimed = !taken && (request_.addOnly || request_.archive->Claim(item));
+    // A row of a kept queue claims its item when it runs: one that waited with a claim behind one that waits
+    // for it would never run.
+    bool const claimed = !taken && (request_.keep || request_.archive->Claim(item));
     bool const known = claimed && request_.archive->ContainsAny(identities);
     if (claimed && !known) {
         taken_.insert(identities.begin(), identities.end());

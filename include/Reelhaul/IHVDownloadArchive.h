@@ -60,7 +60,8 @@ public:
     /// Contains afterwards, since the other may just have ended with it. A claim goes with the last archive
     /// object for its file in the process, and with the process, however that ends; it is kept in an empty
     /// file beside the archive. Where files can't be locked no other process is noticed. A start that skips
-    /// what is archived (IHVDownloadController::SetSkips) claims its item by itself, and releases it.
+    /// what is archived (IHVDownloadController::SetSkips) claims its item by itself, and releases it: don't
+    /// claim the items of a queue of such ones, since one that runs may wait for one that is not started.
     bool Claim(IHVDownloadItem const& item);
     void Release(IHVDownloadItem const& item);
     ///@}

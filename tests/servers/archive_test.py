@@ -80,7 +80,7 @@ class ArchiveTest(ServerTest):
         self.assertEqual(self.events("--archive", archive, page), ["skipped Combined archive"])
 
     def test_rows_of_one_item_are_downloaded_once(self):
-        """Two rows each in two queues, the first row as `get --keep` makes it."""
+        """Two rows of it in each of two queues that run one at a time, the second one behind the first as `get --keep` puts it there."""
         page = self.page("combined?media.rate=200000")
 
         def command(queue, *arguments):
@@ -88,13 +88,13 @@ class ArchiveTest(ServerTest):
 
         for queue in "ab":
             self.succeeds(*command(queue, "queue", "add")[1:], "--archive", self.folder / "known.txt", "--format", "worst", "-o",
-                          self.folder / "out", page)
-        both = [subprocess.Popen([*command(queue, "get", "--keep", "--json"), "--archive", self.folder / "known.txt", "--format", "worst",
+                          self.folder / "out", self.page(f"merged-mp4?id={queue}&media.rate=50000"), page)
+        both = [subprocess.Popen([*command(queue, "get", "--keep", "--json", "--jobs", "1"), "--archive", self.folder / "known.txt", "--format", "worst",
                                   "-o", self.folder / "out", page], env=self.environment_of_command(), stdout=subprocess.PIPE, text=True)
                 for queue in "ab"]
         events = [json.loads(line)["event"] for one in both for line in one.communicate(timeout=120)[0].splitlines()]
-        self.assertEqual(([one.returncode for one in both], events.count("finished")), ([0, 0], 1), events)
-        self.assertEqual([path.name for path in (self.folder / "out").iterdir() if path.suffix == ".mp4"], ["Combined.mp4"])
+        self.assertEqual(([one.returncode for one in both], events.count("finished")), ([0, 0], 3), events)
+        self.assertEqual([path.name for path in (self.folder / "out").iterdir() if path.name.startswith("Combined")], ["Combined.mp4"])
 
     def test_what_is_no_archive_is_left_alone(self):
         film = self.write("film.mp4", "\0\0\0 ftyp")
